@@ -1,0 +1,4 @@
+// Forward declarations of the library's classes.
+#pragma once
+
+namespace GNSS {}

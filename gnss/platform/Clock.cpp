@@ -1,0 +1,67 @@
+#include "gnss/platform/Clock.h"
+
+#include <chrono>
+#include <cmath>
+#include <memory>
+#include <mutex>
+
+namespace Corvane {
+
+namespace {
+
+constexpr Date UnixEpoch(1970, 1, 1);
+
+struct State {
+    std::mutex mutex;
+    std::shared_ptr<const Clock::Source> source;
+};
+
+// Made on first use and never destroyed: constants of other libraries may ask for the time while they are made.
+State& TheState() {
+    static State& state = *new State;
+    return state;
+}
+
+TimeDate SystemNow() {
+    using namespace std::chrono;
+    const auto now = system_clock::now();
+    const auto today = floor<days>(now);
+    return {UnixEpoch + today.time_since_epoch().count(), TimeOfDay(duration<double>(now - today).count())};
+}
+
+}  // namespace
+
+TimeDate Clock::Now() {
+    std::shared_ptr<const Source> source;
+    {
+        const std::lock_guard lock(TheState().mutex);
+        source = TheState().source;
+    }
+    return source ? (*source)() : SystemNow();
+}
+
+void Clock::SetSource(Source source) {
+    auto replacement = source ? std::make_shared<const Source>(std::move(source)) : nullptr;
+    const std::lock_guard lock(TheState().mutex);
+    TheState().source.swap(replacement);
+}
+
+void Clock::SetTo(const TimeDate& utc) {
+    SetSource([utc] { return utc; });
+}
+
+void Clock::UseSystem() {
+    SetSource(nullptr);
+}
+
+}  // namespace Corvane
+
+namespace pt {
+
+std::int64_t now() {
+    const Corvane::TimeDate now = Corvane::Clock::Now();
+    return std::int64_t{now.GetDate() - Corvane::UnixEpoch} * 86'400'000 +
+           Corvane::ToInt64(std::floor(now.GetTimeOfDay().Seconds() * 1000.0));
+}
+
+}  // namespace pt

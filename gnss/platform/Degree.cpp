@@ -1,0 +1,59 @@
+#include "gnss/platform/Degree.h"
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace Corvane {
+
+namespace {
+
+// The whole units in x, leaving the fraction in x itself. What has no whole units (NaN, infinity) gives 0 and stays.
+int TakeWhole(double& x) {
+    if (!std::isfinite(x)) return 0;
+    const int whole = ToInt(x);
+    x -= whole;
+    return whole;
+}
+
+int Magnitude(int x) {
+    return x == std::numeric_limits<int>::min() ? std::numeric_limits<int>::max() : std::abs(x);
+}
+
+}  // namespace
+
+Degree::Degree(double degrees) : negative_(degrees < 0.0) {
+    double rest = std::abs(degrees);
+    degrees_ = TakeWhole(rest);
+    rest *= 60.0;
+    minutes_ = TakeWhole(rest);
+    seconds_ = rest * 60.0;
+}
+
+Degree::Degree(int degrees, double minutes, bool negative) : negative_(negative), degrees_(Magnitude(degrees)) {
+    double rest = std::abs(minutes);
+    minutes_ = TakeWhole(rest);
+    seconds_ = rest * 60.0;
+}
+
+Degree::Degree(int degrees, int minutes, double seconds, bool negative)
+    : negative_(negative), degrees_(Magnitude(degrees)), minutes_(Magnitude(minutes)), seconds_(std::abs(seconds)) {}
+
+Degree::Degree(Angle angle) : Degree(angle.Degrees()) {}
+
+double Degree::ToDegrees() const {
+    const double magnitude = degrees_ + (minutes_ + seconds_ / 60.0) / 60.0;
+    return negative_ ? -magnitude : magnitude;
+}
+
+void Degree::Round(int decimals) {
+    if (!std::isfinite(seconds_)) return;
+    seconds_ = round(seconds_, decimals);
+    const double carriedMinutes = std::floor(seconds_ / 60.0);
+    seconds_ -= carriedMinutes * 60.0;
+    const std::int64_t minutes = minutes_ + ToInt64(carriedMinutes);
+    minutes_ = static_cast<int>(minutes % 60);
+    degrees_ = Saturate(degrees_ + minutes / 60);
+}
+
+}  // namespace Corvane

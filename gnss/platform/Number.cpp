@@ -1,0 +1,59 @@
+#include "gnss/platform/Number.h"
+
+#include <cmath>
+#include <limits>
+
+namespace Corvane {
+
+namespace {
+
+// Applies `whole` (rounding or cutting to an integer) at the given decimal place.
+template <typename Whole>
+double AtDecimals(double x, int decimals, Whole whole) {
+    if (!std::isfinite(x)) return x;
+    const double scale = std::pow(10.0, std::abs(decimals));
+    if (decimals < 0) return std::isfinite(scale) ? whole(x / scale) * scale : 0.0;
+    // From 2^52 on a double has no fraction: nothing to round, and the way through the scale would only lose digits.
+    const double scaled = x * scale;
+    if (std::abs(scaled) >= 0x1p52) return x;
+    return whole(scaled) / scale;
+}
+
+}  // namespace
+
+double round(double x, int decimals) {
+    return AtDecimals(x, decimals, [](double v) { return std::round(v); });
+}
+
+double truncate(double x, int decimals) {
+    return AtDecimals(x, decimals, [](double v) { return std::trunc(v); });
+}
+
+double modulo(double x, double m) {
+    if (!(m > 0.0)) return std::numeric_limits<double>::quiet_NaN();
+    double r = std::fmod(x, m);
+    if (r < 0.0) r += m;
+    // A tiny negative remainder plus m rounds to m itself.
+    return r >= m ? 0.0 : r;
+}
+
+double root(double x, double tolerance) {
+    if (x < 0.0) return x >= -tolerance ? 0.0 : std::numeric_limits<double>::quiet_NaN();
+    return std::sqrt(x);
+}
+
+std::int32_t ToInt(double x) {
+    if (std::isnan(x)) return 0;
+    if (x >= 2147483647.0) return std::numeric_limits<std::int32_t>::max();
+    if (x <= -2147483648.0) return std::numeric_limits<std::int32_t>::min();
+    return static_cast<std::int32_t>(x);
+}
+
+std::int64_t ToInt64(double x) {
+    if (std::isnan(x)) return 0;
+    if (x >= 0x1p63) return std::numeric_limits<std::int64_t>::max();
+    if (x <= -0x1p63) return std::numeric_limits<std::int64_t>::min();
+    return static_cast<std::int64_t>(x);
+}
+
+}  // namespace Corvane

@@ -1,0 +1,36 @@
+# Installs the build into a fresh folder and builds examples/ against it from outside the tree, once through
+# find_package(GNSS) and once through pkg-config, then runs what it built.
+set(stage ${BUILD}/install-test/stage)
+set(consumer ${BUILD}/install-test/consumer)
+file(REMOVE_RECURSE ${BUILD}/install-test)
+set(flags "")
+if(SANITIZE)
+  set(flags "-fsanitize=${SANITIZE}")
+endif()
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "failed (${result}): ${ARGN}\n${output}")
+  endif()
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${stage})
+run(${CMAKE_COMMAND} -G Ninja -S ${SOURCE}/examples -B ${consumer} -D CMAKE_PREFIX_PATH=${stage}
+  -D CMAKE_CXX_COMPILER=${COMPILER} -D CMAKE_CXX_FLAGS=${flags})
+run(${CMAKE_COMMAND} --build ${consumer})
+file(GLOB examples ${SOURCE}/examples/*.cpp)
+foreach(example ${examples})
+  get_filename_component(name ${example} NAME_WE)
+  run(${consumer}/${name})
+endforeach()
+
+set(ENV{PKG_CONFIG_PATH} ${stage}/${LIBDIR}/pkgconfig)
+execute_process(COMMAND pkg-config --cflags --libs gnss RESULT_VARIABLE result OUTPUT_VARIABLE options)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "pkg-config does not find the installed copy")
+endif()
+separate_arguments(options UNIX_COMMAND "${options}")
+list(GET examples 0 example)
+run(${COMPILER} ${flags} ${example} -o ${consumer}/by_pkg_config ${options} -Wl,-rpath,${stage}/${LIBDIR})
+run(${consumer}/by_pkg_config)

@@ -1,0 +1,4 @@
+#include <gtest/gtest.h>
+TEST(Values, Builds) {
+    EXPECT_TRUE(true);
+}

@@ -1,0 +1,25 @@
+// How the sanitizers behave in the tests, and what they report inside foreign libraries that may be passed over, each
+// with its reason.
+
+extern "C" {
+
+const char* __asan_default_options();       // NOLINT(bugprone-reserved-identifier): the names are the runtime's
+const char* __tsan_default_options();       // NOLINT(bugprone-reserved-identifier)
+const char* __ubsan_default_options();      // NOLINT(bugprone-reserved-identifier)
+const char* __lsan_default_suppressions();  // NOLINT(bugprone-reserved-identifier)
+
+const char* __asan_default_options() {
+    return "detect_stack_use_after_return=1";
+}
+const char* __tsan_default_options() {
+    return "halt_on_error=1:second_deadlock_stack=1";
+}
+const char* __ubsan_default_options() {
+    return "print_stacktrace=1";
+}
+
+// argz_add_sep: glibc's setlocale never frees its copy of LOCPATH, 50 bytes once a process.
+const char* __lsan_default_suppressions() {
+    return "leak:argz_add_sep\n";
+}
+}
