@@ -12,7 +12,7 @@ stage() {
     local start=$SECONDS
     "$@"
     local line
-    line=$(printf '%5.1f min  %s' "$(bc_tenths $((SECONDS - start)))" "$name")
+    line=$(printf '%6s min  %s' "$(bc_tenths $((SECONDS - start)))" "$name")
     times+=("$line")
 }
 # Seconds as minutes with one decimal, without bc.
