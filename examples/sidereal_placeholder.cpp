@@ -2,4 +2,6 @@
 
 #include "gnss/platform/Clock.h"
 
-int main() { std::cout << Corvane::Now.GetTimeDate().Print(0) << " UTC\n"; }
+int main() {
+    std::cout << Corvane::Now.GetTimeDate().Print(0) << " UTC\n";
+}

@@ -38,7 +38,7 @@ void Degree::Round(int decimals) {
     seconds_ = round(seconds_, decimals);
     const double carriedMinutes = std::floor(seconds_ / 60.0);
     seconds_ -= carriedMinutes * 60.0;
-    const std::int64_t minutes = minutes_ + ToInt64(carriedMinutes);
+    const std::int64_t minutes = std::int64_t{minutes_} + ToInt(carriedMinutes);
     minutes_ = static_cast<int>(minutes % 60);
     degrees_ = Saturate(degrees_ + minutes / 60);
 }
