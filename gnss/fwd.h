@@ -1,4 +1,31 @@
-// Forward declarations of the library's classes.
+// Forward declarations of the library's classes, and the public names of what is written once for both systems.
 #pragma once
 
-namespace GNSS {}
+namespace GNSS {
+
+// What tells GPS from GLONASS, for the templates that are written once for both.
+struct GPSSystem;
+struct GlonassSystem;
+
+// Time and identity.
+class GPSTime;
+class GloTime;
+template <typename System>
+class SatelliteId;
+template <typename System>
+class SatelliteIdType;
+template <typename System>
+class SignalFrequency;
+
+using PRN = SatelliteId<GPSSystem>;
+using PRNType = SatelliteIdType<GPSSystem>;
+using GPSFreqy = SignalFrequency<GPSSystem>;
+
+namespace Glonass {
+
+using Slot = SatelliteId<GlonassSystem>;
+using SlotType = SatelliteIdType<GlonassSystem>;
+using Frequency = SignalFrequency<GlonassSystem>;
+
+}  // namespace Glonass
+}  // namespace GNSS

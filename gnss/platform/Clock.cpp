@@ -16,9 +16,9 @@ struct State {
     std::shared_ptr<const Clock::Source> source;
 };
 
-// Made on first use and never destroyed: constants of other libraries may ask for the time while they are made.
+// Made on first use: constants of other libraries may ask for the time while they are made.
 State& TheState() {
-    static State& state = *new State;
+    static State state;
     return state;
 }
 

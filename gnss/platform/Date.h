@@ -55,13 +55,16 @@ public:
 
 private:
     static constexpr std::int32_t UnixEpoch = 2440588;  // Julian day number of 1 January 1970
-    static constexpr std::int32_t First = -10246841;    // 1 January -32767
-    static constexpr std::int32_t Last = 13689325;      // 31 December 32767
+    static constexpr std::int32_t JulianDayOf(std::chrono::year_month_day day) {
+        return static_cast<std::int32_t>(std::chrono::sys_days(day).time_since_epoch().count()) + UnixEpoch;
+    }
+    static constexpr std::int32_t First() { return JulianDayOf(std::chrono::year(-32767) / 1 / 1); }
+    static constexpr std::int32_t Last() { return JulianDayOf(std::chrono::year(32767) / 12 / 31); }
 
     explicit constexpr Date(std::int32_t julianDay) : julianDay_(julianDay) {}
     static constexpr std::int32_t Limit(std::int64_t day) {
-        if (day < First) return First;
-        return day > Last ? Last : static_cast<std::int32_t>(day);
+        if (day < First()) return First();
+        return day > Last() ? Last() : static_cast<std::int32_t>(day);
     }
     // A number of days brought to a size that cannot overflow a sum.
     static constexpr std::int64_t Near(std::int64_t days) {
@@ -79,9 +82,8 @@ private:
 constexpr Date::Date(int year, int month, int day) : julianDay_(0) {
     year = year < -32767 ? -32767 : (year > 32767 ? 32767 : year);
     month = month < 1 ? 1 : (month > 12 ? 12 : month);
-    const std::chrono::sys_days first =
-        std::chrono::year(year) / std::chrono::month(static_cast<unsigned>(month)) / std::chrono::day(1);
-    julianDay_ = Limit(std::int64_t{first.time_since_epoch().count()} + UnixEpoch + day - 1);
+    const auto first = std::chrono::year(year) / std::chrono::month(static_cast<unsigned>(month)) / 1;
+    julianDay_ = Limit(std::int64_t{JulianDayOf(first)} + day - 1);
 }
 
 }  // namespace Corvane

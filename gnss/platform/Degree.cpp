@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 namespace Corvane {
 
@@ -14,10 +13,6 @@ int TakeWhole(double& x) {
     const int whole = ToInt(x);
     x -= whole;
     return whole;
-}
-
-int Magnitude(int x) {
-    return x == std::numeric_limits<int>::min() ? std::numeric_limits<int>::max() : std::abs(x);
 }
 
 }  // namespace
@@ -36,22 +31,14 @@ Degree::Degree(int degrees, double minutes, bool negative) : negative_(negative)
     seconds_ = rest * 60.0;
 }
 
-Degree::Degree(int degrees, int minutes, double seconds, bool negative)
-    : negative_(negative), degrees_(Magnitude(degrees)), minutes_(Magnitude(minutes)), seconds_(std::abs(seconds)) {}
-
 Degree::Degree(Angle angle) : Degree(angle.Degrees()) {}
-
-double Degree::ToDegrees() const {
-    const double magnitude = degrees_ + (minutes_ + seconds_ / 60.0) / 60.0;
-    return negative_ ? -magnitude : magnitude;
-}
 
 void Degree::Round(int decimals) {
     if (!std::isfinite(seconds_)) return;
     seconds_ = round(seconds_, decimals);
     const double carriedMinutes = std::floor(seconds_ / 60.0);
     seconds_ -= carriedMinutes * 60.0;
-    const std::int64_t minutes = minutes_ + ToInt64(carriedMinutes);
+    const std::int64_t minutes = std::int64_t{minutes_} + ToInt(carriedMinutes);
     minutes_ = static_cast<int>(minutes % 60);
     degrees_ = Saturate(degrees_ + minutes / 60);
 }

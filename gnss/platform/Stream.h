@@ -6,6 +6,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "gnss/platform/Angle.h"
@@ -20,6 +21,21 @@ public:
     explicit Error(const std::string& what) : std::runtime_error(what) {}
     ~Error() override;
 };
+
+// Runs what reads or writes a record: false when it throws, as streams do, otherwise what it returns, or true.
+template <typename Function>
+bool Succeeds(Function function) noexcept {
+    try {
+        if constexpr (std::is_void_v<decltype(function())>) {
+            function();
+            return true;
+        } else {
+            return function();
+        }
+    } catch (...) {
+        return false;
+    }
+}
 
 // Writes values one after the other: integers of 8, 16 and 32 bits in two's complement, float and double in IEEE 754,
 // all little-endian; bool as one byte 0 or 1; an angle as its radians in double; a string as its length in 32 bits and

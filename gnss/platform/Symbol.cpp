@@ -20,9 +20,9 @@ struct InternedName::Entry {
 namespace {
 
 const InternedName::Entry* Intern(InternedName::Entry entry) {
-    // Never destroyed: symbols are constants of every library of the process. The nodes of a set do not move.
-    static std::mutex& mutex = *new std::mutex;
-    static auto& names = *new std::set<InternedName::Entry>;
+    // Made on first use: symbols are constants of every library of the process. The nodes of a set do not move.
+    static std::mutex mutex;
+    static std::set<InternedName::Entry> names;
     const std::lock_guard lock(mutex);
     return &*names.insert(std::move(entry)).first;
 }

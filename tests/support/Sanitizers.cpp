@@ -1,6 +1,7 @@
 // How the sanitizers behave in the tests, and what they report inside foreign libraries that may be passed over, each
 // with its reason.
 
+#pragma GCC visibility push(default)
 extern "C" {
 
 const char* __asan_default_options();       // NOLINT(bugprone-reserved-identifier): the names are the runtime's
@@ -23,3 +24,4 @@ const char* __lsan_default_suppressions() {
     return "leak:argz_add_sep\n";
 }
 }
+#pragma GCC visibility pop

@@ -1,0 +1,47 @@
+# The two commands of the README, and what developers use beside them. Each installs what it needs first.
+export GNSS_TEST_DATA ?= $(abspath ../shared)
+
+.PHONY: run test test-long bench fuzz docs format tidy coverage clean
+
+run:       ## build and run
+	@scripts/install-packages.sh build
+	@scripts/quietly.sh cmake --preset release
+	@scripts/quietly.sh cmake --build --preset release
+	@build/release/examples/gps_time
+
+test:      ## everything that must pass before a change lands
+	@scripts/install-packages.sh build test
+	@scripts/test.sh
+
+test-long: ## soak, kill, month and long fuzz runs
+	@scripts/install-packages.sh build test
+	@scripts/test-long.sh
+
+bench:     ## the benchmarks
+	@scripts/install-packages.sh build test
+	@scripts/quietly.sh cmake --preset release
+	@scripts/quietly.sh cmake --build --preset release
+	@scripts/bench.sh
+
+fuzz:      ## every fuzz target for GNSS_FUZZ_SECONDS (300)
+	@scripts/install-packages.sh build test
+	@scripts/fuzz.sh $${GNSS_FUZZ_SECONDS:-300}
+
+docs:      ## the reference documentation, in build/docs
+	@scripts/install-packages.sh docs
+	@scripts/docs.sh
+
+format:    ## reformat the sources
+	@scripts/install-packages.sh test
+	@scripts/format.sh --fix
+
+tidy:      ## clang-tidy over every source file
+	@scripts/install-packages.sh build test
+	@scripts/tidy.sh --all
+
+coverage:  ## line coverage of the tests, in build/coverage
+	@scripts/install-packages.sh build test coverage
+	@scripts/coverage.sh
+
+clean:
+	rm -rf build

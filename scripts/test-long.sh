@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# What takes too long for every change: the tests many times over in random order, and five minutes of each fuzz target.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/quietly.sh cmake --preset dev
+scripts/quietly.sh cmake --build --preset dev
+for program in build/dev/tests/*_tests; do
+    echo "== $program, 20 times in random order"
+    scripts/quietly.sh "$program" --gtest_brief=1 --gtest_repeat=20 --gtest_shuffle
+done
+scripts/quietly.sh cmake --preset tsan
+scripts/quietly.sh cmake --build --preset tsan
+for program in build/tsan/tests/*_threads_tests; do
+    echo "== $program, 20 times"
+    scripts/quietly.sh "$program" --gtest_brief=1 --gtest_repeat=20
+done
+scripts/fuzz.sh 300

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Everything that must pass before a change lands, stage by stage, with the minutes of each.
+set -eu
+cd "$(dirname "$0")/.."
+export CTEST_OUTPUT_ON_FAILURE=1
+
+times=()
+stage() {
+    local name=$1
+    shift
+    echo "== $name"
+    local start=$SECONDS
+    "$@"
+    local line
+    line=$(printf '%6s min  %s' "$(bc_tenths $((SECONDS - start)))" "$name")
+    times+=("$line")
+}
+# Seconds as minutes with one decimal, without bc.
+bc_tenths() { echo "$(($1 / 60)).$((($1 % 60) * 10 / 60))"; }
+
+dev() {
+    scripts/quietly.sh cmake --preset dev
+    scripts/quietly.sh cmake --build --preset dev
+}
+tsan() {
+    scripts/quietly.sh cmake --preset tsan
+    scripts/quietly.sh cmake --build --preset tsan
+    ctest --preset tsan --progress
+}
+# The library's users build without tests, examples, npm and Cairo.
+start=$SECONDS
+stage "format" scripts/format.sh --check
+stage "include directions" python3 scripts/check_includes.py
+stage "build, with address and undefined-behaviour sanitizers" dev
+stage "clang-tidy" scripts/tidy.sh
+stage "fuzz targets, 10 s each" scripts/fuzz.sh 10
+stage "tests of threads, with the thread sanitizer" tsan
+stage "tests" ctest --preset dev --progress
+
+echo
+echo "Minutes per stage:"
+printf '%s\n' "${times[@]}"
+echo "$(bc_tenths $((SECONDS - start))) min in all"
