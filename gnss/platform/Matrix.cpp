@@ -107,7 +107,7 @@ Matrix Matrix::Transpose() const {
 Matrix Matrix::Inverse() const {
     if (!IsSquare() || !IsFinite()) return {};
     using Small = ::Eigen::Matrix<double, ::Eigen::Dynamic, ::Eigen::Dynamic, 0, 5, 5>;
-    static_assert(Inline == 5 * 5);
+    static_assert(Inline == 25);
     Matrix result = *this;
     const auto view = Eigen::View(result);
     const bool regular = rows_ <= 5 ? InvertInPlace<Small>(view) : InvertInPlace<::Eigen::MatrixXd>(view);
