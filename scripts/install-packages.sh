@@ -9,7 +9,8 @@ for group in "$@"; do
     case $group in
     build)
         reasons+=("to compile")
-        wanted+=(g++ cmake ninja-build ccache pkg-config libeigen3-dev libboost-dev)
+        wanted+=(g++ cmake ninja-build ccache pkg-config libeigen3-dev libboost-dev zlib1g-dev libcli11-dev
+            libfmt-dev libcairo2-dev)
         ;;
     test)
         reasons+=("to test and check")

@@ -11,3 +11,13 @@ add_test(NAME install.consumer COMMAND ${CMAKE_COMMAND}
   -D LIBDIR=${CMAKE_INSTALL_LIBDIR} -D SANITIZE=${GNSS_SANITIZE}
   -P ${CMAKE_CURRENT_SOURCE_DIR}/install_consumer.cmake)
 set_tests_properties(install.consumer PROPERTIES TIMEOUT 600)
+
+# The libraries loaded by, used from static initialisers of, and unloaded from a program that does not know them.
+add_library(load_probe MODULE load/Probe.cpp)
+target_link_libraries(load_probe PRIVATE GNSS::gnss)
+gnss_warnings(load_probe)
+add_executable(load_test load/LoadTest.cpp)
+target_link_libraries(load_test PRIVATE ${CMAKE_DL_LIBS})
+gnss_warnings(load_test)
+add_test(NAME load.and_unload COMMAND load_test $<TARGET_FILE:load_probe>
+  $<TARGET_FILE:gnss_gnss> $<TARGET_FILE:gnss_platform>)

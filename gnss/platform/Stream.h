@@ -21,6 +21,17 @@ public:
     ~Error() override;
 };
 
+// Runs what reads or writes a record and tells whether it came to its end: false when it throws, as streams do.
+template <typename Function>
+bool Succeeds(Function function) noexcept {
+    try {
+        function();
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
 // Writes values one after the other: integers of 8, 16 and 32 bits in two's complement, float and double in IEEE 754,
 // all little-endian; bool as one byte 0 or 1; an angle as its radians in double; a string as its length in 32 bits and
 // its bytes. Every operation throws Error when the bytes cannot be written.
