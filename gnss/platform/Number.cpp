@@ -42,18 +42,4 @@ double root(double x, double tolerance) {
     return std::sqrt(x);
 }
 
-std::int32_t ToInt(double x) {
-    if (std::isnan(x)) return 0;
-    if (x >= 2147483647.0) return std::numeric_limits<std::int32_t>::max();
-    if (x <= -2147483648.0) return std::numeric_limits<std::int32_t>::min();
-    return static_cast<std::int32_t>(x);
-}
-
-std::int64_t ToInt64(double x) {
-    if (std::isnan(x)) return 0;
-    if (x >= 0x1p63) return std::numeric_limits<std::int64_t>::max();
-    if (x <= -0x1p63) return std::numeric_limits<std::int64_t>::min();
-    return static_cast<std::int64_t>(x);
-}
-
 }  // namespace Corvane

@@ -30,8 +30,16 @@ namespace Corvane {
 [[nodiscard]] GNSS_EXPORT double root(double x, double tolerance);
 
 // x cut towards zero, held within the range of the integer; 0 for NaN. (A bare conversion would be undefined.)
-[[nodiscard]] GNSS_EXPORT std::int32_t ToInt(double x);
-[[nodiscard]] GNSS_EXPORT std::int64_t ToInt64(double x);
+[[nodiscard]] constexpr std::int32_t ToInt(double x) {
+    if (x >= 2147483647.0) return INT32_MAX;
+    if (x <= -2147483648.0) return INT32_MIN;
+    return x == x ? static_cast<std::int32_t>(x) : 0;
+}
+[[nodiscard]] constexpr std::int64_t ToInt64(double x) {
+    if (x >= 0x1p63) return INT64_MAX;
+    if (x <= -0x1p63) return INT64_MIN;
+    return x == x ? static_cast<std::int64_t>(x) : 0;
+}
 
 // x held within the range of 32 bits.
 [[nodiscard]] constexpr std::int32_t Saturate(std::int64_t x) {

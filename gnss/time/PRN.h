@@ -1,0 +1,11 @@
+// PRN: the number of a GPS satellite, 1 to 32, or null; PRN::List is an ordered sequence of them. See SatelliteId.
+#pragma once
+
+#include "gnss/time/GPSSystem.h"
+#include "gnss/time/SatelliteId.h"
+
+namespace GNSS {
+
+extern template class SatelliteId<GPSSystem>;
+
+}  // namespace GNSS
