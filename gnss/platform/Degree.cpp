@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 namespace Corvane {
 
@@ -14,10 +13,6 @@ int TakeWhole(double& x) {
     const int whole = ToInt(x);
     x -= whole;
     return whole;
-}
-
-int Magnitude(int x) {
-    return x == std::numeric_limits<int>::min() ? std::numeric_limits<int>::max() : std::abs(x);
 }
 
 }  // namespace
@@ -36,15 +31,7 @@ Degree::Degree(int degrees, double minutes, bool negative) : negative_(negative)
     seconds_ = rest * 60.0;
 }
 
-Degree::Degree(int degrees, int minutes, double seconds, bool negative)
-    : negative_(negative), degrees_(Magnitude(degrees)), minutes_(Magnitude(minutes)), seconds_(std::abs(seconds)) {}
-
 Degree::Degree(Angle angle) : Degree(angle.Degrees()) {}
-
-double Degree::ToDegrees() const {
-    const double magnitude = degrees_ + (minutes_ + seconds_ / 60.0) / 60.0;
-    return negative_ ? -magnitude : magnitude;
-}
 
 void Degree::Round(int decimals) {
     if (!std::isfinite(seconds_)) return;
