@@ -86,12 +86,7 @@ Orbit Orbit::Rotating(const Orbit& state, const ECEF& acceleration) {
 
 Orbit Orbit::Absolute(const Orbit& s, const ECEF& a) {
     const Attraction pull = Attract(s);
-    return {s.vx,
-            s.vy,
-            s.vz,
-            s.x * pull.plane + a.GetX(),
-            s.y * pull.plane + a.GetY(),
-            s.z * pull.axis + a.GetZ()};
+    return {s.vx, s.vy, s.vz, s.x * pull.plane + a.GetX(), s.y * pull.plane + a.GetY(), s.z * pull.axis + a.GetZ()};
 }
 
 Orbit Orbit::Integrate(double h, const ECEF& acceleration, Derivative derivative) const {
