@@ -6,6 +6,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "gnss/platform/Angle.h"
@@ -21,12 +22,16 @@ public:
     ~Error() override;
 };
 
-// Runs what reads or writes a record and tells whether it came to its end: false when it throws, as streams do.
+// Runs what reads or writes a record: false when it throws, as streams do, otherwise what it returns, or true.
 template <typename Function>
 bool Succeeds(Function function) noexcept {
     try {
-        function();
-        return true;
+        if constexpr (std::is_void_v<decltype(function())>) {
+            function();
+            return true;
+        } else {
+            return function();
+        }
     } catch (...) {
         return false;
     }

@@ -1,0 +1,139 @@
+#include "gnss/platform/Component.h"
+
+#include <cassert>
+
+#include "gnss/platform/Failure.h"
+#include "gnss/platform/Root.h"
+
+namespace Corvane {
+
+namespace {
+
+// The innermost turn that this thread has.
+thread_local const Component::WriteLock* innermost = nullptr;
+
+}  // namespace
+
+Component::WriteLock::WriteLock(Component& component) {
+    assert(IsSafeToWait(component) && "a component's lock while holding another component's or a link's");
+    component.turn_.lock();
+    Take(component);
+}
+
+Component::WriteLock::WriteLock(Component& component, How how) {
+    if (!component.turn_.try_lock()) {
+        if (how == Try || !IsSafeToWait(component)) return;
+        component.turn_.lock();
+    }
+    Take(component);
+}
+
+Component::WriteLock::~WriteLock() {
+    if (component_ == nullptr) return;
+    innermost = outer_;
+    component_->turn_.unlock();
+}
+
+bool Component::WriteLock::IsSafeToWait(const Component& component) {
+    for (const WriteLock* each = innermost; each != nullptr; each = each->outer_) {
+        if (each->component_ == &component) return true;
+    }
+    return innermost == nullptr && !Exchange::Output::HoldsAny();
+}
+
+void Component::WriteLock::Take(Component& component) {
+    component_ = &component;
+    outer_ = innermost;
+    innermost = this;
+}
+
+Component::Component(Ident ident, std::int32_t cycleMS, const Factory* factory)
+    : ident_(ident), cycleMS_(cycleMS), factory_(factory) {}
+
+Component::~Component() {
+    assert(GetRoot() == nullptr && "a component must be held by the shared pointer that it joined with");
+}
+
+Index Component::GetIndex() const {
+    const std::lock_guard lock(members_);
+    return index_;
+}
+
+void Component::SetIndex(const Index& index) {
+    const WriteLock turn(*this);
+    {
+        const std::lock_guard lock(members_);
+        index_ = index;
+    }
+    OnIndex(index);
+}
+
+void Component::ReplayChange(bool) {}
+void Component::RootPathChange(const String&, bool) {}
+void Component::OnIndex(const Index&) {}
+
+bool Component::DoCycle() {
+    const WriteLock turn(*this, WriteLock::Try);
+    if (!turn.IsTaken() || isInCycle_ || isInHandler_ || GetRoot() == nullptr) return false;
+    const Raised inCycle(isInCycle_);
+    CheckQueue();
+    if (GetRoot() != nullptr) CallGuarded("Cycle", [this] { Cycle(); });
+    return true;
+}
+
+void Component::CheckQueue() {
+    const WriteLock turn(*this, WriteLock::Try);
+    const std::uint64_t nmrLeaves = nmrLeaves_.load(std::memory_order_acquire);
+    if (!turn.IsTaken() || isInHandler_ || GetRoot() == nullptr) return;
+    const Raised inHandler(isInHandler_);
+    inbox_.TakeAll(draining_);
+    for (Exchange::Inbox::Message& each : draining_) {
+        const Exchange::Inbox::Message message = std::move(each);
+        message.input->length_.fetch_sub(1, std::memory_order_relaxed);
+        // Who has left the tree hears no more, and neither does a response that is gone.
+        if (nmrLeaves != nmrLeaves_.load(std::memory_order_acquire) || !message.input->IsOpen()) continue;
+        CallGuarded("A handler", [&message] { message.input->Deliver(message.value); });
+    }
+    draining_.clear();
+}
+
+void Component::DropQueue() {
+    std::vector<Exchange::Inbox::Message> dropped;
+    inbox_.TakeAll(dropped);
+    for (const auto& message : dropped) message.input->length_.fetch_sub(1, std::memory_order_relaxed);
+}
+
+void Component::OnFailure(const char* what) {
+    nmrFailures_.fetch_add(1, std::memory_order_relaxed);
+    TellFailure(ident_.Print(), what);
+}
+
+void Component::Attach(const std::shared_ptr<Exchange::Output>& output) {
+    const std::lock_guard lock(members_);
+    outputs_.push_back(output);
+    if (Root* const root = GetRoot()) root->Offer(output);
+}
+
+void Component::Attach(const std::shared_ptr<Exchange::Input>& input) {
+    const std::lock_guard lock(members_);
+    inputs_.push_back(input);
+    if (Root* const root = GetRoot()) root->Subscribe(input);
+}
+
+void Component::Detach(const std::shared_ptr<Exchange::Output>& output) {
+    const std::lock_guard lock(members_);
+    std::erase(outputs_, output);
+    if (Root* const root = GetRoot()) root->Withdraw(output);
+}
+
+void Component::Detach(const std::shared_ptr<Exchange::Input>& input) {
+    // A handler that runs on another thread ends first; one that destroys its own response goes on.
+    const WriteLock turn(*this, WriteLock::WaitIfSafe);
+    assert(turn.IsTaken() && "a response of a working component destroyed inside another component's handler");
+    input->Close();
+    const std::lock_guard lock(members_);
+    std::erase(inputs_, input);
+    if (Root* const root = GetRoot()) root->Withdraw(input);
+}
+
+}  // namespace Corvane

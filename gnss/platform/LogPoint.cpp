@@ -1,0 +1,77 @@
+#include "gnss/platform/LogPoint.h"
+
+#include <utility>
+
+#include "gnss/platform/Failure.h"
+
+namespace Corvane {
+
+namespace {
+
+struct State {
+    std::mutex mutex;
+    std::shared_ptr<LogDataControl::Recorder> recorder;
+};
+
+// Never destroyed: components of other libraries may log while the process ends.
+State& TheState() {
+    static State& state = *new State;
+    return state;
+}
+
+std::shared_ptr<LogDataControl::Recorder> GetRecorder() {
+    const std::lock_guard lock(TheState().mutex);
+    return TheState().recorder;
+}
+
+}  // namespace
+
+LogDataControl::Recorder::~Recorder() = default;
+
+void LogDataControl::SetRecorder(std::shared_ptr<Recorder> recorder) {
+    const std::lock_guard lock(TheState().mutex);
+    TheState().recorder.swap(recorder);
+}
+
+bool LogDataControl::IsRecording() {
+    return GetRecorder() != nullptr;
+}
+
+LogDataControl::GenPoint::~GenPoint() = default;
+
+void LogDataControl::GenPoint::Connect(Ident source, Type type, Writer current) {
+    auto connection = std::make_shared<const Connection>(Connection{source, type, std::move(current)});
+    const std::lock_guard lock(mutex_);
+    connection_.swap(connection);
+}
+
+bool LogDataControl::GenPoint::Refresh() const {
+    const auto connection = GetConnection();
+    return connection && Record(*connection, connection->current);
+}
+
+bool LogDataControl::GenPoint::Log(const Writer& write) const {
+    const auto connection = GetConnection();
+    return connection && Record(*connection, write);
+}
+
+std::shared_ptr<const LogDataControl::GenPoint::Connection> LogDataControl::GenPoint::GetConnection() const {
+    const std::lock_guard lock(mutex_);
+    return connection_;
+}
+
+bool LogDataControl::GenPoint::Record(const Connection& connection, const Writer& write) {
+    const auto recorder = GetRecorder();
+    if (!recorder || !write) return false;
+    try {
+        Stream::MemoryOutput output;
+        write(output);
+        recorder->Record(connection.source, connection.type, output.Bytes());
+        return true;
+    } catch (...) {
+        TellFailure(connection.source.Print(), "Logging");
+        return false;
+    }
+}
+
+}  // namespace Corvane

@@ -1,0 +1,22 @@
+#include "gnss/platform/Param.h"
+
+namespace Corvane {
+
+const ParamDefn<ParamList>& ParamList::GetVoidDefn() {
+    static const ParamDefn<ParamList> defn("ParamList", ParamList());
+    return defn;
+}
+
+Type ParamList::GetType(Ident ident) const {
+    const auto found = params_.find(ident);
+    return found == params_.end() ? Type() : found->second->GetType();
+}
+
+const ParamCore* ParamList::Find(Ident ident, Type type, ValueType valueType) const {
+    const auto found = params_.find(ident);
+    if (found == params_.end()) return nullptr;
+    const ParamCore& param = *found->second;
+    return param.GetType() == type && param.GetValueType() == valueType ? &param : nullptr;
+}
+
+}  // namespace Corvane
