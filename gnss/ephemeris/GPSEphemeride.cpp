@@ -1,7 +1,6 @@
 #include "gnss/ephemeris/GPSEphemeride.h"
 
 #include <cmath>
-#include <exception>
 
 #include "gnss/geodesy/Kepler.h"
 
@@ -11,6 +10,7 @@ namespace {
 
 using Corvane::Angle;
 using Corvane::Time;
+using Corvane::Stream::Succeeds;
 
 // Seconds from the instant with second of week `reference` that lies closest to the record's reference time, to t.
 double Elapsed(const GPSEphemeride& record, double reference, const GPSTime& t) {
@@ -25,11 +25,11 @@ double MeanMotion(const GPSEphemeride::Posn& posn) {
 // Where in its orbit the satellite is, tk seconds after toe, up to the plane of the orbit.
 struct InPlane {
     double sinE, cosE;
-    double shrink;        // 1 - e cos E
-    double sin2, cos2;    // of twice the argument of latitude, uncorrected
-    double sinU, cosU;    // of the corrected argument of latitude
-    double radius;        // m
-    double inclination;   // rad
+    double shrink;       // 1 - e cos E
+    double sin2, cos2;   // of twice the argument of latitude, uncorrected
+    double sinU, cosU;   // of the corrected argument of latitude
+    double radius;       // m
+    double inclination;  // rad
 };
 
 InPlane Place(const GPSEphemeride& record, double tk, double meanMotion) {
@@ -63,7 +63,9 @@ InPlane Place(const GPSEphemeride& record, double tk, double meanMotion) {
     return at;
 }
 
-double NodeRate(const GPSEphemeride::Posn& p) { return (p.OmegaDot - GPSEphemeride::EarthRate).Radians(); }
+double NodeRate(const GPSEphemeride::Posn& p) {
+    return (p.OmegaDot - GPSEphemeride::EarthRate).Radians();
+}
 
 double Node(const GPSEphemeride::Posn& p, double tk) {
     return p.Omega0.Radians() + NodeRate(p) * tk - GPSEphemeride::EarthRate.Radians() * p.toe;
@@ -97,8 +99,7 @@ bool GPSEphemeride::CalculatePosn(const GPSTime& t, Result& result) const {
     const double dt = Elapsed(*this, clock.toc, t);
     const double tk = Elapsed(*this, posn.toe, t);
     const InPlane at = Place(*this, tk, MeanMotion(posn));
-    result.clockCorrection =
-        (clock.af2 * dt + clock.af1) * dt + clock.af0 + F * posn.e * posn.sqrtA * at.sinE;
+    result.clockCorrection = (clock.af2 * dt + clock.af1) * dt + clock.af0 + F * posn.e * posn.sqrtA * at.sinE;
     result.groupDelay = clock.Tgd;
 
     const double node = Node(posn, tk);
@@ -123,7 +124,8 @@ ECEF::Delta GPSEphemeride::CalculateVely(const GPSTime& t) const {
     const double dE = n / at.shrink;
     const double dV = std::sqrt(1.0 - posn.e * posn.e) * dE / at.shrink;
     const double dU = dV + 2.0 * dV * (posn.Cus.Radians() * at.cos2 - posn.Cuc.Radians() * at.sin2);
-    const double dR = posn.sqrtA * posn.sqrtA * posn.e * at.sinE * dE + 2.0 * dV * (posn.Crs * at.cos2 - posn.Crc * at.sin2);
+    const double dR =
+        posn.sqrtA * posn.sqrtA * posn.e * at.sinE * dE + 2.0 * dV * (posn.Crs * at.cos2 - posn.Crc * at.sin2);
     const double dI = posn.IDOT.Radians() + 2.0 * dV * (posn.Cis.Radians() * at.cos2 - posn.Cic.Radians() * at.sin2);
     const double dNode = NodeRate(posn);
 
@@ -143,21 +145,18 @@ ECEF::Delta GPSEphemeride::CalculateVely(const GPSTime& t) const {
 }
 
 bool GPSEphemeride::Posn::Write(Corvane::Stream::Output& output) const {
-    try {
+    return Succeeds([&] {
         output.WriteInt(IODE);
         for (const double value : {toe, sqrtA, e}) output.WriteDouble(value);
         for (const Angle angle : {M0, Omega0, i0, omega, deltaN, OmegaDot, IDOT}) output.WriteAngle(angle);
         output.WriteDouble(Crc);
         output.WriteDouble(Crs);
         for (const Angle angle : {Cuc, Cus, Cic, Cis}) output.WriteAngle(angle);
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool GPSEphemeride::Posn::Read(Corvane::Stream::Input& input) {
-    try {
+    return Succeeds([&] {
         Posn read;
         read.IODE = input.ReadInt();
         for (double* value : {&read.toe, &read.sqrtA, &read.e}) *value = input.ReadDouble();
@@ -168,57 +167,44 @@ bool GPSEphemeride::Posn::Read(Corvane::Stream::Input& input) {
         read.Crs = input.ReadDouble();
         for (Angle* angle : {&read.Cuc, &read.Cus, &read.Cic, &read.Cis}) *angle = input.ReadAngle();
         *this = read;
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool GPSEphemeride::Clock::Write(Corvane::Stream::Output& output) const {
-    try {
+    return Succeeds([&] {
         output.WriteInt(IODC);
         for (const double value : {toc, Tgd, af2, af1, af0}) output.WriteDouble(value);
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool GPSEphemeride::Clock::Read(Corvane::Stream::Input& input) {
-    try {
+    return Succeeds([&] {
         Clock read;
         read.IODC = input.ReadInt();
         for (double* value : {&read.toc, &read.Tgd, &read.af2, &read.af1, &read.af0}) *value = input.ReadDouble();
         *this = read;
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool GPSEphemeride::Write(Corvane::Stream::Output& output) const {
-    try {
+    return Succeeds([&] {
         output.WriteIntAsShort(prn);
         output.WriteIntAsShort(reference.GetWeek());
         output.WriteDouble(reference.GetSeconds());
-    } catch (const std::exception&) {
-        return false;
-    }
-    return posn.Write(output) && clock.Write(output) && status.Write(output);
+        return posn.Write(output) && clock.Write(output) && status.Write(output);
+    });
 }
 
 bool GPSEphemeride::Read(Corvane::Stream::Input& input) {
-    GPSEphemeride read;
-    try {
+    return Succeeds([&] {
+        GPSEphemeride read;
         read.prn.Set(input.ReadShortAsInt());
         const int week = input.ReadShortAsInt();
         read.reference.SetTo(week, input.ReadDouble());
-    } catch (const std::exception&) {
-        return false;
-    }
-    if (!read.posn.Read(input) || !read.clock.Read(input) || !read.status.Read(input)) return false;
-    *this = read;
-    return true;
+        if (!read.posn.Read(input) || !read.clock.Read(input) || !read.status.Read(input)) return false;
+        *this = read;
+        return true;
+    });
 }
 
 }  // namespace GNSS

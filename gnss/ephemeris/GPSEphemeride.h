@@ -41,9 +41,9 @@ public:
         Corvane::Angle IDOT;      // rate of inclination, per second
         double Crc = 0.0;         // cosine and sine corrections to the radius, metres
         double Crs = 0.0;
-        Corvane::Angle Cuc;       // to the argument of latitude
+        Corvane::Angle Cuc;  // to the argument of latitude
         Corvane::Angle Cus;
-        Corvane::Angle Cic;       // to the inclination
+        Corvane::Angle Cic;  // to the inclination
         Corvane::Angle Cis;
 
         void Reset() { *this = Posn(); }
@@ -98,8 +98,8 @@ public:
 
     void Reset() { *this = GPSEphemeride(); }
 
-    // Position and clock at a GPS system time. An unhealthy satellite is an answer: true with Result::valid false. False
-    // when t lies outside the validity interval about toc. Allocates nothing.
+    // Position and clock at a GPS system time. An unhealthy satellite is an answer: true with Result::valid false.
+    // False when t lies outside the validity interval about toc. Allocates nothing.
     bool CalculatePosn(const GPSTime& t, Result& result) const;
     // Velocity at a GPS system time, metres per second in the earth-fixed frame: the time derivative of the position
     // that CalculatePosn gives, without its tests of health and age.

@@ -26,7 +26,9 @@ int FitHours(int iodc) {
 
 }  // namespace
 
-void GPSEphemerideStatus::SetCurveFit(int fitFlag, int iodc) { SetCurveFit(fitFlag == 0 ? 4 : FitHours(iodc)); }
+void GPSEphemerideStatus::SetCurveFit(int fitFlag, int iodc) {
+    SetCurveFit(fitFlag == 0 ? 4 : FitHours(iodc));
+}
 
 double GPSEphemerideStatus::GetURAMetres() const {
     switch (ura_) {
@@ -50,8 +52,8 @@ double GPSEphemerideStatus::GetURAMetres() const {
 }
 
 double GPSEphemerideStatus::GetURAMetres(int index, bool upper) {
-    static constexpr std::array Limits = {2.4,   3.4,   4.85,  6.85,  9.65,   13.65,  24.0,  48.0,
-                                          96.0,  192.0, 384.0, 768.0, 1536.0, 3072.0, 6144.0};
+    static constexpr std::array Limits = {2.4,  3.4,   4.85,  6.85,  9.65,   13.65,  24.0,  48.0,
+                                          96.0, 192.0, 384.0, 768.0, 1536.0, 3072.0, 6144.0};
     if (!upper) {
         if (index < 1) return 0.0;
         --index;
@@ -61,7 +63,7 @@ double GPSEphemerideStatus::GetURAMetres(int index, bool upper) {
 }
 
 bool GPSEphemerideStatus::Write(Corvane::Stream::Output& output) const {
-    try {
+    return Corvane::Stream::Succeeds([&] {
         output.WriteInt(flags_);
         output.WriteInt(ura_);
         output.WriteInt(health_);
@@ -70,14 +72,11 @@ bool GPSEphemerideStatus::Write(Corvane::Stream::Output& output) const {
         output.WriteBool(l2PData_);
         output.WriteInt(asFlag_);
         output.WriteInt(alert_);
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool GPSEphemerideStatus::Read(Corvane::Stream::Input& input) {
-    try {
+    return Corvane::Stream::Succeeds([&] {
         GPSEphemerideStatus read;
         read.flags_ = input.ReadInt();
         read.ura_ = input.ReadInt();
@@ -88,10 +87,7 @@ bool GPSEphemerideStatus::Read(Corvane::Stream::Input& input) {
         read.asFlag_ = input.ReadInt();
         read.alert_ = input.ReadInt();
         *this = read;
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 }  // namespace GNSS

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 
 #include "gnss/platform/Event.h"
 #include "gnss/platform/LogPoint.h"
@@ -16,11 +15,14 @@ namespace {
 using Corvane::Angle;
 using Corvane::compare;
 using Corvane::String;
+using Corvane::Stream::Succeeds;
 
 constexpr double MetresInKM = 1000.0;
 constexpr double MoscowToUTC = 10800.0;  // 03:00 Moscow time is midnight UTC
 
-double Length(const ECEF& v) { return (v - ECEF()).Magnitude(); }
+double Length(const ECEF& v) {
+    return (v - ECEF()).Magnitude();
+}
 
 bool AgreesWithin(const ECEF& a, const ECEF& b, double tolerance) {
     return compare(a.GetX(), b.GetX(), tolerance) == 0 && compare(a.GetY(), b.GetY(), tolerance) == 0 &&
@@ -32,7 +34,9 @@ bool IsOutside(double seconds, bool extended) {
     return seconds < -limit || seconds > limit;
 }
 
-ECEF ScaledToMetres(double x, double y, double z) { return {x * MetresInKM, y * MetresInKM, z * MetresInKM}; }
+ECEF ScaledToMetres(double x, double y, double z) {
+    return {x * MetresInKM, y * MetresInKM, z * MetresInKM};
+}
 
 // Hands the state over in metres. The direction is that of an inertial frame at tb, which the rotating integration does
 // not need: its sine and cosine are worked out and not used. Intended.
@@ -45,8 +49,9 @@ void Extract(const Orbit& state, Ephemeride::Result& result, Angle theta) {
 
 // Adds the event of a refused record: what is wrong with it, and the numbers that show it.
 void AddRejection(const Slot& slot, const char* what, const String& numbers) {
-    Corvane::Event::AddEvent("Glonass Ephemeris", "Glonass Ephemeride update for Slot " + String::FormatInt(slot, 2, true) +
-                                                      " is rejected due to an " + what + " " + numbers + ".");
+    Corvane::Event::AddEvent("Glonass Ephemeris", "Glonass Ephemeride update for Slot " +
+                                                      String::FormatInt(slot, 2, true) + " is rejected due to an " +
+                                                      what + " " + numbers + ".");
 }
 
 String Triple(const ECEF& v, int decimals) {
@@ -73,10 +78,13 @@ void Ephemeride::Status::Set(Word word, int value) {
     if (word != Present) words_[Present] |= 1 << (word - 1);
 }
 
-bool Ephemeride::Posn::IsTheSameTb(const Posn& other) const { return compare(tb, other.tb, 0.001) == 0; }
+bool Ephemeride::Posn::IsTheSameTb(const Posn& other) const {
+    return compare(tb, other.tb, 0.001) == 0;
+}
 
 int Ephemeride::LeapCorrection(const GPSTime& t) const {
-    if (t.GetSeconds() <= GPSTime::LeapChange() || t.GetSeconds() >= 3600.0 || posn.tb - MoscowToUTC >= 900.0) return 0;
+    // The tests that cost least come first; outside a week's first hour they are all.
+    if (t.GetSeconds() >= 3600.0 || posn.tb - MoscowToUTC >= 900.0 || t.GetSeconds() <= GPSTime::LeapChange()) return 0;
     return GPSTime::LeapSecondZone(GPSTime::GetUTCTimeRef());
 }
 
@@ -88,10 +96,10 @@ bool Ephemeride::CalculatePosn(const GPSTime& t, Result& result, bool extended) 
     result.Reset();
     if (status.IsUnhealthy()) return true;
     const GloTime now(t);
-    double dt = now - GetReferenceTime();
+    GloTime ref = GetReferenceTime();
+    double dt = now - ref;
     if (IsOutside(dt, extended)) return false;
 
-    GloTime ref = GetReferenceTime();
     if (const int leap = LeapCorrection(t); leap != 0) {
         ref.Set(posn.day, posn.tb - leap, GloTime::UnknownYear);
         dt = now - ref;
@@ -166,7 +174,7 @@ bool Ephemeride::CanCalcWith(int tb, bool odd) const {
 }
 
 bool Ephemeride::Posn::Write(Corvane::Stream::Output& output) const {
-    try {
+    return Succeeds([&] {
         if (IsOldFormat()) {
             output.WriteIntAsShort(day);
         } else {
@@ -176,14 +184,11 @@ bool Ephemeride::Posn::Write(Corvane::Stream::Output& output) const {
         output.WriteDouble(tb);
         output.WriteInt(sequence);
         for (const ECEF& v : {posn, vely, accel}) WriteECEF(output, v);
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool Ephemeride::Posn::Read(Corvane::Stream::Input& input) {
-    try {
+    return Succeeds([&] {
         Posn read;
         read.day = IsOldFormat() ? input.ReadShortAsInt() : input.ReadInt();
         read.frameTime = input.ReadDouble();
@@ -191,80 +196,59 @@ bool Ephemeride::Posn::Read(Corvane::Stream::Input& input) {
         read.sequence = input.ReadInt();
         for (ECEF* v : {&read.posn, &read.vely, &read.accel}) *v = ReadECEF(input);
         *this = read;
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool Ephemeride::Clock::Write(Corvane::Stream::Output& output) const {
-    try {
+    return Succeeds([&] {
         output.WriteDouble(tau);
         output.WriteDouble(gamma);
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool Ephemeride::Clock::Read(Corvane::Stream::Input& input) {
-    try {
+    return Succeeds([&] {
         Clock read;
         read.tau = input.ReadDouble();
         read.gamma = input.ReadDouble();
         *this = read;
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool Ephemeride::Status::Write(Corvane::Stream::Output& output) const {
-    try {
+    return Succeeds([&] {
         for (const int word : words_) output.WriteInt(word);
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool Ephemeride::Status::Read(Corvane::Stream::Input& input) {
-    try {
+    return Succeeds([&] {
         Status read;
         for (int& word : read.words_) word = input.ReadInt();
         *this = read;
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool Ephemeride::M::Write(Corvane::Stream::Output& output) const {
-    try {
+    return Succeeds([&] {
         output.WriteBool(isM);
         output.WriteInt(age);
         output.WriteInt(accuracyIndex);
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool Ephemeride::M::Read(Corvane::Stream::Input& input) {
-    try {
+    return Succeeds([&] {
         M read;
         read.isM = input.ReadBool();
         read.age = input.ReadInt();
         read.accuracyIndex = input.ReadInt();
         *this = read;
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool Ephemeride::Write(Corvane::Stream::Output& output) const {
-    try {
+    return Succeeds([&] {
         if (IsOldFormat()) {
             output.WriteIntAsShort(slot);
         } else {
@@ -275,24 +259,21 @@ bool Ephemeride::Write(Corvane::Stream::Output& output) const {
         if (!posn.Write(output) || !clock.Write(output) || !status.Write(output) || !m.Write(output)) return false;
         output.WriteDouble(accuracy);
         return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool Ephemeride::Read(Corvane::Stream::Input& input) {
-    try {
+    return Succeeds([&] {
         Ephemeride read;
         read.slot.Set(IsOldFormat() ? input.ReadShortAsInt() : input.ReadUChar());
         const int week = input.ReadShortAsInt();
         read.reference.SetTo(week, input.ReadDouble());
-        if (!read.posn.Read(input) || !read.clock.Read(input) || !read.status.Read(input) || !read.m.Read(input)) return false;
+        if (!read.posn.Read(input) || !read.clock.Read(input) || !read.status.Read(input) || !read.m.Read(input))
+            return false;
         read.accuracy = input.ReadDouble();
         *this = read;
         return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 bool Ephemeride::IsOldFormat() {

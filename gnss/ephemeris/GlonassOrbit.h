@@ -7,15 +7,15 @@
 
 namespace GNSS::Glonass {
 
-// Position and velocity in kilometres and kilometres per second, moved by the equations of the GLONASS interface control
-// document (edition 5.1, 3.1.2 of appendix 3): the earth's point mass, its second zonal harmonic and a lunisolar
-// acceleration that is held constant, integrated by the classical Runge-Kutta method of fourth order. In steps of 60 s
-// the integration itself is good to some millimetres over 30 minutes.
+// Position and velocity in kilometres and kilometres per second, moved by the equations of the GLONASS interface
+// control document (edition 5.1, 3.1.2 of appendix 3): the earth's point mass, its second zonal harmonic and a
+// lunisolar acceleration that is held constant, integrated by the classical Runge-Kutta method of fourth order. In
+// steps of 60 s the integration itself is good to some millimetres over 30 minutes.
 class GNSS_EXPORT Orbit {
 public:
-    static constexpr double Gravity = 398600.44;   // km^3/s^2
-    static constexpr double Radius = 6378.136;     // equatorial radius, km
-    static constexpr double C20 = -0.00108263;     // second zonal harmonic
+    static constexpr double Gravity = 398600.44;      // km^3/s^2
+    static constexpr double Radius = 6378.136;        // equatorial radius, km
+    static constexpr double C20 = -0.00108263;        // second zonal harmonic
     static constexpr double EarthRate = 7.292115e-5;  // rad/s
 
     // The time derivative of a state under an acceleration in km/s^2.
@@ -31,7 +31,9 @@ public:
     void Zero() { *this = Orbit(); }
     void ScaleBy(double factor) { *this = *this * factor; }
     void IncreaseBy(const Orbit& other) { *this = *this + other; }
-    friend Orbit operator*(const Orbit& a, double f) { return {a.x * f, a.y * f, a.z * f, a.vx * f, a.vy * f, a.vz * f}; }
+    friend Orbit operator*(const Orbit& a, double f) {
+        return {a.x * f, a.y * f, a.z * f, a.vx * f, a.vy * f, a.vz * f};
+    }
     friend Orbit operator+(const Orbit& a, const Orbit& b) {
         return {a.x + b.x, a.y + b.y, a.z + b.z, a.vx + b.vx, a.vy + b.vy, a.vz + b.vz};
     }

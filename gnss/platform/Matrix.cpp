@@ -58,11 +58,11 @@ Matrix::Matrix(int rows, int columns) {
     if (rows < 1 || columns < 1 || rows > MaxDimension || columns > MaxDimension) return;
     rows_ = rows;
     columns_ = columns;
-    if (rows * columns > Inline) large_.resize(static_cast<std::size_t>(rows * columns));
+    if (Count() > Inline) large_.resize(Count());
 }
 
 Matrix::Matrix(int rows, int columns, std::initializer_list<double> values) : Matrix(rows, columns) {
-    const auto count = std::min(values.size(), static_cast<std::size_t>(rows_ * columns_));
+    const auto count = std::min(values.size(), Count());
     std::copy_n(values.begin(), count, Data());
 }
 
@@ -95,7 +95,7 @@ Matrix Matrix::Identity(int size) {
 }
 
 bool Matrix::IsFinite() const {
-    return std::all_of(Data(), Data() + rows_ * columns_, [](double x) { return std::isfinite(x); });
+    return std::all_of(Data(), Data() + Count(), [](double x) { return std::isfinite(x); });
 }
 
 Matrix Matrix::Transpose() const {
@@ -107,7 +107,7 @@ Matrix Matrix::Transpose() const {
 Matrix Matrix::Inverse() const {
     if (!IsSquare() || !IsFinite()) return {};
     using Small = ::Eigen::Matrix<double, ::Eigen::Dynamic, ::Eigen::Dynamic, 0, 5, 5>;
-    static_assert(Inline == 5 * 5);
+    static_assert(Inline == 25);
     Matrix result = *this;
     const auto view = Eigen::View(result);
     const bool regular = rows_ <= 5 ? InvertInPlace<Small>(view) : InvertInPlace<::Eigen::MatrixXd>(view);
@@ -156,7 +156,7 @@ Matrix operator*(const Matrix& a, double factor) {
 
 bool operator==(const Matrix& a, const Matrix& b) {
     if (a.rows_ != b.rows_ || a.columns_ != b.columns_) return false;
-    return std::equal(a.Data(), a.Data() + a.rows_ * a.columns_, b.Data());
+    return std::equal(a.Data(), a.Data() + a.Count(), b.Data());
 }
 
 Matrix::SquareBody::~SquareBody() = default;

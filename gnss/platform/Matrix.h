@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <initializer_list>
 #include <memory>
 #include <vector>
@@ -75,7 +76,7 @@ public:
     friend GNSS_EXPORT bool operator==(const Matrix& a, const Matrix& b);
 
 private:
-    static constexpr int Inline = 25;
+    static constexpr std::size_t Inline = 25;
     struct Eigen;  // views for the arithmetic, in the source
 
     [[nodiscard]] bool IsInside(int row, int column) const {
@@ -83,8 +84,12 @@ private:
     }
     [[nodiscard]] double* Data() { return large_.empty() ? small_.data() : large_.data(); }
     [[nodiscard]] const double* Data() const { return large_.empty() ? small_.data() : large_.data(); }
-    [[nodiscard]] double* At(int row, int column) { return Data() + row * columns_ + column; }
-    [[nodiscard]] const double* At(int row, int column) const { return Data() + row * columns_ + column; }
+    [[nodiscard]] std::size_t Offset(int row, int column) const {
+        return static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) + static_cast<std::size_t>(column);
+    }
+    [[nodiscard]] std::size_t Count() const { return Offset(rows_, 0); }
+    [[nodiscard]] double* At(int row, int column) { return Data() + Offset(row, column); }
+    [[nodiscard]] const double* At(int row, int column) const { return Data() + Offset(row, column); }
 
     // Row by row, in small_ when there are no more than Inline elements, else in large_.
     int rows_ = 0;

@@ -1,5 +1,6 @@
 #include "gnss/time/GloTime.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace GNSS {
@@ -44,7 +45,8 @@ void GloTime::Set(int day, double seconds, int leapYear) {
     std::int64_t carried = day;
     if (std::abs(seconds) > FarthestSeconds) seconds = std::copysign(FarthestSeconds, seconds);
     if (seconds < 0.0) {
-        const double days = std::ceil(-seconds / SecsInDay);
+        // At least one, also where the quotient of the smallest numbers is 0.
+        const double days = std::max(1.0, std::ceil(-seconds / SecsInDay));
         seconds += days * SecsInDay;
         carried -= Corvane::ToInt64(days);
     }

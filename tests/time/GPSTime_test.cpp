@@ -33,8 +33,9 @@ TEST(GPSTime, Normalises) {
         {10, -604800.0, 9, 0.0},
         {10, -604800.5, 8, 604799.5},
         {10, 3 * 604800.0 + 2.5, 13, 2.5},
+        {10, -5e-324, 10, 0.0},
         {10, -1e-20, 10, 0.0},  // rounds up to the end of the week before
-        {0, -1e15, -1653439154, 195200.0},
+        {0, -1e15, -1653439154, 339200.0},
         // Beyond the weeks: second 0 of the first or last.
         {0, 1e300, INT32_MAX, 0.0},
         {0, -1e300, INT32_MIN, 0.0},

@@ -54,12 +54,13 @@ TEST(GloTime, CarriesSecondsAndDays) {
         {{1, -1.0, -1}, {1461, 86399.0, -1}},
         {{1461, 86400.0, 2012}, {1, 0.0, 2016}},
         {{5, -1e-20, 2012}, {5, 0.0, 2012}},
+        {{5, -5e-324, 2012}, {5, 0.0, 2012}},
         {{0, 0.0, 2012}, {1461, 0.0, 2008}},
         // Day numbers and leap years out of range, and seconds that no loop would get to the end of.
-        {{INT32_MAX, 0.0, 2012}, {1145, 0.0, 5881508}},
-        {{INT32_MIN, 0.0, -1}, {315, 0.0, -1}},
-        {{INT32_MAX, 0.0, INT32_MAX - 1}, {1145, 0.0, INT32_MAX}},
-        {{INT32_MIN, 0.0, INT32_MIN + 1}, {315, 0.0, INT32_MIN}},
+        {{INT32_MAX, 0.0, 2012}, {655, 0.0, 5881500}},
+        {{INT32_MIN, 0.0, -1}, {805, 0.0, -1}},
+        {{INT32_MAX, 0.0, INT32_MAX - 1}, {655, 0.0, INT32_MAX}},
+        {{INT32_MIN, 0.0, INT32_MIN + 1}, {805, 0.0, INT32_MIN}},
         {{1, 1e300, 2012}, PartsOf(GloTime(1, 1e15, 2012))},
         {{1, -Infinity, 2012}, PartsOf(GloTime(1, -1e15, 2012))},
     };
@@ -145,7 +146,7 @@ TEST(GloTime, ResolvesAroundItself) {
     EXPECT_EQ(PartsOf(GloTime(1000, 0.0, 2016).Resolve(270, 0.0)), (Parts{270, 0.0, 2016}));
     EXPECT_EQ(PartsOf(GloTime(1000, 0.0, 2016).Resolve(269, 0.0)), (Parts{269, 0.0, 2020}));
     EXPECT_EQ(PartsOf(GloTime(10, 0.0, -1).Resolve(1400, 0.0)), (Parts{1400, 0.0, -1}));
-    EXPECT_EQ(GloTime(1, 0.0, INT32_MAX).Resolve(INT32_MIN, 0.0).GetLeapYear(), INT32_MAX - 4 * 1469856)
+    EXPECT_EQ(GloTime(1, 0.0, INT32_MAX).Resolve(INT32_MIN, 0.0).GetLeapYear(), INT32_MAX - 4 * 1469873)
         << "as far back as the days reach";
 }
 
