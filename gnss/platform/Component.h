@@ -62,7 +62,8 @@ public:
     virtual void OnIndex(const Index& index);
 
     // The framework's own cycle: drains the queue, then calls Cycle. False, and nothing is done, when the component is
-    // not joined, when another thread has its turn, and inside one of its own handlers.
+    // not joined, when another thread has or waits for its turn, inside one of its own handlers, and under a link's
+    // lock.
     bool DoCycle();
     // Hands out what is in the queue now; what arrives meanwhile waits for the next time. Does nothing in the cases
     // where DoCycle does nothing, except that Cycle may call it.
@@ -91,6 +92,7 @@ public:
         WriteLock(Component& component, How how);
         [[nodiscard]] bool IsTaken() const { return component_ != nullptr; }
         [[nodiscard]] static bool IsSafeToWait(const Component& component);
+        static void Wait(Component& component);
         void Take(Component& component);
 
         Component* component_ = nullptr;
@@ -120,6 +122,8 @@ private:
     void Attach(const std::shared_ptr<Exchange::Input>& input);
     void Detach(const std::shared_ptr<Exchange::Output>& output);
     void Detach(const std::shared_ptr<Exchange::Input>& input);
+    // In the turn.
+    [[nodiscard]] bool MayHandle() const;
     void DropQueue();
     void OnFailure(const char* what);
     template <typename Function>
@@ -137,6 +141,7 @@ private:
     std::atomic<std::uint64_t> nmrFailures_ = 0;
 
     std::recursive_mutex turn_;
+    std::atomic<int> nmrWaiting_ = 0;
     bool isInCycle_ = false;                          // in the turn
     bool isInHandler_ = false;                        // in the turn
     std::vector<Exchange::Inbox::Message> draining_;  // in the turn; keeps its memory from one time to the next
