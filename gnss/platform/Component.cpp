@@ -103,8 +103,10 @@ void Component::CheckQueue() {
         const Exchange::Inbox::Message message = std::move(each);
         message.input->length_.fetch_sub(1, std::memory_order_relaxed);
         // Who has left the tree hears no more, and neither does a response that is gone.
-        if (nmrLeaves != nmrLeaves_.load(std::memory_order_acquire) || !message.input->IsOpen()) continue;
-        CallGuarded("A handler", [&message] { message.input->Deliver(message.value); });
+        if (nmrLeaves == nmrLeaves_.load(std::memory_order_acquire) && message.input->IsOpen()) {
+            CallGuarded("A handler", [&message] { message.input->Deliver(message.value); });
+        }
+        inbox_.CountDone();
     }
     draining_.clear();
 }
@@ -112,7 +114,10 @@ void Component::CheckQueue() {
 void Component::DropQueue() {
     std::vector<Exchange::Inbox::Message> dropped;
     inbox_.TakeAll(dropped);
-    for (const auto& message : dropped) message.input->length_.fetch_sub(1, std::memory_order_relaxed);
+    for (const auto& message : dropped) {
+        message.input->length_.fetch_sub(1, std::memory_order_relaxed);
+        inbox_.CountDone();
+    }
 }
 
 void Component::OnFailure(const char* what) {

@@ -68,12 +68,12 @@ public:
     // Hands out what is in the queue now; what arrives meanwhile waits for the next time. Does nothing in the cases
     // where DoCycle does nothing, except that Cycle may call it.
     void CheckQueue();
-    // Number of values in the queue.
-    [[nodiscard]] std::size_t NmrQueued() const { return inbox_.Length(); }
+    // Number of values in the queue, with the one that is being handled.
+    [[nodiscard]] std::size_t NmrQueued() const { return inbox_.NmrOpen(); }
     // Number of times that an exception left a handler, Cycle or OnJoin.
     [[nodiscard]] std::uint64_t NmrFailures() const { return nmrFailures_.load(std::memory_order_relaxed); }
 
-    // Has the component's turn: waits for a running handler to end and holds the next ones off. May be taken again by
+    // Has the component's turn: waits for a cycle under way to end and holds the next ones off. May be taken again by
     // the thread that has it, as every handler does; not while holding another component's or any link's lock.
     class GNSS_EXPORT WriteLock {
     public:

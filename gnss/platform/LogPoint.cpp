@@ -14,11 +14,12 @@ struct State {
     std::shared_ptr<LogDataControl::Recorder> recorder;
 };
 
-// Never destroyed: components of other libraries may log while the process ends.
+// Made at the latest while this library loads, so that it outlives what the libraries that stand on it make.
 State& TheState() {
-    static State& state = *new State;
+    static State state;
     return state;
 }
+[[maybe_unused]] const State& madeEarly = TheState();
 
 std::atomic<int> fileVersion = LogDataControl::NewestFileVersion;
 

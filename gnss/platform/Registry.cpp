@@ -46,11 +46,12 @@ struct State {
     Lines lines;
 };
 
-// Made on first use and never destroyed: settings are read and written while libraries load and unload.
+// Made at the latest while this library loads, so that it outlives what the libraries that stand on it make.
 State& TheState() {
-    static State& state = *new State;
+    static State state;
     return state;
 }
+[[maybe_unused]] const State& madeEarly = TheState();
 
 bool IsControl(char c) {
     const auto code = static_cast<unsigned char>(c);

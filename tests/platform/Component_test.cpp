@@ -6,10 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include "gnss/platform/Event.h"
 #include "gnss/platform/Factory.h"
 #include "gnss/platform/LogPoint.h"
 #include "gnss/platform/View.h"
 #include "tests/platform/Components.h"
+#include "tests/support/RecordingDC.h"
 
 using namespace Corvane;
 using tests::Joined;
@@ -77,6 +79,8 @@ TEST(Component, AHandlerIsNotEnteredAgainAndNewMessagesWaitForTheNextCycle) {
         EXPECT_FALSE(actor->DoCycle());
         root.CycleAll();
         EXPECT_EQ(actor->got.back(), number);
+        EXPECT_EQ(actor->numbers.Length(), number < 5 ? 1u : 0u);
+        EXPECT_EQ(root.NmrQueued(), actor->numbers.Length() + 1);
     };
     source->messages.Send(1);
     root.CycleAll();
@@ -99,10 +103,16 @@ TEST(Component, AnExceptionEndsItsHandlerOnly) {
         throw std::runtime_error("nor this");
     };
     for (const int number : {1, 2, 3}) source->messages.Send(number);
+    Event::Clear();
     root.CycleAll();
     EXPECT_EQ(actor->got, (Numbers{1, 2, 3}));
     EXPECT_TRUE(cycled);
     EXPECT_EQ(actor->NmrFailures(), 3u);
+    std::vector<String> texts;
+    for (const Event& event : Event::GetKept()) texts.push_back(event.GetSource() + ": " + event.GetText());
+    EXPECT_EQ(texts,
+              (std::vector<String>{"Actor: A handler failed: not this one",
+                                   "Actor: A handler failed: unknown exception", "Actor: Cycle failed: nor this"}));
 }
 
 TEST(Component, LeavesInsideItsOwnHandler) {
@@ -242,26 +252,26 @@ TEST(View, AsksForARedrawUntilItIsPaintedAsItIs) {
             AddCommand({Ident("Copy"), "Copy to clipboard", [this] { ++copies; }, nullptr});
             AddCommand({Ident("Grid"), "Grid", [this] { grid = !grid; }, [this] { return grid; }});
         }
-        void Draw(DC&, int width, int height) override {
-            area = width * height;
+        void Draw(DC&, Size size) override {
+            area = size;
             atDraw();
         }
-        int copies = 0, area = 0;
+        int copies = 0;
+        Size area;
         bool grid = false;
         std::function<void()> atDraw = [] {};
     };
     Counter view;
-    alignas(8) std::byte place[8];
-    DC& dc = reinterpret_cast<DC&>(place);  // never looked at
+    tests::RecordingDC dc(Size{100, 50});
     EXPECT_TRUE(view.RequiresRedraw());
-    view.Paint(dc, 3, 4);
-    EXPECT_EQ(view.area, 12);
+    view.Paint(dc, {3, 4});
+    EXPECT_EQ(view.area, (Size{3, 4}));
     EXPECT_FALSE(view.RequiresRedraw());
     view.atDraw = [&] { view.Invalidate(); };
-    view.Paint(dc, 3, 4);
+    view.Paint(dc, {3, 4});
     EXPECT_TRUE(view.RequiresRedraw());
     view.atDraw = [] { throw std::runtime_error("no ink"); };
-    EXPECT_THROW(view.Paint(dc, 3, 4), std::runtime_error);
+    EXPECT_THROW(view.Paint(dc, {3, 4}), std::runtime_error);
     EXPECT_TRUE(view.RequiresRedraw());
 
     ASSERT_EQ(view.GetCommands().size(), 2u);

@@ -172,6 +172,7 @@ TEST_F(RegistryTest, ManyThreads) {
     UseFile();
     std::atomic<int> failures = 0;
     std::vector<std::thread> threads;
+    threads.reserve(NmrThreads);
     for (int id = 0; id < NmrThreads; ++id) {
         threads.emplace_back([&, id] {
             const std::string own = "Value" + std::to_string(id);
