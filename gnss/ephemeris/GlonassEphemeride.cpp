@@ -83,7 +83,8 @@ bool Ephemeride::Posn::IsTheSameTb(const Posn& other) const {
 }
 
 int Ephemeride::LeapCorrection(const GPSTime& t) const {
-    if (t.GetSeconds() <= GPSTime::LeapChange() || t.GetSeconds() >= 3600.0 || posn.tb - MoscowToUTC >= 900.0) return 0;
+    // The tests that cost least come first; outside a week's first hour they are all.
+    if (t.GetSeconds() >= 3600.0 || posn.tb - MoscowToUTC >= 900.0 || t.GetSeconds() <= GPSTime::LeapChange()) return 0;
     return GPSTime::LeapSecondZone(GPSTime::GetUTCTimeRef());
 }
 
@@ -95,10 +96,10 @@ bool Ephemeride::CalculatePosn(const GPSTime& t, Result& result, bool extended) 
     result.Reset();
     if (status.IsUnhealthy()) return true;
     const GloTime now(t);
-    double dt = now - GetReferenceTime();
+    GloTime ref = GetReferenceTime();
+    double dt = now - ref;
     if (IsOutside(dt, extended)) return false;
 
-    GloTime ref = GetReferenceTime();
     if (const int leap = LeapCorrection(t); leap != 0) {
         ref.Set(posn.day, posn.tb - leap, GloTime::UnknownYear);
         dt = now - ref;

@@ -15,14 +15,14 @@ struct Attraction {
 
 inline Attraction Attract(const Orbit& s) {
     const double squared = s.x * s.x + s.y * s.y + s.z * s.z;
-    // One division, beside the root and not after it: 1/r is r/r^2.
+    // One division, beside the root and not after it: 1/r is r/r^2. What else the two need is at hand before they end.
     const double inverse = 1.0 / squared;
     const double r = std::sqrt(squared);
-    const double mu = Orbit::Gravity * inverse;
-    const double k = (1.5 * Orbit::C20 * Orbit::Radius * Orbit::Radius) * (mu * inverse);
-    const double sine = s.z * s.z * inverse;  // z^2 / r^2
-    const double perRadius = r * inverse;
-    return {((1.0 - 5.0 * sine) * k - mu) * perRadius, ((3.0 - 5.0 * sine) * k - mu) * perRadius};
+    const double fiveZZ = 5.0 * (s.z * s.z);
+    const double sine = fiveZZ * inverse;  // 5 z^2 / r^2
+    const double flattening = (1.5 * Orbit::C20 * Orbit::Radius * Orbit::Radius) * inverse;
+    const double pull = Orbit::Gravity * inverse * inverse * r;  // of the point mass, per km
+    return {((1.0 - sine) * flattening - 1.0) * pull, ((3.0 - sine) * flattening - 1.0) * pull};
 }
 
 struct RotatingDerivative {
@@ -32,8 +32,8 @@ struct RotatingDerivative {
         return {s.vx,
                 s.vy,
                 s.vz,
-                W * W * s.x + 2.0 * W * s.vy + s.x * pull.plane + a.GetX(),
-                W * W * s.y - 2.0 * W * s.vx + s.y * pull.plane + a.GetY(),
+                (W * W * s.x + 2.0 * W * s.vy + a.GetX()) + s.x * pull.plane,
+                (W * W * s.y - 2.0 * W * s.vx + a.GetY()) + s.y * pull.plane,
                 s.z * pull.axis + a.GetZ()};
     }
 };
