@@ -22,7 +22,8 @@ Orbit Move(const ECEF& posn, const ECEF& vely, const ECEF& acceleration, double 
 // appendix J.2: 7 September 2012, from tb = 11700 s to 12300 s by the simplified equations. The results printed there
 // are those without the lunisolar acceleration that the initial data show, which would move them by a metre.
 TEST(GlonassOrbitExamples, SimplifiedIntegrationOverTenMinutes) {
-    const Orbit end = Move({7003.008789, -12206.626953, 21280.765625}, {0.7835417, 2.8042530, 1.3525150}, ECEF(), 600.0);
+    const Orbit end =
+        Move({7003.008789, -12206.626953, 21280.765625}, {0.7835417, 2.8042530, 1.3525150}, ECEF(), 600.0);
     EXPECT_NEAR(end.x, 7523.174853, 1.5e-5);  // km
     EXPECT_NEAR(end.y, -10506.962176, 1.5e-5);
     EXPECT_NEAR(end.z, 21999.239866, 1.5e-5);
