@@ -15,7 +15,7 @@ pt::rwlock rw;
 pt::mutex mutex;
 
 void ReadLock(benchmark::State& state) {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const pt::readlock lock(rw);
         benchmark::ClobberMemory();
     }
@@ -24,7 +24,7 @@ BENCHMARK(ReadLock)->Threads(1)->Threads(2);
 
 void ReadLockAgain(benchmark::State& state) {
     const pt::readlock outer(rw);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const pt::readlock lock(rw);
         benchmark::ClobberMemory();
     }
@@ -32,7 +32,7 @@ void ReadLockAgain(benchmark::State& state) {
 BENCHMARK(ReadLockAgain)->Threads(1)->Threads(2);
 
 void WriteLock(benchmark::State& state) {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const pt::writelock lock(rw);
         benchmark::ClobberMemory();
     }
@@ -40,7 +40,7 @@ void WriteLock(benchmark::State& state) {
 BENCHMARK(WriteLock);
 
 void MutexLock(benchmark::State& state) {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const pt::mutexlock lock(mutex);
         benchmark::ClobberMemory();
     }
@@ -62,7 +62,7 @@ void WriterAmongTwoReaders(benchmark::State& state) {
     std::thread first(read);
     std::thread second(read);
     Clock::duration worst{};
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::this_thread::sleep_for(std::chrono::microseconds(500));
         const auto start = Clock::now();
         rw.WriteLock();

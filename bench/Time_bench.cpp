@@ -20,13 +20,13 @@ private:
 
 void GPSToUTC(benchmark::State& state) {
     Steps steps;
-    for (auto _ : state) benchmark::DoNotOptimize(steps.Next().GetUTC());
+    for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(steps.Next().GetUTC());
 }
 BENCHMARK(GPSToUTC)->ThreadRange(1, 2);
 
 void UTCToGPS(benchmark::State& state) {
     Corvane::TimeDate utc = GPSTime(2300, 0.0).GetUTC();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         GPSTime time;
         time.SetFromUTC(utc);
         benchmark::DoNotOptimize(time);
@@ -37,7 +37,7 @@ BENCHMARK(UTCToGPS);
 
 void GPSToUTCAndBack(benchmark::State& state) {
     Steps steps;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         GPSTime time;
         time.SetFromUTC(steps.Next().GetUTC());
         benchmark::DoNotOptimize(time);
@@ -47,13 +47,13 @@ BENCHMARK(GPSToUTCAndBack);
 
 void GPSToGloTime(benchmark::State& state) {
     Steps steps;
-    for (auto _ : state) benchmark::DoNotOptimize(GloTime(steps.Next()));
+    for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(GloTime(steps.Next()));
 }
 BENCHMARK(GPSToGloTime)->ThreadRange(1, 2);
 
 void SiderealTime(benchmark::State& state) {
     Corvane::Date date(2026, 1, 1);
-    for (auto _ : state) benchmark::DoNotOptimize(GloTime::CalcSiderealTime(date = date + 1));
+    for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(GloTime::CalcSiderealTime(date = date + 1));
 }
 BENCHMARK(SiderealTime);
 

@@ -17,6 +17,11 @@ endif()
 # No fused multiply-add behind our back: the same input gives the same bytes on every machine.
 add_compile_options(-ffp-contract=off)
 
+# g++ makes the constants of headers unique in the process, which would keep a library from being unloaded.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options(-fno-gnu-unique)
+endif()
+
 function(gnss_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor
     -Woverloaded-virtual -Wold-style-cast -Wdouble-promotion -Wformat=2 -Wundef)

@@ -10,20 +10,21 @@ struct GlonassSystem;
 // Time and identity.
 class GPSTime;
 class GloTime;
-class PRNType;
 template <typename System>
 class SatelliteId;
+template <typename System>
+class SatelliteIdType;
 template <typename System>
 class SignalFrequency;
 
 using PRN = SatelliteId<GPSSystem>;
+using PRNType = SatelliteIdType<GPSSystem>;
 using GPSFreqy = SignalFrequency<GPSSystem>;
 
 namespace Glonass {
 
-class SlotType;
-
 using Slot = SatelliteId<GlonassSystem>;
+using SlotType = SatelliteIdType<GlonassSystem>;
 using Frequency = SignalFrequency<GlonassSystem>;
 
 }  // namespace Glonass

@@ -16,11 +16,12 @@ struct State {
     std::shared_ptr<const Clock::Source> source;
 };
 
-// Made on first use: constants of other libraries may ask for the time while they are made.
+// Made at the latest while this library loads, so that it outlives what the libraries that stand on it make.
 State& TheState() {
     static State state;
     return state;
 }
+[[maybe_unused]] const State& madeEarly = TheState();
 
 TimeDate SystemNow() {
     using namespace std::chrono;

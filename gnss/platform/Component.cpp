@@ -16,14 +16,14 @@ thread_local const Component::WriteLock* innermost = nullptr;
 
 Component::WriteLock::WriteLock(Component& component) {
     assert(IsSafeToWait(component) && "a component's lock while holding another component's or a link's");
-    component.turn_.lock();
+    Wait(component);
     Take(component);
 }
 
 Component::WriteLock::WriteLock(Component& component, How how) {
     if (!component.turn_.try_lock()) {
         if (how == Try || !IsSafeToWait(component)) return;
-        component.turn_.lock();
+        Wait(component);
     }
     Take(component);
 }
@@ -39,6 +39,12 @@ bool Component::WriteLock::IsSafeToWait(const Component& component) {
         if (each->component_ == &component) return true;
     }
     return innermost == nullptr && !Exchange::Output::HoldsAny();
+}
+
+void Component::WriteLock::Wait(Component& component) {
+    component.nmrWaiting_.fetch_add(1, std::memory_order_relaxed);
+    component.turn_.lock();
+    component.nmrWaiting_.fetch_sub(1, std::memory_order_relaxed);
 }
 
 void Component::WriteLock::Take(Component& component) {
@@ -72,9 +78,15 @@ void Component::ReplayChange(bool) {}
 void Component::RootPathChange(const String&, bool) {}
 void Component::OnIndex(const Index&) {}
 
+bool Component::MayHandle() const {
+    return !isInHandler_ && GetRoot() != nullptr && !Exchange::Output::HoldsAny();
+}
+
 bool Component::DoCycle() {
+    // Threads that cycle without a pause would hardly let anybody else in.
+    if (nmrWaiting_.load(std::memory_order_relaxed) != 0) return false;
     const WriteLock turn(*this, WriteLock::Try);
-    if (!turn.IsTaken() || isInCycle_ || isInHandler_ || GetRoot() == nullptr) return false;
+    if (!turn.IsTaken() || isInCycle_ || !MayHandle()) return false;
     const Raised inCycle(isInCycle_);
     CheckQueue();
     if (GetRoot() != nullptr) CallGuarded("Cycle", [this] { Cycle(); });
@@ -84,15 +96,17 @@ bool Component::DoCycle() {
 void Component::CheckQueue() {
     const WriteLock turn(*this, WriteLock::Try);
     const std::uint64_t nmrLeaves = nmrLeaves_.load(std::memory_order_acquire);
-    if (!turn.IsTaken() || isInHandler_ || GetRoot() == nullptr) return;
+    if (!turn.IsTaken() || !MayHandle()) return;
     const Raised inHandler(isInHandler_);
     inbox_.TakeAll(draining_);
     for (Exchange::Inbox::Message& each : draining_) {
         const Exchange::Inbox::Message message = std::move(each);
         message.input->length_.fetch_sub(1, std::memory_order_relaxed);
         // Who has left the tree hears no more, and neither does a response that is gone.
-        if (nmrLeaves != nmrLeaves_.load(std::memory_order_acquire) || !message.input->IsOpen()) continue;
-        CallGuarded("A handler", [&message] { message.input->Deliver(message.value); });
+        if (nmrLeaves == nmrLeaves_.load(std::memory_order_acquire) && message.input->IsOpen()) {
+            CallGuarded("A handler", [&message] { message.input->Deliver(message.value); });
+        }
+        inbox_.CountDone();
     }
     draining_.clear();
 }
@@ -100,7 +114,10 @@ void Component::CheckQueue() {
 void Component::DropQueue() {
     std::vector<Exchange::Inbox::Message> dropped;
     inbox_.TakeAll(dropped);
-    for (const auto& message : dropped) message.input->length_.fetch_sub(1, std::memory_order_relaxed);
+    for (const auto& message : dropped) {
+        message.input->length_.fetch_sub(1, std::memory_order_relaxed);
+        inbox_.CountDone();
+    }
 }
 
 void Component::OnFailure(const char* what) {

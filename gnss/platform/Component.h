@@ -62,17 +62,18 @@ public:
     virtual void OnIndex(const Index& index);
 
     // The framework's own cycle: drains the queue, then calls Cycle. False, and nothing is done, when the component is
-    // not joined, when another thread has its turn, and inside one of its own handlers.
+    // not joined, when another thread has or waits for its turn, inside one of its own handlers, and under a link's
+    // lock.
     bool DoCycle();
     // Hands out what is in the queue now; what arrives meanwhile waits for the next time. Does nothing in the cases
     // where DoCycle does nothing, except that Cycle may call it.
     void CheckQueue();
-    // Number of values in the queue.
-    [[nodiscard]] std::size_t NmrQueued() const { return inbox_.Length(); }
+    // Number of values in the queue, with the one that is being handled.
+    [[nodiscard]] std::size_t NmrQueued() const { return inbox_.NmrOpen(); }
     // Number of times that an exception left a handler, Cycle or OnJoin.
     [[nodiscard]] std::uint64_t NmrFailures() const { return nmrFailures_.load(std::memory_order_relaxed); }
 
-    // Has the component's turn: waits for a running handler to end and holds the next ones off. May be taken again by
+    // Has the component's turn: waits for a cycle under way to end and holds the next ones off. May be taken again by
     // the thread that has it, as every handler does; not while holding another component's or any link's lock.
     class GNSS_EXPORT WriteLock {
     public:
@@ -91,6 +92,7 @@ public:
         WriteLock(Component& component, How how);
         [[nodiscard]] bool IsTaken() const { return component_ != nullptr; }
         [[nodiscard]] static bool IsSafeToWait(const Component& component);
+        static void Wait(Component& component);
         void Take(Component& component);
 
         Component* component_ = nullptr;
@@ -120,6 +122,8 @@ private:
     void Attach(const std::shared_ptr<Exchange::Input>& input);
     void Detach(const std::shared_ptr<Exchange::Output>& output);
     void Detach(const std::shared_ptr<Exchange::Input>& input);
+    // In the turn.
+    [[nodiscard]] bool MayHandle() const;
     void DropQueue();
     void OnFailure(const char* what);
     template <typename Function>
@@ -137,6 +141,7 @@ private:
     std::atomic<std::uint64_t> nmrFailures_ = 0;
 
     std::recursive_mutex turn_;
+    std::atomic<int> nmrWaiting_ = 0;
     bool isInCycle_ = false;                          // in the turn
     bool isInHandler_ = false;                        // in the turn
     std::vector<Exchange::Inbox::Message> draining_;  // in the turn; keeps its memory from one time to the next

@@ -8,6 +8,9 @@
 
 namespace Corvane {
 
+// NOLINTBEGIN(clang-analyzer-cplusplus.NewDelete): the analyser forgets the count at every locking, and then takes
+// bodies that have handles for deleted.
+
 // A handle on a reference-counted body. Copying a handle shares the body; changing it through one handle leaves what
 // the others see as it was. There is always a body.
 //
@@ -28,8 +31,8 @@ public:
         const pt::mutexlock lock(CriticalSection());
         ++shared_->handles;
     }
-    CopyOnWrite& operator=(const CopyOnWrite& other) noexcept {
-        CopyOnWrite(other).Swap(*this);
+    CopyOnWrite& operator=(CopyOnWrite other) noexcept {
+        Swap(other);
         return *this;
     }
     // The last handle deletes the body.
@@ -76,5 +79,7 @@ private:
 
     Shared* shared_;
 };
+
+// NOLINTEND(clang-analyzer-cplusplus.NewDelete)
 
 }  // namespace Corvane

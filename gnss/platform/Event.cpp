@@ -28,11 +28,12 @@ struct Log {
     Event::SinkID lastID = 0;
 };
 
-// Made on first use and never destroyed: events are added while libraries load and unload.
+// Made at the latest while this library loads, so that it outlives what the libraries that stand on it make.
 Log& TheLog() {
-    static Log& log = *new Log;
+    static Log log;
     return log;
 }
+[[maybe_unused]] const Log& madeEarly = TheLog();
 
 // A call of a sink on this thread, and the call inside which it happened.
 struct Call {

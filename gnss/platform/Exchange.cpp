@@ -22,6 +22,7 @@ thread_local Held held;
 void Inbox::Post(const std::shared_ptr<Input>& input, const Value& value) {
     const std::lock_guard lock(mutex_);
     messages_.push_back({input, value});
+    nmrOpen_.fetch_add(1, std::memory_order_relaxed);
     input->length_.fetch_add(1, std::memory_order_relaxed);
 }
 
@@ -29,11 +30,6 @@ void Inbox::TakeAll(std::vector<Message>& messages) {
     assert(messages.empty());
     const std::lock_guard lock(mutex_);
     messages_.swap(messages);
-}
-
-std::size_t Inbox::Length() const {
-    const std::lock_guard lock(mutex_);
-    return messages_.size();
 }
 
 Input::Input(Component& owner, const Address& wanted) : owner_(&owner), inbox_(&owner.inbox_), wanted_(wanted) {}

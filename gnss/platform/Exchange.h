@@ -54,10 +54,14 @@ public:
     void Post(const std::shared_ptr<Input>& input, const Value& value);
     // Swaps the queue with `messages`, which is empty and lends its memory to the queue.
     void TakeAll(std::vector<Message>& messages);
-    [[nodiscard]] std::size_t Length() const;
+    // One of the messages taken has been handled or dropped.
+    void CountDone() { nmrOpen_.fetch_sub(1, std::memory_order_release); }
+    // Number of messages posted and not yet done.
+    [[nodiscard]] std::size_t NmrOpen() const { return nmrOpen_.load(std::memory_order_acquire); }
 
 private:
-    mutable std::mutex mutex_;
+    std::atomic<std::size_t> nmrOpen_ = 0;
+    std::mutex mutex_;
     std::vector<Message> messages_;
 };
 

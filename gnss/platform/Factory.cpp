@@ -12,11 +12,12 @@ struct Registry {
     std::vector<const Factory*> factories;
 };
 
-// Never destroyed: the factories of other libraries leave it while the process ends.
+// Made at the latest while this library loads, so that it outlives what the libraries that stand on it make.
 Registry& TheRegistry() {
-    static Registry& registry = *new Registry;
+    static Registry registry;
     return registry;
 }
+[[maybe_unused]] const Registry& madeEarly = TheRegistry();
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 #include "gnss/platform/LogPoint.h"
 
+#include <atomic>
 #include <utility>
 
 #include "gnss/platform/Failure.h"
@@ -13,11 +14,14 @@ struct State {
     std::shared_ptr<LogDataControl::Recorder> recorder;
 };
 
-// Never destroyed: components of other libraries may log while the process ends.
+// Made at the latest while this library loads, so that it outlives what the libraries that stand on it make.
 State& TheState() {
-    static State& state = *new State;
+    static State state;
     return state;
 }
+[[maybe_unused]] const State& madeEarly = TheState();
+
+std::atomic<int> fileVersion = LogDataControl::NewestFileVersion;
 
 std::shared_ptr<LogDataControl::Recorder> GetRecorder() {
     const std::lock_guard lock(TheState().mutex);
@@ -35,6 +39,14 @@ void LogDataControl::SetRecorder(std::shared_ptr<Recorder> recorder) {
 
 bool LogDataControl::IsRecording() {
     return GetRecorder() != nullptr;
+}
+
+int LogDataControl::FileVersion() {
+    return fileVersion.load(std::memory_order_relaxed);
+}
+
+void LogDataControl::SetFileVersion(int version) {
+    fileVersion.store(version, std::memory_order_relaxed);
 }
 
 LogDataControl::GenPoint::~GenPoint() = default;

@@ -31,6 +31,7 @@ double truncate(double x, int decimals) {
 
 double modulo(double x, double m) {
     if (!(m > 0.0)) return std::numeric_limits<double>::quiet_NaN();
+    if (x >= 0.0 && x < m) return x;
     double r = std::fmod(x, m);
     if (r < 0.0) r += m;
     // A tiny negative remainder plus m rounds to m itself.

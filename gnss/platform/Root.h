@@ -41,7 +41,8 @@ public:
     // Cycles each component once, in the order of joining. Several threads may do so: each component is cycled by one
     // of them at a time, and passed over by the others meanwhile.
     void CycleAll();
-    // Number of values that wait in all the queues.
+    // Number of values in all the queues, with those that are being handled. Exact while no other thread sends or
+    // cycles.
     [[nodiscard]] std::size_t NmrQueued() const;
     // Calls the function for each component, in the order of joining, under the component's lock; for Run, Clear,
     // RootPathChange and the like. Not inside a handler. An exception goes to the event log, and the next one follows.

@@ -19,12 +19,21 @@ struct InternedName::Entry {
 
 namespace {
 
+struct Names {
+    std::mutex mutex;
+    std::set<InternedName::Entry> entries;  // whose nodes do not move
+};
+
+// Made at the latest while this library loads, so that it outlives what the libraries that stand on it make.
+Names& TheNames() {
+    static Names names;
+    return names;
+}
+[[maybe_unused]] const Names& madeEarly = TheNames();
+
 const InternedName::Entry* Intern(InternedName::Entry entry) {
-    // Made on first use: symbols are constants of every library of the process. The nodes of a set do not move.
-    static std::mutex mutex;
-    static std::set<InternedName::Entry> names;
-    const std::lock_guard lock(mutex);
-    return &*names.insert(std::move(entry)).first;
+    const std::lock_guard lock(TheNames().mutex);
+    return &*TheNames().entries.insert(std::move(entry)).first;
 }
 
 }  // namespace

@@ -10,7 +10,8 @@
 namespace Corvane {
 
 // The part that all symbols share: a reference to one of the process's interned names. Making one looks the name up
-// under a lock; copying and comparing for equality cost as much as for a pointer. Names live as long as the platform library is loaded.
+// under a lock; copying and comparing for equality cost as much as for a pointer. Names live as long as the platform
+// library is loaded.
 class GNSS_EXPORT InternedName {
 public:
     struct Entry;

@@ -7,11 +7,11 @@ namespace Corvane {
 
 View::~View() = default;
 
-void View::Paint(DC& dc, int width, int height) {
+void View::Paint(DC& dc, Size size) {
     // Before drawing, so that a change during it asks for the next one.
     isInvalid_.store(false, std::memory_order_release);
     try {
-        Draw(dc, width, height);
+        Draw(dc, size);
     } catch (...) {
         Invalidate();
         throw;

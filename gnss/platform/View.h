@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "gnss/platform/Export.h"
+#include "gnss/platform/Point.h"
 #include "gnss/platform/String.h"
 #include "gnss/platform/Symbol.h"
 
@@ -31,9 +32,9 @@ public:
     View& operator=(const View&) = delete;
     virtual ~View();
 
-    // Draws the view into the area from the origin, width x height in the context's units. The view is up to date
+    // Draws the view into the area of this size, in pixels, at the context's origin. The view is up to date
     // afterwards unless something invalidates it meanwhile or drawing throws.
-    void Paint(DC& dc, int width, int height);
+    void Paint(DC& dc, Size size);
     // The view has changed since it was last painted, or never was.
     [[nodiscard]] virtual bool RequiresRedraw() const { return isInvalid_.load(std::memory_order_acquire); }
     void Invalidate() { isInvalid_.store(true, std::memory_order_release); }
@@ -44,7 +45,7 @@ public:
     bool DoCommand(Ident ident);
 
 protected:
-    virtual void Draw(DC& dc, int width, int height) = 0;
+    virtual void Draw(DC& dc, Size size) = 0;
     // For constructors. The command replaces the one of the same identifier.
     void AddCommand(Command command);
 

@@ -7,6 +7,8 @@
 namespace GNSS {
 
 struct GNSS_EXPORT GPSSystem {
+    // Name of the host parameter type that holds an identifier.
+    static constexpr const char* IdTypeName = "PRN";
     // Satellites are numbered 1 to LastNumber and print with the letter in front.
     static constexpr char Letter = 'G';
     static constexpr int LastNumber = 32;

@@ -7,6 +7,8 @@
 namespace GNSS {
 
 struct GNSS_EXPORT GlonassSystem {
+    // Name of the host parameter type that holds an identifier.
+    static constexpr const char* IdTypeName = "Slot";
     // Orbital slots are numbered 1 to LastNumber and print with the letter in front; the number 0 is no slot.
     static constexpr char Letter = 'R';
     static constexpr int LastNumber = 24;

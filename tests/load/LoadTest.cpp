@@ -1,7 +1,6 @@
 // Loads a module that stands on the libraries into a program that is not linked with them, and unloads it again.
-#include <dlfcn.h>
-
 #include <cstdio>
+#include <dlfcn.h>
 
 namespace {
 

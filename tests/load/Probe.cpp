@@ -43,4 +43,6 @@ const bool checked = [] {
 }  // namespace
 
 // What the static initialisers found wrong; -1 when they have not run.
-extern "C" __attribute__((visibility("default"))) int NmrFaults() { return checked ? faults : -1; }
+extern "C" __attribute__((visibility("default"))) int NmrFaults() {
+    return checked ? faults : -1;
+}

@@ -53,7 +53,7 @@ TEST(CopyOnWrite, SharesUntilWritten) {
     {
         CopyOnWrite<Body> a(std::in_place, 3);
         CopyOnWrite<Body> b = a;
-        CopyOnWrite<Body> c = std::move(b);
+        CopyOnWrite<Body> c = b;
         EXPECT_EQ(alive, 1);
         EXPECT_TRUE(a.SharesWith(b) && a.SharesWith(c) && a.IsShared());
 
@@ -99,6 +99,7 @@ TEST(CopyOnWrite, HandlesOfOneBodyOnManyThreads) {
     {
         const CopyOnWrite<Body> original(std::in_place, 8);
         std::vector<std::thread> threads;
+        threads.reserve(4);
         for (int id = 2; id < 6; ++id) {
             threads.emplace_back([&wrong, mine = original, id]() mutable {
                 for (int round = 0; round < Rounds; ++round) {
@@ -127,6 +128,7 @@ TEST(CopyOnWrite, PublishedHandle) {
         CopyOnWrite<Body> published(std::in_place, 4);
         std::atomic<int> torn = 0;
         std::vector<std::thread> threads;
+        threads.reserve(4);
         for (int id = 0; id < 4; ++id) {
             threads.emplace_back([&, id] {
                 for (int round = 0; round < 2000; ++round) {

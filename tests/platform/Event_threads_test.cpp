@@ -62,6 +62,7 @@ TEST_F(EventTest, SinksMayUseTheLog) {
 TEST_F(EventTest, RemovalWaitsForCallsUnderWay) {
     std::atomic<bool> stop = false;
     std::vector<std::thread> threads;
+    threads.reserve(3);
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&] {
             while (!stop) Event::AddEvent("Test", "text");

@@ -126,6 +126,7 @@ TEST(RWLock, KeepsAllWritesAndShowsNoHalfOnes) {
     std::atomic<int> torn = 0;
     std::atomic<int> writersLeft = 3;
     std::vector<std::thread> threads;
+    threads.reserve(6);
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&, i] {
             for (int n = 0; n < NmrWrites; ++n) {

@@ -39,6 +39,7 @@ TEST(GPSTimeClockThreads, ReadersSeeWholeChanges) {
         }
     };
     std::vector<std::thread> readers;
+    readers.reserve(3);
     for (int i = 0; i < 3; ++i) readers.emplace_back(read);
     std::thread offsets([&] {
         // Steps of at most a second: nothing goes to the registry.

@@ -25,29 +25,28 @@ TEST(GPSTime, Normalises) {
     const struct {
         int week;
         double seconds;
-        int expectedWeek;
-        double expectedSeconds;
+        GPSTime expected;
     } rows[] = {
-        {10, -1.0, 9, 604799.0},
-        {10, 604800.0, 11, 0.0},
-        {10, -604800.0, 9, 0.0},
-        {10, -604800.5, 8, 604799.5},
-        {10, 3 * 604800.0 + 2.5, 13, 2.5},
-        {10, -5e-324, 10, 0.0},
-        {10, -1e-20, 10, 0.0},  // rounds up to the end of the week before
-        {0, -1e15, -1653439154, 339200.0},
+        {10, -1.0, {9, 604799.0}},
+        {10, 604800.0, {11, 0.0}},
+        {10, -604800.0, {9, 0.0}},
+        {10, -604800.5, {8, 604799.5}},
+        {10, 3 * 604800.0 + 2.5, {13, 2.5}},
+        {10, -5e-324, {10, 0.0}},  // rounds up to the end of the week before
+        {10, -1e-20, {10, 0.0}},
+        {0, -1e15, {-1653439154, 339200.0}},
         // Beyond the weeks: second 0 of the first or last.
-        {0, 1e300, INT32_MAX, 0.0},
-        {0, -1e300, INT32_MIN, 0.0},
-        {5, Infinity, INT32_MAX, 0.0},
-        {5, -Infinity, INT32_MIN, 0.0},
-        {INT32_MAX, 604800.0, INT32_MAX, 0.0},
-        {INT32_MIN, -1.0, INT32_MIN, 0.0},
+        {0, 1e300, {INT32_MAX, 0.0}},
+        {0, -1e300, {INT32_MIN, 0.0}},
+        {5, Infinity, {INT32_MAX, 0.0}},
+        {5, -Infinity, {INT32_MIN, 0.0}},
+        {INT32_MAX, 604800.0, {INT32_MAX, 0.0}},
+        {INT32_MIN, -1.0, {INT32_MIN, 0.0}},
     };
     for (const auto& row : rows) {
         const GPSTime time(row.week, row.seconds);
-        EXPECT_EQ(time.GetWeek(), row.expectedWeek) << row.week << " " << row.seconds;
-        EXPECT_EQ(time.GetSeconds(), row.expectedSeconds) << row.week << " " << row.seconds;
+        EXPECT_EQ(time.GetWeek(), row.expected.GetWeek()) << row.week << " " << row.seconds;
+        EXPECT_EQ(time.GetSeconds(), row.expected.GetSeconds()) << row.week << " " << row.seconds;
     }
     const GPSTime unknown(5, NaN);
     EXPECT_EQ(unknown.GetWeek(), 5);
@@ -111,22 +110,20 @@ TEST(GPSTime, RoundsAndPrints) {
     EXPECT_TRUE(time.GetWeek() == 101 && time.GetSeconds() == 0.0);
 
     const struct {
-        int week;
-        double seconds;
+        GPSTime time;
         int decimals;
         const char* rounded;
         const char* truncated;
     } rows[] = {
-        {100, 604799.6, 0, " 101 Sun 00:00:00", " 100 Sat 23:59:59"},
-        {1851, 259217.25, 2, "1851 Wed 00:00:17.25", "1851 Wed 00:00:17.25"},
-        {1851, 259199.96, 1, "1851 Wed 00:00:00.0", "1851 Tue 23:59:59.9"},
-        {INT32_MAX, 604799.6, 0, "2147483648 Sun 00:00:00", "2147483647 Sat 23:59:59"},
-        {7, NaN, 1, "   7 Sun nan", "   7 Sun nan"},
+        {{100, 604799.6}, 0, " 101 Sun 00:00:00", " 100 Sat 23:59:59"},
+        {{1851, 259217.25}, 2, "1851 Wed 00:00:17.25", "1851 Wed 00:00:17.25"},
+        {{1851, 259199.96}, 1, "1851 Wed 00:00:00.0", "1851 Tue 23:59:59.9"},
+        {{INT32_MAX, 604799.6}, 0, "2147483648 Sun 00:00:00", "2147483647 Sat 23:59:59"},
+        {{7, NaN}, 1, "   7 Sun nan", "   7 Sun nan"},
     };
     for (const auto& row : rows) {
-        const GPSTime printed(row.week, row.seconds);
-        EXPECT_EQ(printed.PrintRound(row.decimals), row.rounded);
-        EXPECT_EQ(printed.PrintTrunc(row.decimals), row.truncated);
+        EXPECT_EQ(row.time.PrintRound(row.decimals), row.rounded);
+        EXPECT_EQ(row.time.PrintTrunc(row.decimals), row.truncated);
     }
 }
 

@@ -1,0 +1,30 @@
+// Everything public of GNSS in one include.
+#pragma once
+
+#include "gnss/fwd.h"
+
+// Time and identity.
+#include "gnss/time/Constants.h"
+#include "gnss/time/GPSFreqy.h"
+#include "gnss/time/GPSTime.h"
+#include "gnss/time/GPSTimeUTCConverter.h"
+#include "gnss/time/GloTime.h"
+#include "gnss/time/GlonassFrequency.h"
+#include "gnss/time/GlonassSlot.h"
+#include "gnss/time/GlonassSlotType.h"
+#include "gnss/time/Latitude.h"
+#include "gnss/time/Longitude.h"
+#include "gnss/time/PRN.h"
+#include "gnss/time/PRNType.h"
+
+// Geodesy.
+#include "gnss/geodesy/ECEF.h"
+#include "gnss/geodesy/Geog.h"
+#include "gnss/geodesy/Grid.h"
+#include "gnss/geodesy/GridCovar.h"
+#include "gnss/geodesy/GridSD.h"
+#include "gnss/geodesy/HelmertShift.h"
+#include "gnss/geodesy/LocalGrid.h"
+#include "gnss/geodesy/QGeog.h"
+#include "gnss/geodesy/QGrid.h"
+#include "gnss/geodesy/Spheroid.h"
