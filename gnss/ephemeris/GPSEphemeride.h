@@ -7,15 +7,11 @@
 #include "gnss/platform/Export.h"
 #include "gnss/platform/Stream.h"
 #include "gnss/platform/Time.h"
+#include "gnss/time/Constants.h"
 #include "gnss/time/GPSTime.h"
 #include "gnss/time/PRN.h"
 
 namespace GNSS {
-
-// The value of pi that the GPS message is computed with (IS-GPS-200, 20.3.3.4.3.2).
-inline constexpr double GPSPi = 3.1415926535898;
-// Metres per second.
-inline constexpr double LightSpeed = 299792458.0;
 
 // The Keplerian orbit with its harmonic corrections, the clock polynomial and the status words of one broadcast of one
 // GPS satellite, after IS-GPS-200, 20.3.3.3 and 20.3.3.4. Positions are earth-centred, earth-fixed in WGS 84, of the
