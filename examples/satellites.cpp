@@ -11,6 +11,9 @@ int main() {
     using GNSS::Glonass::Slot;
     std::cout << "GPS from " << GNSS::PRN::First.Print() << " to " << GNSS::PRN::Last.Print() << ", GLONASS from "
               << Slot::First.Print() << " to " << Slot::Last.Print() << '\n';
+    GNSS::PRN::List seen;
+    for (int number = 3; number < 30; number += 11) seen.Add(GNSS::PRN(number));
+    std::cout << "a list of satellites: " << seen.Print() << '\n';
     for (const GNSS::GPSFreqy signal : {GNSS::GPSFreqy::L1, GNSS::GPSFreqy::L2}) {
         std::cout << "GPS " << signal.GetName() << ": " << signal.GetFrequency() / 1e6 << " MHz, "
                   << signal.GetWaveLength() * 100.0 << " cm\n";

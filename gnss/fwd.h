@@ -1,21 +1,23 @@
 // Forward declarations of the library's classes, and the public names of what is written once for both systems.
 #pragma once
 
+#include "gnss/platform/Export.h"
+
 namespace GNSS {
 
 // What tells GPS from GLONASS, for the templates that are written once for both.
 struct GPSSystem;
 struct GlonassSystem;
 
-// Time and identity.
+// Time and identity. (clang takes a template's visibility from its first declaration, which these are.)
 class GPSTime;
 class GloTime;
 template <typename System>
-class SatelliteId;
+class GNSS_EXPORT SatelliteId;
 template <typename System>
-class SatelliteIdType;
+class GNSS_EXPORT SatelliteIdType;
 template <typename System>
-class SignalFrequency;
+class GNSS_EXPORT SignalFrequency;
 
 using PRN = SatelliteId<GPSSystem>;
 using PRNType = SatelliteIdType<GPSSystem>;

@@ -56,7 +56,7 @@ def allowed(source, target):
             return here != "gnss/platform"
         return there in below(here)
     if source == "gnss/fwd.h":
-        return False
+        return target == "gnss/platform/Export.h"
     if there == "tests":
         return here == "tests"
     if there == "host":

@@ -12,8 +12,9 @@ namespace GNSS {
 // A Kalman filter of a position that stands still but for a random drift, with the identity as measurement model. It
 // holds the covariance; the derived class holds the position.
 //
-// Bad input: a measurement with a position or covariance that is not finite, or with a covariance whose sum with the
-// filter's is singular (both zero), leaves the position as it is. A drift too large to be a number starts afresh.
+// Bad input: a measurement with a position or covariance that is not finite, with a negative variance, or with a
+// covariance whose sum with the filter's is singular (both zero along an axis), leaves position and covariance as they
+// are but for the drift; so does one whose correction is not finite. A drift too large to be a number starts afresh.
 class GNSS_EXPORT QFilter {
 public:
     // Whether a position has been added since the last Reset.

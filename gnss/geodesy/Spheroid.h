@@ -42,7 +42,8 @@ public:
     void GeogToECEF(const Geog& geog, ECEF& ecef) const;
 
     // Bowring's closed form in one step, without iteration (B. R. Bowring, Transformation from spatial to geographical
-    // coordinates, Survey Review 181, 1976). Latitude within 90 degrees, longitude 0 on the earth's axis.
+    // coordinates, Survey Review 181, 1976). Latitude within 90 degrees; on the earth's axis
+    // the longitude is that of arctan2(Y, X), 0 or 180 degrees by the signs of the zeros.
     // Accurate to 1.2e-6 m in height and 2e-13 rad in latitude up to a height of 10 km; beyond, the largest errors are
     //   height (km)    100      1000     5000     10,000   20,500   30,000
     //   of height (m)  0.00011  0.008    0.085    0.17     0.25     0.29
@@ -50,7 +51,8 @@ public:
     // which is 0.22 m across at the height of a navigation satellite, where it matters to displays only. Longitude is
     // exact to rounding at every height.
     // Not defined: on the axis, where the latitude is 90 degrees with the sign of Z, the height is NaN (0 / 0); at the
-    // earth's centre the latitude is NaN too; within 43 km of it the results mean nothing. A NaN coordinate gives NaN.
+    // earth's centre the latitude is NaN too; within 43 km of it the results mean nothing. A NaN or infinite
+    // coordinate, and one beyond 1e150 m, gives NaN.
     void ECEFToGeog(const ECEF& ecef, Geog& geog) const;
 
     static const Spheroid WGS84;  // the frame of GPS

@@ -26,6 +26,7 @@ public:
                     first_ * other.second_ - second_ * other.first_);
     }
     // Gives the magnitude and brings the vector to length 1. False, and nothing changes, when the magnitude is 0.
+    // Components beyond 1e154 overflow to a magnitude of infinity, below 1e-162 underflow to 0.
     bool Normalise(double& magnitude) {
         magnitude = Magnitude();
         if (magnitude == 0.0) return false;

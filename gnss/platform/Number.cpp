@@ -1,5 +1,6 @@
 #include "gnss/platform/Number.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -10,12 +11,18 @@ namespace {
 // Applies `whole` (rounding or cutting to an integer) at the given decimal place.
 template <typename Whole>
 double AtDecimals(double x, int decimals, Whole whole) {
-    if (!std::isfinite(x)) return x;
-    const double scale = std::pow(10.0, std::abs(decimals));
-    if (decimals < 0) return std::isfinite(scale) ? whole(x / scale) * scale : 0.0;
+    if (!std::isfinite(x) || x == 0.0) return x;
+    // The decimals of a double end long before the 400th, and its tens before the 310th.
+    decimals = std::clamp(decimals, -400, 400);
+    if (decimals < 0) {
+        const double scale = std::pow(10.0, -decimals);
+        const double tens = std::isfinite(scale) ? whole(x / scale) * scale : 0.0;
+        return std::isfinite(tens) ? tens : x;
+    }
     // From 2^52 on a double has no fraction: nothing to round, and the way through the scale would only lose digits.
+    const double scale = std::pow(10.0, decimals);
     const double scaled = x * scale;
-    if (std::abs(scaled) >= 0x1p52) return x;
+    if (!(std::abs(scaled) < 0x1p52)) return x;
     return whole(scaled) / scale;
 }
 

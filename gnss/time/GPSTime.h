@@ -107,8 +107,9 @@ public:
     // Cuts the seconds to decimals. Not normalised, which nothing but stored seconds outside the week would need.
     void Truncate(int decimals);
 
-    // The full time of t, which is known only modulo a period (say, seconds of the day, with a period of a day): the
-    // one of all candidates that lies closest to this time, the later one of two equally close. Unchanged when t or
+    // The full time of t, which is known only modulo a period (say, seconds of the day, with a period of a day): for a
+    // t below the period the one of all candidates that lies closest to this time, the later one of two equally close;
+    // a larger t is brought back by one period only. Unchanged when t or
     // the period is negative or NaN, or the period is 0.
     [[nodiscard]] GPSTime ResolveTo(Corvane::Time t, Corvane::Time period) const;
     // The time with that second of the week which lies closest to this one; of two equally close the one in this week.
@@ -154,12 +155,15 @@ public:
     [[nodiscard]] static Corvane::Time GetLocalToGPS();
     // Not 0: the current UTC comes from GPS time (see CalcUTC). At start 0.
     [[nodiscard]] static int GetNmrLeap();
-    // Sets all three. A change of the offset to UTC by more than a second is also stored in the registry.
+    // Sets all three. A change of the offset to UTC by more than a second is also stored in the registry, before any
+    // other thread gets at the times again; should that fail, the event log's sinks run meanwhile, and must not wait
+    // for a thread that asks for the time.
     static void SetOffset(Corvane::Time localToUTC, Corvane::Time localToGPS, int nmrLeap);
     // Takes the local clock for UTC and lessens the offset to GPS time to match; stores nothing.
     static void ResetOffset();
     // Takes the offset to UTC from the registry, and, always 16 s above it, the one to GPS time, with no leap count.
-    // Text that is no number counts as 0; nothing changes when nothing is stored. For the host to call at its start.
+    // Text that is no number, "nan" and "inf" among it, counts as 0; nothing changes when nothing is stored. For the
+    // host to call at its start.
     static void ReadLocalToUTC();
     // Stores the offset to UTC in the registry.
     static void WriteLocalToUTC();

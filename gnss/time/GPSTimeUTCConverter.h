@@ -32,7 +32,8 @@ public:
     // After minus before in seconds.
     [[nodiscard]] constexpr double LeapChange() const { return change_.Seconds(); }
 
-    // UTC of a GPS time. An inserted second is 23:59:60 of the day that it ends; 5e-7 s belong to the later side.
+    // UTC of a GPS time. An inserted second is 23:59:60 of the day that it ends. The leap is taken to be there from
+    // 5e-7 s before its instant, so in that half microsecond UTC reads 23:59:59.9999995 and on.
     [[nodiscard]] Corvane::TimeDate Convert(const GPSTime& gps) const;
 
     // GPS time of UTC. The count is chosen by the whole day: that of before for all days that come before the day of

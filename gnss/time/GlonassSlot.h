@@ -7,6 +7,8 @@
 
 namespace GNSS {
 
-extern template class SatelliteId<GlonassSystem>;
+extern template Corvane::String SatelliteId<GlonassSystem>::Print(bool, bool) const;
+extern template void SatelliteId<GlonassSystem>::PrintTo(std::ostream&) const;
+extern template class SatelliteId<GlonassSystem>::List;
 
 }  // namespace GNSS

@@ -6,6 +6,8 @@
 
 namespace GNSS {
 
-extern template class SatelliteId<GPSSystem>;
+extern template Corvane::String SatelliteId<GPSSystem>::Print(bool, bool) const;
+extern template void SatelliteId<GPSSystem>::PrintTo(std::ostream&) const;
+extern template class SatelliteId<GPSSystem>::List;
 
 }  // namespace GNSS

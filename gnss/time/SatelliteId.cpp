@@ -54,7 +54,13 @@ String SatelliteId<System>::List::Print() const {
     return text;
 }
 
-template class SatelliteId<GPSSystem>;
-template class SatelliteId<GlonassSystem>;
+// Member by member: with the whole class g++ leaves out the constructor that the class's own constants use, and a
+// program that is compiled without optimisation then misses it.
+template String SatelliteId<GPSSystem>::Print(bool, bool) const;
+template void SatelliteId<GPSSystem>::PrintTo(std::ostream&) const;
+template class SatelliteId<GPSSystem>::List;
+template String SatelliteId<GlonassSystem>::Print(bool, bool) const;
+template void SatelliteId<GlonassSystem>::PrintTo(std::ostream&) const;
+template class SatelliteId<GlonassSystem>::List;
 
 }  // namespace GNSS

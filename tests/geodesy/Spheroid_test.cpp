@@ -212,6 +212,12 @@ TEST(HelmertShift, ReverseUndoesForwardToFirstOrder) {
     EXPECT_GT((there - position).Magnitude(), 50.0);
     EXPECT_NEAR((back - position).Magnitude(), 0.0, 2e-3);
     EXPECT_GT((back - position).Magnitude(), 1e-5);  // it is no exact inverse
+    // By scale alone: 1 - s of 100 ppm leaves s^2 of the position, where 1 / s would leave nothing.
+    const HelmertShift scale(0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 100.0);
+    ECEF scaled;
+    scale.Forward(position, scaled);
+    scale.Reverse(scaled, scaled);
+    EXPECT_NEAR((scaled - position).Magnitude(), position.Radius() * 1e-8, 1e-6);
     ECEF inPlace = position;
     shift.Forward(inPlace, inPlace);
     EXPECT_EQ(inPlace, there);

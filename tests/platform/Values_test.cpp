@@ -39,6 +39,10 @@ TEST(Number, RoundsHalvesAwayFromZeroAndTruncatesTowardsIt) {
              Row{9007199254740993.0, 3, 9007199254740992.0, 9007199254740992.0},  // no fraction to lose
              Row{1e300, 10, 1e300, 1e300},
              Row{1.5, 400, 1.5, 1.5},
+             Row{0.0, 309, 0.0, 0.0},  // a scale that is infinite
+             Row{1.5, std::numeric_limits<int>::max(), 1.5, 1.5},
+             Row{1.5, std::numeric_limits<int>::min(), 0.0, 0.0},
+             Row{1.7e308, -308, 1.7e308, 1e308},  // 2e308 is no double
              Row{1.5, -400, 0.0, 0.0},
              Row{-Infinity, 2, -Infinity, -Infinity},
          }) {
@@ -161,9 +165,12 @@ TEST(TextIO, ReadsTheNumberThatATextBeginsWith) {
         const char* text;
         double value;
     };
+    const std::string zeros = "." + std::string(400, '0') + "1";
     for (const Row& row :
          {Row{"1.5 s", 1.5}, Row{" \t-2e3x", -2000.0}, Row{"+7", 7.0}, Row{"x", 0.0}, Row{"", 0.0}, Row{"- 5", 0.0},
-          Row{"--5", 0.0}, Row{"1,5", 1.0}, Row{"1e-999", 0.0}, Row{"-1e999", -std::numeric_limits<double>::max()}}) {
+          Row{"--5", 0.0}, Row{"1,5", 1.0}, Row{"1e-999", 0.0}, Row{"-1e999", -std::numeric_limits<double>::max()},
+          Row{"information", 0.0}, Row{"nan", 0.0}, Row{"0.1e400", std::numeric_limits<double>::max()},
+          Row{zeros.c_str(), 0.0}, Row{"0x10", 0.0}}) {
         EXPECT_EQ(Corvane::TextIO::ToDouble(row.text), row.value) << row.text;
     }
     EXPECT_EQ(Corvane::TextIO::Print(Corvane::Time(-0.1)), "-0.1");
