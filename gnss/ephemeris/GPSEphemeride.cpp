@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "gnss/ephemeris/GPSOrbitModel.h"
 #include "gnss/geodesy/Kepler.h"
 
 namespace GNSS {
@@ -17,9 +18,9 @@ double Elapsed(const GPSEphemeride& record, double reference, const GPSTime& t) 
     return (t - record.reference.GetClosest(reference)).Seconds();
 }
 
-double MeanMotion(const GPSEphemeride::Posn& posn) {
+double MeanMotion(const GPSEphemeride::Posn& posn, double gravity) {
     const double a = posn.sqrtA * posn.sqrtA;
-    return std::sqrt(GPSEphemeride::Gravity / (a * a * a)) + posn.deltaN.Radians();
+    return std::sqrt(gravity / (a * a * a)) + posn.deltaN.Radians();
 }
 
 // Where in its orbit the satellite is, tk seconds after toe, up to the plane of the orbit.
@@ -91,15 +92,27 @@ bool GPSEphemeride::IsTooOld(const GPSTime& t) const {
 }
 
 bool GPSEphemeride::CalculatePosn(const GPSTime& t, Result& result) const {
-    result.Reset();
-    if (!status.IsHealthy()) return true;
-    result.healthy = true;
-    if (IsTooOld(t)) return false;
+    return GPSOrbitModel::CalculatePosn(*this, t, Gravity, result);
+}
 
-    const double dt = Elapsed(*this, clock.toc, t);
-    const double tk = Elapsed(*this, posn.toe, t);
-    const InPlane at = Place(*this, tk, MeanMotion(posn));
-    result.clockCorrection = (clock.af2 * dt + clock.af1) * dt + clock.af0 + F * posn.e * posn.sqrtA * at.sinE;
+ECEF::Delta GPSEphemeride::CalculateVely(const GPSTime& t) const {
+    return GPSOrbitModel::CalculateVely(*this, t, Gravity);
+}
+
+bool GPSOrbitModel::CalculatePosn(const GPSEphemeride& record, const GPSTime& t, double gravity,
+                                  GPSEphemeride::Result& result) {
+    result.Reset();
+    if (!record.status.IsHealthy()) return true;
+    result.healthy = true;
+    if (record.IsTooOld(t)) return false;
+
+    const GPSEphemeride::Posn& posn = record.posn;
+    const GPSEphemeride::Clock& clock = record.clock;
+    const double dt = Elapsed(record, clock.toc, t);
+    const double tk = Elapsed(record, posn.toe, t);
+    const InPlane at = Place(record, tk, MeanMotion(posn, gravity));
+    result.clockCorrection =
+        (clock.af2 * dt + clock.af1) * dt + clock.af0 + GPSEphemeride::F * posn.e * posn.sqrtA * at.sinE;
     result.groupDelay = clock.Tgd;
 
     const double node = Node(posn, tk);
@@ -115,10 +128,11 @@ bool GPSEphemeride::CalculatePosn(const GPSTime& t, Result& result) const {
     return true;
 }
 
-ECEF::Delta GPSEphemeride::CalculateVely(const GPSTime& t) const {
-    const double tk = Elapsed(*this, posn.toe, t);
-    const double n = MeanMotion(posn);
-    const InPlane at = Place(*this, tk, n);
+ECEF::Delta GPSOrbitModel::CalculateVely(const GPSEphemeride& record, const GPSTime& t, double gravity) {
+    const GPSEphemeride::Posn& posn = record.posn;
+    const double tk = Elapsed(record, posn.toe, t);
+    const double n = MeanMotion(posn, gravity);
+    const InPlane at = Place(record, tk, n);
 
     // Derivatives of the same steps.
     const double dE = n / at.shrink;
