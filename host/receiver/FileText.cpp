@@ -1,8 +1,8 @@
 #include "host/receiver/FileText.h"
 
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
-#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -29,9 +29,10 @@ private:
     int fd_;
 };
 
-// The words of the system for its last error.
+// The system's words for its last error, in English as all else here, whatever the locale.
 std::string SystemReason() {
-    return std::generic_category().message(errno);
+    const char* words = ::strerrordesc_np(errno);
+    return words != nullptr ? words : "the system gives no reason";
 }
 
 struct Bytes {

@@ -8,7 +8,6 @@
 namespace Host {
 
 using Corvane::Angle;
-using Corvane::Time;
 using Corvane::ToInt;
 using GNSS::GPSEphemeride;
 using GNSS::GPSTime;

@@ -1,52 +1,31 @@
 // Broadcast navigation files of receivers and data centres, against independent readings of them.
-#include <fstream>
+#include <cmath>
 #include <map>
-#include <sstream>
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "host/receiver/FileText.h"
 #include "host/receiver/RinexNavigation.h"
+#include "tests/host/receiver/Table.h"
 #include "tests/support/TestData.h"
 
 using GNSS::GPSTime;
 using Host::FileError;
 using Host::RinexNavigation;
+using tests::Number;
+using tests::ReadTable;
 
 namespace {
+
+using Key = std::tuple<int, int, int>;
 
 RinexNavigation Read(const std::string& path) {
     RinexNavigation navigation;
     FileError error;
     EXPECT_TRUE(navigation.Read(path, error)) << error.Print();
     return navigation;
-}
-
-// The rows of a table with one line of headings, by them.
-std::vector<std::map<std::string, std::string>> ReadTable(const std::string& path) {
-    std::ifstream file(path);
-    std::vector<std::string> headings;
-    std::vector<std::map<std::string, std::string>> rows;
-    for (std::string line; std::getline(file, line);) {
-        std::istringstream cells(line);
-        std::map<std::string, std::string> row;
-        std::size_t column = 0;
-        for (std::string cell; std::getline(cells, cell, ','); ++column) {
-            if (rows.empty() && headings.size() <= column && row.empty()) {
-                headings.push_back(cell);
-            } else {
-                row[headings.at(column)] = cell;
-            }
-        }
-        if (!row.empty()) rows.push_back(row);
-    }
-    return rows;
-}
-
-double Number(const std::string& text) {
-    return std::stod(text);
 }
 
 }  // namespace
@@ -80,20 +59,17 @@ TEST(RinexNavigationData, ReadsADayOfGPS) {
 TEST(RinexNavigationData, AgreesWithTheTableOfGPSRecords) {
     GNSS_REQUIRE_TEST_DATA(path, "data/brdc1820.10n");
     GNSS_REQUIRE_TEST_DATA(table, "reference/sat_gps_2010182.csv");
-    std::map<std::string, const RinexNavigation::GPSRecord*> records;
+    std::map<Key, const RinexNavigation::GPSRecord*> records;
     const RinexNavigation navigation = Read(path);
-    const auto key = [](int prn, const std::string& toe, int iode) {
-        return std::to_string(prn) + " " + std::to_string(Number(toe)) + " " + std::to_string(iode);
-    };
     for (const auto& record : navigation.gps) {
         const auto& eph = record.ephemeride;
-        records[key(eph.prn, std::to_string(eph.posn.toe), eph.posn.IODE)] = &record;
+        records[{eph.prn, Corvane::ToInt(eph.posn.toe), eph.posn.IODE}] = &record;
     }
     int nmrCompared = 0;
     for (auto& row : ReadTable(table)) {
         if (row["iode"].empty()) continue;
         const auto found =
-            records.find(key(std::stoi(row["sat"].substr(1)), row["toe_tow_s_GPST"], std::stoi(row["iode"])));
+            records.find({std::stoi(row["sat"].substr(1)), std::stoi(row["toe_tow_s_GPST"]), std::stoi(row["iode"])});
         ASSERT_NE(found, records.end()) << row["sat"] << " " << row["tow_s_GPST"];
         const auto& eph = found->second->ephemeride;
         EXPECT_EQ(eph.GetTOE(), GPSTime(std::stoi(row["toe_week"]), Number(row["toe_tow_s_GPST"])));
@@ -115,12 +91,9 @@ TEST(RinexNavigationData, AgreesWithTheTableOfGlonassRecords) {
     EXPECT_EQ(navigation.nmrRepeats, 0);
     EXPECT_EQ(navigation.warnings.GetCount(), 0);
     EXPECT_EQ(navigation.leapSeconds->current, 15);
-    std::map<std::string, const RinexNavigation::GlonassRecord*> records;
-    const auto key = [](int slot, int week, double seconds) {
-        return std::to_string(slot) + " " + std::to_string(week) + " " + std::to_string(seconds);
-    };
+    std::map<Key, const RinexNavigation::GlonassRecord*> records;
     for (const auto& record : navigation.glonass) {
-        records[key(record.ephemeride.slot, record.tb.GetWeek(), record.tb.GetSeconds())] = &record;
+        records[{record.ephemeride.slot, record.tb.GetWeek(), Corvane::ToInt(record.tb.GetSeconds())}] = &record;
         EXPECT_TRUE(record.ephemeride.IsPosnTimeConsistentWithToI());
         EXPECT_TRUE(record.ephemeride.HasReasonablePosn());
         EXPECT_TRUE(record.ephemeride.HasReasonableVely());
@@ -130,7 +103,7 @@ TEST(RinexNavigationData, AgreesWithTheTableOfGlonassRecords) {
     for (auto& row : ReadTable(table)) {
         if (row["toe_week"].empty()) continue;
         const auto found = records.find(
-            key(std::stoi(row["sat"].substr(1)), std::stoi(row["toe_week"]), Number(row["toe_tow_s_GPST"])));
+            {std::stoi(row["sat"].substr(1)), std::stoi(row["toe_week"]), std::stoi(row["toe_tow_s_GPST"])});
         ASSERT_NE(found, records.end()) << row["sat"] << " " << row["tow_s_GPST"];
         const auto& eph = found->second->ephemeride;
         EXPECT_EQ(eph.posn.tb, 900.0 * std::stoi(row["tb_15min_MoscowTime"]));

@@ -196,7 +196,10 @@ TEST(RinexNavigation, SettlesGlonassTimes) {
 TEST(RinexNavigation, ReadsTheFormsThatAreMet) {
     const std::string other = Replaced(G07, "G07", "E11");
     std::string crlf;
-    for (const char c : Mixed + End + G07 + R05) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    for (const char c : Mixed + End + G07 + R05) {
+        if (c == '\n') crlf += '\r';
+        crlf += c;
+    }
     std::string lower = G07;
     for (char& c : lower) c = c == 'D' ? 'e' : c;
     struct Case {

@@ -65,7 +65,8 @@ inline std::string AsVersion2(const std::string& record) {
         const std::string line = record.substr(at, end - at);
         at = end;
         // "G07 2021 03 04 06 00 00" becomes " 7 21 03 04 06 00 00.0".
-        text += text.empty() ? line.substr(1, 3) + line.substr(6, 15) + line.substr(21, 2) + ".0" + line.substr(23) : line.substr(1);
+        text += text.empty() ? line.substr(1, 3) + line.substr(6, 15) + line.substr(21, 2) + ".0" + line.substr(23)
+                             : line.substr(1);
     }
     return text;
 }
