@@ -2,20 +2,123 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numeric>
 
-#include <Eigen/Cholesky>
 #include <Eigen/Core>
+#include <Eigen/Householder>
 
 namespace Corvane {
 
 namespace {
+
+using Eigen::Index;
+using MatrixMap = Eigen::Map<Eigen::MatrixXd>;
+using VectorMap = Eigen::Map<Eigen::VectorXd>;
+
+double LargestColumnSum(const MatrixMap& matrix) {
+    return matrix.cwiseAbs().colwise().sum().maxCoeff();
+}
 
 double Dot(std::span<const double> a, const double* b) {
     return std::inner_product(a.begin(), a.end(), b, 0.0);
 }
 
 }  // namespace
+
+// The weighted design matrix A = Q R of the observations that take part, in memory that the object keeps. Orthogonal
+// throughout: the normal matrix, which squares the condition number, serves the decision on singularity alone.
+struct LLSq::Factors {
+    Factors(double* memory, Index obs, Index unknown)
+        : q(memory, obs, unknown),
+          rightSide(q.data() + q.size(), obs),
+          r(rightSide.data() + obs, unknown, unknown),
+          root(r.data() + r.size(), unknown, unknown),
+          square(root.data() + root.size(), unknown, unknown),
+          scale(square.data() + square.size(), unknown),
+          tau(scale.data() + unknown, unknown),
+          row(tau.data() + unknown, unknown),
+          scratch(row.data() + unknown, unknown) {}
+    static std::size_t Size(std::size_t obs, std::size_t unknown) {
+        return obs * (unknown + 1) + 3 * unknown * unknown + 4 * unknown;
+    }
+
+    [[nodiscard]] bool Factorise();
+    void Triangularise();
+    void FormBasis();
+
+    MatrixMap q;          // A, then its orthonormal basis
+    VectorMap rightSide;  // the weighted observations, then the unknowns at its head
+    MatrixMap r;          // of A with its columns scaled to unit length
+    MatrixMap root;       // B upper triangular with B B' the covariance matrix
+    MatrixMap square;     // the normal matrix, then the covariance matrix
+    VectorMap scale;      // of the columns
+    VectorMap tau;        // of the Householder vectors
+    VectorMap row;
+    VectorMap scratch;
+    double condition = 0.0;  // of A with its columns scaled, from above
+};
+
+// False when the unknowns are not determined.
+bool LLSq::Factors::Factorise() {
+    const Index n = q.cols();
+    for (Index j = 0; j < n; ++j) {
+        const double squaredLength = q.col(j).squaredNorm();
+        if (!std::isnormal(squaredLength)) return false;
+        scale(j) = 1.0 / std::sqrt(squaredLength);
+        q.col(j) *= scale(j);
+    }
+    Triangularise();
+    if (!r.allFinite() || (r.diagonal().array() == 0.0).any()) return false;
+
+    square.noalias() = r.transpose() * r;
+    const double norm = LargestColumnSum(square);
+    root.setIdentity();
+    r.triangularView<Eigen::Upper>().solveInPlace(root);
+    square.noalias() = root * root.transpose();
+    if (!square.allFinite()) return false;
+    const double squaredCondition = norm * LargestColumnSum(square);
+    if (!(squaredCondition * Matrix::MinReciprocalCondition <= 1.0)) return false;
+    condition = std::sqrt(squaredCondition);
+
+    auto unknowns = rightSide.head(n);
+    r.triangularView<Eigen::Upper>().solveInPlace(unknowns);
+    unknowns.array() *= scale.array();
+    for (Index j = 0; j < n; ++j) {
+        root.col(j).array() *= scale.array();
+        for (Index i = 0; i < n; ++i) square(i, j) *= scale(i) * scale(j);
+    }
+    FormBasis();
+    return root.allFinite() && square.allFinite();
+}
+
+// Leaves the Householder vectors in q, R in r, and Q' times the observations in rightSide. As Eigen's HouseholderQR,
+// which allocates.
+void LLSq::Factors::Triangularise() {
+    const Index n = q.cols();
+    r.setZero();
+    for (Index k = 0; k < n; ++k) {
+        const Index rows = q.rows() - k;
+        q.col(k).tail(rows).makeHouseholderInPlace(tau(k), r(k, k));
+        const auto essential = q.col(k).tail(rows - 1);
+        q.block(k, k + 1, rows, n - k - 1).applyHouseholderOnTheLeft(essential, tau(k), scratch.data());
+        rightSide.tail(rows).applyHouseholderOnTheLeft(essential, tau(k), scratch.data());
+        r.col(k).head(k) = q.col(k).head(k);
+    }
+}
+
+// Makes the first columns of Q of the Householder vectors, from the last to the first.
+void LLSq::Factors::FormBasis() {
+    const Index n = q.cols();
+    for (Index k = n - 1; k >= 0; --k) {
+        const Index rows = q.rows() - k;
+        auto essential = q.col(k).tail(rows - 1);
+        q.block(k, k + 1, rows, n - k - 1).applyHouseholderOnTheLeft(essential, tau(k), scratch.data());
+        essential *= -tau(k);
+        q(k, k) = 1.0 - tau(k);
+        q.col(k).head(k).setZero();
+    }
+}
 
 void LLSq::Reset(int nmrUnknown) {
     nmrUnknown_ = nmrUnknown >= 1 && nmrUnknown <= Matrix::MaxDimension ? nmrUnknown : 0;
@@ -47,6 +150,8 @@ bool LLSq::AddObs(std::span<const double> row, double value, double sd) {
     if (!std::isfinite(value) || !(sd > 0.0) || !std::isnormal(sd * sd) || !std::isnormal(1.0 / (sd * sd)))
         return false;
     if (!std::all_of(row.begin(), row.end(), [](double x) { return std::isfinite(x); })) return false;
+    // Room for the observation first: when there is none for the row, neither is added.
+    if (obs_.size() == obs_.capacity()) obs_.reserve(std::max<std::size_t>(8, 2 * obs_.size()));
     rows_.insert(rows_.end(), row.begin(), row.end());
     obs_.push_back({value, sd, false});
     return true;
@@ -66,65 +171,44 @@ double LLSq::Misclosure(int obs, const double* unknowns) const {
     return obs_[static_cast<std::size_t>(obs)].value - Dot(Row(obs), unknowns);
 }
 
-// Inverts the normal matrix, which is scaled to a unit diagonal on the way and is lost. All by columns.
-bool LLSq::InvertNormals(double* normals, double* inverse, double* scales) const {
-    using Square = Eigen::Map<Eigen::MatrixXd>;
-    const Eigen::Index n = nmrUnknown_;
-    Square scaled(normals, n, n);
-    Square result(inverse, n, n);
-    Eigen::Map<Eigen::VectorXd> scale(scales, n);
-
-    for (Eigen::Index i = 0; i < n; ++i) {
-        if (!std::isnormal(scaled(i, i))) return false;
-        scale(i) = 1.0 / std::sqrt(scaled(i, i));
+const LLSq::Limits& LLSq::GetLimits(int freedom) {
+    Limits& limits = limits_[static_cast<std::size_t>(freedom) % limits_.size()];
+    if (limits.freedom != freedom || limits.confidence != confidence_ || limits.power != power_ ||
+        limits.fLimit != fLimit_) {
+        limits = {confidence_,
+                  power_,
+                  fLimit_,
+                  freedom,
+                  GetWLimit(confidence_),
+                  GetNonCentrality(confidence_, power_),
+                  GetFLimit(fLimit_, confidence_, power_, freedom)};
     }
-    for (Eigen::Index j = 0; j < n; ++j) {
-        for (Eigen::Index i = 0; i < n; ++i) scaled(i, j) *= scale(i) * scale(j);
-    }
-    if (!scaled.allFinite()) return false;
-    const double norm = scaled.cwiseAbs().colwise().sum().maxCoeff();
+    return limits;
+}
 
-    Eigen::Ref<Eigen::MatrixXd> inPlace(scaled);
-    const Eigen::LLT<Eigen::Ref<Eigen::MatrixXd>> factor(inPlace);
-    if (factor.info() != Eigen::Success) return false;
-    result.setIdentity();
-    factor.solveInPlace(result);
-    if (!result.allFinite()) return false;
-    const double inverseNorm = result.cwiseAbs().colwise().sum().maxCoeff();
-    if (!(norm * inverseNorm * Matrix::MinReciprocalCondition <= 1.0)) return false;
-
-    for (Eigen::Index j = 0; j < n; ++j) {
-        for (Eigen::Index i = 0; i < n; ++i) result(i, j) *= scale(i) * scale(j);
+// The observations that take part, weighted.
+void LLSq::FillIn(Factors& factors) const {
+    Index k = 0;
+    for (int obs = 0; obs < NmrObs(); ++obs) {
+        const auto& [value, sd, rejected] = obs_[static_cast<std::size_t>(obs)];
+        if (rejected) continue;
+        const auto row = Row(obs);
+        for (Index j = 0; j < nmrUnknown_; ++j) factors.q(k, j) = row[static_cast<std::size_t>(j)] / sd;
+        factors.rightSide(k) = value / sd;
+        ++k;
     }
-    return result.allFinite();
 }
 
 bool LLSq::Solve() {
     const auto width = static_cast<std::size_t>(nmrUnknown_);
-    if (width == 0) return false;
-    work_.assign(2 * width * width + 3 * width, 0.0);
-    double* const normals = work_.data();
-    double* const inverse = normals + width * width;
-    double* const scales = inverse + width * width;
-    double* const rightSide = scales + width;
-    double* const unknowns = rightSide + width;
-
-    int used = 0;
-    for (int obs = 0; obs < NmrObs(); ++obs) {
-        const auto& [value, sd, rejected] = obs_[static_cast<std::size_t>(obs)];
-        if (rejected) continue;
-        ++used;
-        const auto row = Row(obs);
-        const double weight = 1.0 / (sd * sd);
-        for (std::size_t j = 0; j < width; ++j) {
-            if (row[j] == 0.0) continue;
-            const double weighted = weight * row[j];
-            for (std::size_t i = 0; i < width; ++i) normals[j * width + i] += row[i] * weighted;
-            rightSide[j] += weighted * value;
-        }
-    }
-    if (used < nmrUnknown_ || !InvertNormals(normals, inverse, scales)) return false;
-    for (std::size_t i = 0; i < width; ++i) unknowns[i] = Dot({inverse + i * width, width}, rightSide);
+    const auto used =
+        static_cast<int>(std::count_if(obs_.begin(), obs_.end(), [](const Obs& o) { return !o.rejected; }));
+    if (width == 0 || used < nmrUnknown_) return false;
+    work_.resize(Factors::Size(static_cast<std::size_t>(used), width));
+    Factors factors(work_.data(), used, nmrUnknown_);
+    FillIn(factors);
+    if (!factors.Factorise()) return false;
+    const double* const unknowns = factors.rightSide.data();
 
     double squares = 0.0;
     double weightedSquares = 0.0;
@@ -138,14 +222,16 @@ bool LLSq::Solve() {
     }
     if (!std::isfinite(squares) || !std::isfinite(weightedSquares)) return false;
 
-    // The solution stands; from here on the former one is overwritten.
-    unknowns_.assign(unknowns, unknowns + width);
+    // The solution stands; once there is room for it the former one is overwritten.
+    unknowns_.reserve(width);
+    stats_.resids_.reserve(obs_.size());
+    effects_.reserve(obs_.size() * width);
     if (covar_.NmrRow() != nmrUnknown_) covar_ = Matrix(nmrUnknown_, nmrUnknown_);
+    unknowns_.assign(unknowns, unknowns + width);
     for (int i = 0; i < nmrUnknown_; ++i) {
-        const double* column = inverse + static_cast<std::size_t>(i) * width;
         for (int j = 0; j <= i; ++j) {
-            covar_.SetValue(i, j, column[j]);
-            covar_.SetValue(j, i, column[j]);
+            covar_.SetValue(i, j, factors.square(j, i));
+            covar_.SetValue(j, i, factors.square(j, i));
         }
     }
     stats_.confidence_ = confidence_;
@@ -155,57 +241,62 @@ bool LLSq::Solve() {
     stats_.rms_ = std::sqrt(squares / used);
     stats_.resids_.resize(obs_.size());
     effects_.resize(obs_.size() * width);
-    const double nonCentrality = GetNonCentrality(confidence_, power_);
-    for (int obs = 0; obs < NmrObs(); ++obs) WorkOutResid(obs, nonCentrality);
-    TestResids();
+    const Limits& limits = GetLimits(stats_.freedom_);
+    int usedRow = 0;
+    for (int obs = 0; obs < NmrObs(); ++obs) {
+        WorkOutResid(obs, factors, usedRow, limits.nonCentrality);
+        if (!IsRejected(obs)) ++usedRow;
+    }
+    TestResids(limits, factors.condition);
     return true;
 }
 
-void LLSq::WorkOutResid(int obs, double nonCentrality) {
+// The row of Q of an observation that takes part is the given one.
+void LLSq::WorkOutResid(int obs, Factors& factors, int usedRow, double nonCentrality) {
     const auto& o = obs_[static_cast<std::size_t>(obs)];
-    const auto row = Row(obs);
-    const auto width = row.size();
-    const auto effect = std::span(effects_).subspan(static_cast<std::size_t>(obs) * width, width);
+    const auto width = static_cast<std::size_t>(nmrUnknown_);
 
-    // The covariance of the unknowns with the adjusted observation, and the variance of the latter.
-    for (std::size_t i = 0; i < width; ++i) {
-        effect[i] = 0.0;
-        for (std::size_t j = 0; j < width; ++j) effect[i] += covar_(static_cast<int>(i), static_cast<int>(j)) * row[j];
+    // The square of the row is the variance of the adjusted observation, in that of the observation.
+    if (o.rejected) {
+        const Eigen::Map<const Eigen::VectorXd> row(Row(obs).data(), nmrUnknown_);
+        factors.row.noalias() = factors.root.transpose() * row;
+        factors.row /= o.sd;
+    } else {
+        factors.row = factors.q.row(usedRow).transpose();
     }
-    const double adjusted = Dot(row, effect.data());
+    const double adjusted = factors.row.squaredNorm();
+    // What the redundancy number is, or would be if the observation were taken back.
+    const double share = o.rejected ? 1.0 / (1.0 + adjusted) : std::clamp(1.0 - adjusted, 0.0, 1.0);
+    const double sd = o.sd * (o.rejected ? 1.0 / std::sqrt(share) : std::sqrt(share));
+    const double mdb = nonCentrality * o.sd / std::sqrt(share);
 
-    const double variance = o.sd * o.sd;
-    const double residVariance = o.rejected ? variance + adjusted : variance - adjusted;
-    const double redundancy = o.rejected ? 0.0 : std::clamp(residVariance / variance, 0.0, 1.0);
     const double v = Misclosure(obs, unknowns_.data());
+    const bool testable = stats_.IsTestable() && share >= MinRedundancy && std::isfinite(v / sd) && std::isfinite(mdb);
     Resid& resid = stats_.resids_[static_cast<std::size_t>(obs)];
-    resid = Resid(o.rejected, {v, 0.0, -1.0, -1.0, redundancy}, WNotTestable, {});
+    resid = Resid(o.rejected, {v, 0.0, -1.0, -1.0, o.rejected ? 0.0 : share}, WNotTestable, {});
+    const auto effect = std::span(effects_).subspan(static_cast<std::size_t>(obs) * width, width);
+    std::fill(effect.begin(), effect.end(), 0.0);
+    if (!testable) return;
 
-    const bool testable = o.rejected || (stats_.IsTestable() && redundancy >= MinRedundancy);
-    const double sd = std::sqrt(residVariance);
-    const double mdb = nonCentrality * (o.rejected ? sd : variance / sd);
-    double factor = 0.0;
-    if (testable && std::isfinite(v / sd) && std::isfinite(mdb)) {
-        resid.statistics_ = {v, v / sd, sd, mdb, redundancy};
-        if (stats_.IsTestable()) resid.wTest_ = WPassed;
-        if (!o.rejected) factor = mdb / variance;
-    }
-    for (std::size_t i = 0; i < width; ++i) {
-        effect[i] = factor == 0.0 ? 0.0 : effect[i] * factor;
-        if (i < resid.extRel_.size()) resid.extRel_[i] = effect[i];
-    }
+    resid.statistics_ = {v, v / sd, sd, mdb, resid.GetRedundancy()};
+    resid.wTest_ = WPassed;
+    if (o.rejected) return;
+    VectorMap column(effect.data(), nmrUnknown_);
+    column.noalias() = factors.root * factors.row;
+    column *= mdb / o.sd;
+    std::copy_n(effect.begin(), std::min(width, resid.extRel_.size()), resid.extRel_.begin());
 }
 
 // The outcomes of the F-test and of the w-tests, once all residuals are known.
-void LLSq::TestResids() {
-    const double fLimit = GetFLimit(fLimit_, confidence_, power_, stats_.freedom_);
+void LLSq::TestResids(const Limits& limits, double condition) {
     stats_.fTest_ = FNotTestable;
-    if (!std::isnan(fLimit)) stats_.fTest_ = stats_.unitVariance_ > fLimit ? FFailed : FPassed;
+    if (!std::isnan(limits.unitVariance)) {
+        stats_.fTest_ = stats_.unitVariance_ > limits.unitVariance ? FFailed : FPassed;
+    }
 
-    const double wLimit = GetWLimit(confidence_);
     Resid* largest = nullptr;
     for (Resid& resid : stats_.resids_) {
-        if (resid.wTest_ == WNotTestable || !(std::abs(resid.GetStandardised()) > wLimit)) continue;
+        if (resid.wTest_ == WNotTestable || !(std::abs(resid.GetStandardised()) > limits.w)) continue;
         resid.wTest_ = WFailed;
         if (resid.rejected_) continue;
         if (largest == nullptr || std::abs(resid.GetStandardised()) > std::abs(largest->GetStandardised())) {
@@ -214,10 +305,18 @@ void LLSq::TestResids() {
     }
     if (largest == nullptr || !stats_.IsIdentifiable()) return;
     // Observations whose residuals always move together have the same |w|, but for rounding: no fault is placed there.
-    const double alike = std::abs(largest->GetStandardised()) * (1.0 - 1e-8);
-    const auto rivals = std::count_if(stats_.resids_.begin(), stats_.resids_.end(), [alike](const Resid& resid) {
-        return !resid.rejected_ && std::abs(resid.GetStandardised()) >= alike;
-    });
+    // Rounding moves a residual by what the condition number makes of it, and w by that over the root of the
+    // redundancy.
+    const double rounding = 16.0 * std::numeric_limits<double>::epsilon() * condition;
+    const auto bound = [rounding](const Resid& resid, double sign) {
+        const double doubt = 1e-8 + rounding / std::sqrt(resid.GetRedundancy());
+        return std::abs(resid.GetStandardised()) * (1.0 + sign * doubt);
+    };
+    const double alike = bound(*largest, -1.0);
+    const auto rivals =
+        std::count_if(stats_.resids_.begin(), stats_.resids_.end(), [&bound, alike](const Resid& resid) {
+            return !resid.rejected_ && resid.wTest_ != WNotTestable && bound(resid, 1.0) >= alike;
+        });
     if (rivals == 1) largest->wTest_ = WFailedLargest;
 }
 

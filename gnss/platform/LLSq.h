@@ -19,7 +19,8 @@ namespace Corvane {
 // The theory is W. Baarda's (A Testing Procedure for Use in Geodetic Networks, 1968), as offshore survey uses it
 // (IOGP 373-19). The standard deviations given are believed: no test scales them by the unit variance.
 //
-// One object may be used again and again: after the first solution of a size a solution allocates nothing.
+// One object may be used again and again: after a solution of as many unknowns and at least as many observations a
+// solution allocates nothing. (With more than a hundred unknowns the linear algebra takes scratch memory each time.)
 class GNSS_EXPORT LLSq {
 public:
     // 1 - confidence is the probability with which a test rejects what is in order.
@@ -43,7 +44,8 @@ public:
     // An observation that took part has the residual that the solution left it. One that was rejected has a predicted
     // residual, against the solution without it: its w is the one that it would have if it were taken back alone, and
     // its minimal detectable bias is that of the predicted residual; its redundancy number is 0 and its external
-    // reliability is zero, as it bears on nothing.
+    // reliability is zero, as it bears on nothing. It is not testable against a solution that has no degrees of
+    // freedom, nor where it would not be if it were taken back.
     class GNSS_EXPORT Resid {
     public:
         Resid() = default;
@@ -129,7 +131,12 @@ public:
     };
 
     // An observation whose redundancy number lies below this is not testable: no bias below 3000 standard deviations
-    // would be found.
+    // would be found. Rounding does not lift an observation over it that nothing checks. The redundancy number is
+    // 1 - |q|^2, with q the observation's row of the orthonormal basis Q of the weighted design matrix (Householder
+    // QR): for a true redundancy number r its error is of the order of e + 2 k e sqrt(r) + (k e)^2, where e is the
+    // precision of a double and k the condition number of that matrix, its columns scaled to unit length. Solve accepts
+    // k up to about 3e6, which makes the error less than 1e-14 where nothing checks the observation, and less than 1e-4
+    // of the number where it is as small as this.
     static constexpr double MinRedundancy = 1e-6;
 
     // A problem with so many unknowns, from 1 to Matrix::MaxDimension; any other number makes one that never solves.
@@ -145,7 +152,8 @@ public:
 
     // Adds an observation with its row of the design matrix (one element an unknown), its value and its standard
     // deviation in the value's unit. False, and nothing is added, when the row has another length, a number is not
-    // finite, or the standard deviation is not above 0 or so small or large that its square is none.
+    // finite, or the standard deviation is not above 0 or so small or large that its square is none. Nothing is added
+    // either when memory runs out (std::bad_alloc).
     bool AddObs(std::span<const double> row, double value, double sd);
     // Takes an observation out of the solution, or back in. It keeps its place, and gets statistics of its own
     // (see Resid). Nothing happens outside the list.
@@ -155,8 +163,11 @@ public:
     [[nodiscard]] int NmrUnknown() const { return nmrUnknown_; }
 
     // Solves for the unknowns and works out the statistics. False, and the former solution stays, when the
-    // observations that are not rejected do not determine the unknowns: the normal matrix, scaled to a unit diagonal,
-    // has a reciprocal condition number below Matrix::MinReciprocalCondition.
+    // observations that are not rejected do not determine the unknowns: the normal matrix N, scaled to a unit diagonal
+    // so that a mixture of units does not count, has a reciprocal condition number 1 / (|N| |1/N|), in the norm of the
+    // largest column sum, below Matrix::MinReciprocalCondition. N and its inverse are taken from the triangle R of the
+    // QR decomposition (N = R'R), so that the decision is good to several digits. False also when a weight or a result
+    // is beyond what a double holds.
     bool Solve();
 
     // What follows is of the last solution; without one the unknowns are 0, the matrices null and the lists empty.
@@ -191,12 +202,25 @@ private:
         bool rejected;
     };
 
+    // The limits of the tests by settings and degrees of freedom.
+    struct Limits {
+        Confidence confidence = Confidence99;
+        Power power = Power80;
+        FLimit fLimit = FEqualPower;
+        int freedom = -1;
+        double w = 0.0;
+        double nonCentrality = 0.0;
+        double unitVariance = 0.0;
+    };
+    struct Factors;
+
     [[nodiscard]] bool IsObs(int obs) const { return obs >= 0 && obs < NmrObs(); }
     [[nodiscard]] std::span<const double> Row(int obs) const;
     [[nodiscard]] double Misclosure(int obs, const double* unknowns) const;
-    [[nodiscard]] bool InvertNormals(double* normals, double* inverse, double* scales) const;
-    void WorkOutResid(int obs, double nonCentrality);
-    void TestResids();
+    [[nodiscard]] const Limits& GetLimits(int freedom);
+    void FillIn(Factors& factors) const;
+    void WorkOutResid(int obs, Factors& factors, int usedRow, double nonCentrality);
+    void TestResids(const Limits& limits, double condition);
 
     Confidence confidence_ = Confidence99;
     Power power_ = Power80;
@@ -211,6 +235,9 @@ private:
     Stats stats_;
     std::vector<double> effects_;  // external reliability: all unknowns of the first observation, of the second, ...
     std::vector<double> work_;     // scratch space of a solution
+    // Limits worked out before, as the one of equal power costs more than a solution of a dozen observations. By the
+    // last bits of the degrees of freedom, which go up and down by one as observations are rejected and taken back.
+    std::array<Limits, 4> limits_;
 };
 
 }  // namespace Corvane

@@ -276,6 +276,26 @@ TEST(LLSq, OutcomesOfTheTests) {
     EXPECT_EQ(outcomes(pair), (Outcomes{0, 2, 2}));
     EXPECT_TRUE(pair.GetScaledCovar().IsNull());
     EXPECT_EQ(pair.GetStats().GetResid(1).GetResidual(), 1.0);
+    EXPECT_EQ(pair.GetStats().GetResid(1).GetStandardised(), 0.0);
+    EXPECT_EQ(pair.GetStats().GetResid(1).GetSD(), -1.0);
+    EXPECT_EQ(pair.GetStats().GetResid(1).GetMDB(), -1.0);
+    // The limit is that of the solution at hand, whatever was solved for before.
+    LLSq again = MakeMean({0.0, 0.0, 3.0}, 1.0);  // unit variance 3.0, without the first 4.5
+    const struct {
+        bool rejected;
+        LLSq::Confidence confidence;
+        LLSq::FTest result;
+    } solutions[] = {{false, LLSq::Confidence99, LLSq::FPassed},   // 3.759
+                     {true, LLSq::Confidence99, LLSq::FPassed},    // 6.635
+                     {true, LLSq::Confidence90, LLSq::FFailed},    // 2.706
+                     {false, LLSq::Confidence90, LLSq::FFailed},   // less
+                     {false, LLSq::Confidence99, LLSq::FPassed}};  // the first again
+    for (const auto& solution : solutions) {
+        again.SetRejected(0, solution.rejected);
+        again.SetTests(solution.confidence, LLSq::Power80);
+        ASSERT_TRUE(again.Solve());
+        EXPECT_EQ(again.GetStats().GetFTestResult(), solution.result) << solution.rejected << solution.confidence;
+    }
 }
 
 TEST(LLSq, WhatCannotBeSolvedKeepsTheFormerSolution) {
