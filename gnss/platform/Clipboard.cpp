@@ -15,11 +15,12 @@ struct State {
     std::shared_ptr<const Clipboard::Sink> sink;
 };
 
-// Made on first use.
+// Made at the latest while this library loads, so that it outlives what the libraries that stand on it make.
 State& TheState() {
     static State state;
     return state;
 }
+[[maybe_unused]] const State& madeEarly = TheState();
 
 bool Deliver(const Clipboard::Sink& sink, const String& text) {
     try {

@@ -38,7 +38,13 @@ TimeDate Clock::Now() {
         const std::lock_guard lock(TheState().mutex);
         source = TheState().source;
     }
-    return source ? (*source)() : SystemNow();
+    if (source) {
+        try {
+            return (*source)();
+        } catch (...) {  // NOLINT(bugprone-empty-catch): who asks for the time is often telling a failure already
+        }
+    }
+    return SystemNow();
 }
 
 void Clock::SetSource(Source source) {
@@ -61,8 +67,9 @@ namespace pt {
 
 std::int64_t now() {
     const Corvane::TimeDate now = Corvane::Clock::Now();
-    return std::int64_t{now.GetDate() - Corvane::UnixEpoch} * 86'400'000 +
-           Corvane::ToInt64(std::floor(now.GetTimeOfDay().Seconds() * 1000.0));
+    // Whole milliseconds of every date there is are exact in double, which a time of day of any size cannot overflow.
+    const double midnight = (now.GetDate() - Corvane::UnixEpoch) * 86'400'000.0;
+    return Corvane::ToInt64(midnight + std::floor(now.GetTimeOfDay().Seconds() * 1000.0));
 }
 
 }  // namespace pt

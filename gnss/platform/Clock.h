@@ -17,7 +17,8 @@ public:
 
     // The current instant in UTC.
     [[nodiscard]] static TimeDate Now();
-    // Replaces the source of the time; an empty function goes back to the computer's own clock.
+    // Replaces the source of the time; an empty function goes back to the computer's own clock. When a call of the
+    // source throws, the computer's own clock answers that once.
     static void SetSource(Source source);
     // Lets the clock stand at an instant, until it is set again.
     static void SetTo(const TimeDate& utc);
@@ -37,7 +38,7 @@ inline constexpr ClassNow Now{};
 
 namespace pt {
 
-// The same clock as Corvane::Now, in whole milliseconds since 1 January 1970 UTC.
+// The same clock as Corvane::Now, in whole milliseconds since 1 January 1970 UTC, held within the range of 64 bits.
 [[nodiscard]] GNSS_EXPORT std::int64_t now();
 
 }  // namespace pt

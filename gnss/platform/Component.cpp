@@ -32,6 +32,7 @@ Component::WriteLock::~WriteLock() {
     if (component_ == nullptr) return;
     innermost = outer_;
     component_->turn_.unlock();
+    component_->DropIfLeft();
 }
 
 bool Component::WriteLock::IsSafeToWait(const Component& component) {
@@ -111,6 +112,17 @@ void Component::CheckQueue() {
     draining_.clear();
 }
 
+// After a turn: a leave that found the turn taken, and could not wait for it, left the queue as it was.
+void Component::DropIfLeft() {
+    {
+        // Either this comes after the leave, and sees it, or the leave comes after the turn, and takes its own.
+        const std::lock_guard lock(members_);
+        if (GetRoot() != nullptr || NmrQueued() == 0) return;
+    }
+    const std::unique_lock turn(turn_, std::try_to_lock);
+    if (turn.owns_lock() && GetRoot() == nullptr) DropQueue();
+}
+
 void Component::DropQueue() {
     std::vector<Exchange::Inbox::Message> dropped;
     inbox_.TakeAll(dropped);
@@ -120,21 +132,31 @@ void Component::DropQueue() {
     }
 }
 
-void Component::OnFailure(const char* what) {
+void Component::OnFailure(const char* what) noexcept {
     nmrFailures_.fetch_add(1, std::memory_order_relaxed);
-    TellFailure(ident_.Print(), what);
+    TellFailure(ident_, what);
 }
 
 void Component::Attach(const std::shared_ptr<Exchange::Output>& output) {
     const std::lock_guard lock(members_);
     outputs_.push_back(output);
-    if (Root* const root = GetRoot()) root->Offer(output);
+    try {
+        if (Root* const root = GetRoot()) root->Offer(output);
+    } catch (...) {
+        outputs_.pop_back();
+        throw;
+    }
 }
 
 void Component::Attach(const std::shared_ptr<Exchange::Input>& input) {
     const std::lock_guard lock(members_);
     inputs_.push_back(input);
-    if (Root* const root = GetRoot()) root->Subscribe(input);
+    try {
+        if (Root* const root = GetRoot()) root->Subscribe(input);
+    } catch (...) {
+        inputs_.pop_back();
+        throw;
+    }
 }
 
 void Component::Detach(const std::shared_ptr<Exchange::Output>& output) {

@@ -44,7 +44,8 @@ public:
     [[nodiscard]] Root* GetRoot() const { return root_.load(std::memory_order_acquire); }
     // The number that the host gives to one of several components of a kind; null until then.
     [[nodiscard]] Index GetIndex() const;
-    // Calls OnIndex, in the component's turn.
+    // Calls OnIndex, in the component's turn. Takes the component's lock: not inside another component's handler and
+    // not under a link's lock.
     void SetIndex(const Index& index);
 
     // The component's links and responses are connected; values wait until OnJoin has returned.
@@ -125,9 +126,11 @@ private:
     // In the turn.
     [[nodiscard]] bool MayHandle() const;
     void DropQueue();
-    void OnFailure(const char* what);
+    void DropIfLeft();
+    void OnFailure(const char* what) noexcept;
+    // The queue's own state changes between calls: nothing may leave one.
     template <typename Function>
-    void CallGuarded(const char* what, Function&& function) {
+    void CallGuarded(const char* what, Function&& function) noexcept {
         try {
             function();
         } catch (...) {

@@ -107,8 +107,8 @@ bool DC::Blit(const DC& canvas, Point at) {
 
 Point DC::StartOfText(std::int32_t width, const TextPlace& place) const {
     Point start;
-    if (place.align == TextPlace::Centre) start.x = -width / 2;
-    if (place.align == TextPlace::Right) start.x = -width;
+    if (place.align == TextPlace::Centre) start.x = Saturate(-std::int64_t{width} / 2);
+    if (place.align == TextPlace::Right) start.x = Saturate(-std::int64_t{width});
     const FontMetrics metrics = GetFontMetrics();
     switch (place.anchor) {
         case TextPlace::Baseline:

@@ -66,7 +66,9 @@ void Deliver(Installed& sink, const Event& event) {
     }
     innermostCall = call.outer;
     const std::lock_guard lock(log.mutex);
-    if (--sink.running == 0 && sink.removed) log.ended.notify_all();
+    if (--sink.running != 0 || !sink.removed) return;
+    std::erase_if(log.sinks, [&](const auto& each) { return each.get() == &sink; });  // not its last reference
+    log.ended.notify_all();
 }
 
 }  // namespace
@@ -107,8 +109,12 @@ void Event::RemoveSink(SinkID id) {
     const auto found = std::ranges::find_if(log.sinks, [id](const auto& sink) { return sink->id == id; });
     if (found == log.sinks.end()) return;
     installed = *found;
-    log.sinks.erase(found);
     installed->removed = true;
+    if (installed->running == 0) {
+        log.sinks.erase(found);
+        return;
+    }
+    // It stays in the list until its last call has ended, so that whoever removes it as well waits too.
     // Two sinks that remove each other on two threads would wait for each other for ever.
     if (innermostCall != nullptr) return;
     log.ended.wait(lock, [&] { return installed->running == 0; });

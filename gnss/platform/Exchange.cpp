@@ -80,13 +80,20 @@ Value Output::GetKept() const {
 
 void Output::Connect(const std::shared_ptr<Output>& output, const std::shared_ptr<Input>& input) {
     {
+        const std::lock_guard lock(input->mutex_);
+        input->sources_.push_back(output);
+    }
+    try {
         const std::lock_guard lock(output->mutex_);
+        output->subscribers_.reserve(output->subscribers_.size() + 1);
+        if (output->kept_) input->inbox_->Post(input, output->kept_);
         output->subscribers_.push_back(input);
         output->nmrSubscribers_.store(output->subscribers_.size(), std::memory_order_release);
-        if (output->kept_) input->inbox_->Post(input, output->kept_);
+    } catch (...) {
+        const std::lock_guard lock(input->mutex_);
+        std::erase(input->sources_, output);
+        throw;
     }
-    const std::lock_guard lock(input->mutex_);
-    input->sources_.push_back(output);
 }
 
 void Output::Disconnect(Output& output) {

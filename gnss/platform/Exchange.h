@@ -1,4 +1,5 @@
-// What links and responses are behind their typed faces: outputs and inputs that a root connects.
+// What links and responses are behind their typed faces: outputs and inputs that a root connects. Inbox, Input and
+// Output are internal: no component or host uses them itself, and they may change with every version.
 //
 // Locks. A thread takes them in this order, and none after a later one:
 //   1. Component::WriteLock   the component's turn; held while one of its handlers or its Cycle runs
@@ -123,7 +124,8 @@ public:
     [[nodiscard]] Value GetKept() const;
     [[nodiscard]] std::size_t NmrSubscribers() const { return nmrSubscribers_.load(std::memory_order_acquire); }
 
-    // Called by the root under its lock. A kept value goes to the new subscriber at once.
+    // Called by the root under its lock. A kept value goes to the new subscriber at once. When connecting throws, for
+    // want of memory, they are not connected.
     static void Connect(const std::shared_ptr<Output>& output, const std::shared_ptr<Input>& input);
     static void Disconnect(Output& output);
     static void Disconnect(Input& input);

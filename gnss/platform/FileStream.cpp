@@ -25,14 +25,14 @@ FileInput::FileInput(const String& path, ByteOrder) : path_(path) {
         return;
     }
     do {
-        file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);  // a pipe's writer is not waited for
     } while (file_ < 0 && errno == EINTR);
     struct stat status {};
     if (file_ < 0) {
         if (errno != ENOENT) Report(errno);
-    } else if (fstat(file_, &status) == 0 && S_ISDIR(status.st_mode)) {
-        Report(EISDIR);
+    } else if (fstat(file_, &status) == 0 && !S_ISREG(status.st_mode)) {
         Close();
+        Report(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
     } else {
         buffer_.resize(BufferSize);
     }
@@ -111,6 +111,13 @@ void FileOutput::WriteBytes(std::span<const std::byte> bytes) {
         bytes = bytes.subspan(count);
         if (buffer_.size() == BufferSize && !Flush()) throw Stream::Error(file_.GetFailure().str());
     }
+}
+
+// A file without the value would be taken for a whole one.
+void FileOutput::OnRefused(const std::string& what) {
+    if (!IsOpen()) return;
+    file_.Discard("write", what);
+    Report();
 }
 
 bool FileOutput::Flush() {

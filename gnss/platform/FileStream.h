@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "gnss/platform/Export.h"
@@ -18,7 +19,9 @@ enum class ByteOrder : std::int32_t {
     PC = 0,  // little-endian, the one order there is
 };
 
-// Reads a file. What is wrong with it, other than that it does not exist, is told to the event log once.
+// Reads a regular file. What keeps it from being read, other than that it does not exist, is told to the event log
+// once. A file that ends too early is for its reader to tell, who gets Stream::Error: only he knows what should have
+// followed.
 class GNSS_EXPORT FileInput : public Stream::Input {
 public:
     explicit FileInput(const String& path, ByteOrder order = ByteOrder::PC);
@@ -66,6 +69,7 @@ public:
 
 protected:
     void WriteBytes(std::span<const std::byte> bytes) override;
+    void OnRefused(const std::string& what) override;
 
 private:
     bool Flush();

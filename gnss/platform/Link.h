@@ -19,7 +19,8 @@ namespace Corvane {
 // Sending puts the value into each subscriber's queue and returns; handlers run in the subscribers' cycles. Each
 // subscriber gets the values that are sent while it is connected, each once, in the order in which they were sent, and
 // in that order over all the links on which one thread sends. A value is shared by all subscribers and by the link, and
-// nobody changes it. Its class's library stays loaded while anybody keeps or queues values.
+// nobody changes it. Its class's library stays loaded while anybody keeps or queues values. When the memory for a queue
+// runs out, sending throws, and only some of the subscribers have got the value.
 class GNSS_EXPORT LinkBase {
 public:
     // Holds a link for those who read, change and publish its value in one step; all of them take it. Readers and

@@ -81,7 +81,7 @@ bool LogDataControl::GenPoint::Record(const Connection& connection, const Writer
         recorder->Record(connection.source, connection.type, output.Bytes());
         return true;
     } catch (...) {
-        TellFailure(connection.source.Print(), "Logging");
+        TellFailure(connection.source, "Logging");
         return false;
     }
 }

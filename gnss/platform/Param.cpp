@@ -2,6 +2,13 @@
 
 namespace Corvane {
 
+namespace {
+
+// Made at the latest while this library loads, so that it outlives what the libraries that stand on it make.
+[[maybe_unused]] const ParamDefn<ParamList>& madeEarly = ParamList::GetVoidDefn();
+
+}  // namespace
+
 const ParamDefn<ParamList>& ParamList::GetVoidDefn() {
     static const ParamDefn<ParamList> defn("ParamList", ParamList());
     return defn;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cstddef>
 #include <cstring>
 #include <fcntl.h>
@@ -12,11 +13,13 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include "gnss/platform/Event.h"
@@ -236,6 +239,11 @@ Lines Parse(std::string_view text, const String& path, std::vector<String>& mess
     return lines;
 }
 
+const char* Describe(int error) {
+    const char* reason = strerrordesc_np(error);
+    return reason != nullptr ? reason : "unknown error";
+}
+
 // The content of a file, empty when there is none. The system's error number; 0 is none.
 int ReadFile(const String& path, std::string& content) {
     content.clear();
@@ -263,8 +271,7 @@ bool Load(State& state, std::vector<String>& messages) {
     if (state.path.IsEmpty()) return true;
     std::string text;
     if (const int error = ReadFile(state.path, text)) {
-        const char* reason = strerrordesc_np(error);
-        messages.push_back(String("cannot read ") + state.path + ": " + (reason != nullptr ? reason : "unknown error"));
+        messages.push_back(String("cannot read ") + state.path + ": " + Describe(error));
         return false;
     }
     if (text != state.text) {
@@ -273,6 +280,45 @@ bool Load(State& state, std::vector<String>& messages) {
     }
     return true;
 }
+
+// Keeps other processes from changing the file meanwhile, by a lock on a file beside it, which stays there: the file
+// itself is another one after every change.
+class FileLock {
+public:
+    explicit FileLock(const String& path) {
+        if (path.IsEmpty()) return;
+        const std::string side = path.str() + ".lock";
+        file_ = open(side.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666);
+        // That of another user can be locked without the right to write to it.
+        if (file_ < 0 && errno == EACCES) file_ = open(side.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+        error_ = file_ < 0 ? errno : Take();
+    }
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+    ~FileLock() {
+        if (file_ >= 0) close(file_);
+    }
+
+    // The system's error number; 0 is none.
+    [[nodiscard]] int GetError() const { return error_; }
+
+private:
+    // Who has the lock writes one small file; but a process that has been stopped must not stop all the others.
+    [[nodiscard]] int Take() const {
+        constexpr std::chrono::seconds Patience(10);
+        const auto end = std::chrono::steady_clock::now() + Patience;
+        while (flock(file_, LOCK_EX | LOCK_NB) != 0) {
+            if (errno == ENOLCK || errno == EOPNOTSUPP) return 0;  // a file system without locks
+            if (errno != EWOULDBLOCK && errno != EINTR) return errno;
+            if (std::chrono::steady_clock::now() > end) return ETIMEDOUT;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return 0;
+    }
+
+    int file_ = -1;
+    int error_ = 0;
+};
 
 // Makes changed lines the registry's, on the disk first.
 bool Store(State& state, Lines lines, std::vector<String>& messages) {
@@ -305,6 +351,24 @@ bool Use(Work work) {
     return good;
 }
 
+// Changes the registry. The function changes the lines and tells whether it had to; it may be called twice.
+template <class Change>
+bool Update(Change change) {
+    return Use([&](State& state, std::vector<String>& messages) {
+        Lines lines = state.lines;
+        if (!change(lines)) return true;
+        // Again under the lock, so that of two processes none undoes what the other has just written.
+        const FileLock lock(state.path);
+        if (lock.GetError() != 0) {
+            messages.push_back(String("cannot lock ") + state.path + ": " + Describe(lock.GetError()));
+            return false;
+        }
+        if (!Load(state, messages)) return false;
+        lines = state.lines;
+        return !change(lines) || Store(state, std::move(lines), messages);
+    });
+}
+
 // Reads a value of one type.
 template <class Type>
 std::optional<Type> ReadValue(const String& key, const String& name) {
@@ -320,12 +384,11 @@ std::optional<Type> ReadValue(const String& key, const String& name) {
 
 bool WriteValue(const String& key, const String& name, const Value& value) {
     if (!IsName(name.View())) return false;
-    return Use([&](State& state, std::vector<String>& messages) {
-        const Line* old = FindValue(state.lines, key.str(), name.str());
-        if (old != nullptr && old->value == value) return true;
-        Lines lines = state.lines;
+    return Update([&](Lines& lines) {
+        const Line* old = FindValue(lines, key.str(), name.str());
+        if (old != nullptr && old->value == value) return false;
         SetValue(lines, key.str(), name.str(), value);
-        return Store(state, std::move(lines), messages);
+        return true;
     });
 }
 
@@ -341,12 +404,14 @@ void SetFile(const String& path) {
 
 Key::Key(const String& name, Access access) : name_(name), access_(access) {
     if (!IsKeyName(name.View())) return;
-    isValid_ = Use([&](State& state, std::vector<String>& messages) {
-        if (HasKey(state.lines, name.str())) return true;
-        if (access == Read) return false;
-        Lines lines = state.lines;
+    if (access == Read) {
+        isValid_ = Use([&](State& state, std::vector<String>&) { return HasKey(state.lines, name.str()); });
+        return;
+    }
+    isValid_ = Update([&](Lines& lines) {
+        if (HasKey(lines, name.str())) return false;
         AddKey(lines, name.str());
-        return Store(state, std::move(lines), messages);
+        return true;
     });
 }
 

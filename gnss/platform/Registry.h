@@ -17,6 +17,10 @@ namespace Corvane::Registry {
 //     "Other name"=110
 // Lines that begin with '#' or ';' are comments. A line that cannot be understood is skipped with an event, and stays
 // in the file as it is, like comments, when a value is written. A file that exists but cannot be read is never written.
+//
+// Several programs may change one file under one path: each waits while another does, at most ten seconds, then the
+// change fails. They agree by a lock on the file "<path>.lock", which the first change makes, and which stays. Where
+// the file system has no locks, and with an editor, the last to write wins.
 GNSS_EXPORT void SetFile(const String& path);
 
 // A key below the root of the local machine, with its values. A key name is one or more names joined by backslashes,

@@ -21,10 +21,16 @@ bool Root::Join(const std::shared_ptr<Component>& component) {
         const std::lock_guard lock(mutex_);
         auto components = std::make_shared<Components>(*components_);
         components->push_back(component);
+        try {
+            for (const auto& output : component->outputs_) OfferLocked(output);
+            for (const auto& input : component->inputs_) SubscribeLocked(input);
+        } catch (...) {
+            WithdrawAllLocked(*component);
+            component->DropQueue();
+            throw;
+        }
         components_ = std::move(components);
         component->root_.store(this, std::memory_order_release);
-        for (const auto& output : component->outputs_) OfferLocked(output);
-        for (const auto& input : component->inputs_) SubscribeLocked(input);
     }
     const Component::Raised inHandler(component->isInHandler_);
     component->CallGuarded("OnJoin", [&] { component->OnJoin(); });
@@ -37,16 +43,16 @@ bool Root::Leave(Component& component) {
         const std::lock_guard members(component.members_);
         if (component.GetRoot() != this) return false;
         const std::lock_guard lock(mutex_);
-        for (const auto& output : component.outputs_) WithdrawLocked(output);
-        for (const auto& input : component.inputs_) WithdrawLocked(input);
         auto components = std::make_shared<Components>(*components_);
         std::erase_if(*components, [&](const auto& each) { return each.get() == &component; });
+        WithdrawAllLocked(component);
         before = std::exchange(components_, std::move(components));
         component.nmrLeaves_.fetch_add(1, std::memory_order_acq_rel);
         component.root_.store(nullptr, std::memory_order_release);
     }
     const Component::WriteLock turn(component, Component::WriteLock::WaitIfSafe);
-    if (turn.IsTaken()) component.DropQueue();
+    // It may have joined again meanwhile. Without the turn, who has it drops the queue when it ends.
+    if (turn.IsTaken() && component.GetRoot() == nullptr) component.DropQueue();
     return true;
 }
 
@@ -109,16 +115,31 @@ void Root::Withdraw(const std::shared_ptr<Exchange::Input>& input) {
 
 void Root::OfferLocked(const std::shared_ptr<Exchange::Output>& output) {
     outputs_.push_back(output);
-    for (const auto& input : inputs_) {
-        if (input->Wants(*output)) Exchange::Output::Connect(output, input);
+    try {
+        for (const auto& input : inputs_) {
+            if (input->Wants(*output)) Exchange::Output::Connect(output, input);
+        }
+    } catch (...) {
+        WithdrawLocked(output);
+        throw;
     }
 }
 
 void Root::SubscribeLocked(const std::shared_ptr<Exchange::Input>& input) {
     inputs_.push_back(input);
-    for (const auto& output : outputs_) {
-        if (input->Wants(*output)) Exchange::Output::Connect(output, input);
+    try {
+        for (const auto& output : outputs_) {
+            if (input->Wants(*output)) Exchange::Output::Connect(output, input);
+        }
+    } catch (...) {
+        WithdrawLocked(input);
+        throw;
     }
+}
+
+void Root::WithdrawAllLocked(const Component& component) {
+    for (const auto& output : component.outputs_) WithdrawLocked(output);
+    for (const auto& input : component.inputs_) WithdrawLocked(input);
 }
 
 void Root::WithdrawLocked(const std::shared_ptr<Exchange::Output>& output) {

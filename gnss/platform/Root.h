@@ -25,12 +25,13 @@ public:
     ~Root();
 
     // Connects the component and calls its OnJoin. Responses receive the values that the links keep. False for null,
-    // for a component that is joined (here or elsewhere) and for one whose lock another thread has.
+    // for a component that is joined (here or elsewhere) and for one whose lock another thread has. When it throws for
+    // want of memory, the component has not joined.
     bool Join(const std::shared_ptr<Component>& component);
     // Disconnects the component and drops what its queue still holds; whoever needs that cycles it once more before.
     // When it returns, none of the component's handlers runs, but for the one that calls it; inside another component's
-    // handler and under a link's lock it does not wait for the running handler to end. False when it is not joined
-    // here.
+    // handler and under a link's lock it does not wait for the running handler to end, and the queue is dropped then.
+    // False when it is not joined here.
     bool Leave(Component& component);
 
     // The joined components in the order of joining.
@@ -58,6 +59,7 @@ private:
     void Withdraw(const std::shared_ptr<Exchange::Input>& input);
     void OfferLocked(const std::shared_ptr<Exchange::Output>& output);
     void SubscribeLocked(const std::shared_ptr<Exchange::Input>& input);
+    void WithdrawAllLocked(const Component& component);
     void WithdrawLocked(const std::shared_ptr<Exchange::Output>& output);
     void WithdrawLocked(const std::shared_ptr<Exchange::Input>& input);
     [[nodiscard]] std::shared_ptr<const Components> Snapshot() const;

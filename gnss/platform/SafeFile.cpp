@@ -209,11 +209,15 @@ void SafeFile::Discard() {
     CloseAll();
 }
 
+void SafeFile::Discard(const char* action, const String& reason) {
+    Discard();
+    failure_ = String("cannot ") + action + " " + path_ + ": " + reason;
+}
+
 // Keeps the reason and ends; always false.
 bool SafeFile::Fail(const char* action, int error) {
     const char* reason = strerrordesc_np(error);
-    failure_ = String("cannot ") + action + " " + path_ + ": " + (reason != nullptr ? reason : "unknown error");
-    Discard();
+    Discard(action, reason != nullptr ? reason : "unknown error");
     return false;
 }
 

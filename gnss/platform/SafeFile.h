@@ -20,7 +20,8 @@ namespace Corvane {
 //
 // The target keeps its permissions and, where the process may give it, its owner; a symbolic link is followed and
 // stays. Further hard links keep the old content; access lists and extended attributes are not kept. Only regular files
-// are replaced. An object is used by one thread at a time.
+// are replaced. The folder must allow reading as well as writing, for the search and to make its change last. An object
+// is used by one thread at a time.
 class GNSS_EXPORT SafeFile {
 public:
     SafeFile() = default;
@@ -37,6 +38,8 @@ public:
     [[nodiscard]] bool Commit();
     // Gives the new content up and ends.
     void Discard();
+    // The same for a reason of the caller's, which GetFailure then tells: "cannot <action> <path>: <reason>".
+    void Discard(const char* action, const String& reason);
 
     // Between a successful Open and the end.
     [[nodiscard]] bool IsOpen() const { return file_ >= 0; }

@@ -32,6 +32,13 @@ Error::~Error() = default;
 Output::~Output() = default;
 Input::~Input() = default;
 
+void Output::OnRefused(const std::string&) {}
+
+void Output::Refuse(const std::string& what) {
+    OnRefused(what);
+    throw Error(what);
+}
+
 void Output::WriteChar(char value) {
     WriteUChar(static_cast<std::uint8_t>(value));
 }
@@ -51,7 +58,7 @@ void Output::WriteInt(std::int32_t value) {
 void Output::WriteIntAsShort(std::int32_t value) {
     using Limits = std::numeric_limits<std::int16_t>;
     if (value < Limits::min() || value > Limits::max()) {
-        throw Error("the number " + std::to_string(value) + " does not fit into 16 bits");
+        Refuse("the number " + std::to_string(value) + " does not fit into 16 bits");
     }
     WriteShort(static_cast<std::int16_t>(value));
 }
@@ -70,7 +77,7 @@ void Output::WriteAngle(Angle value) {
 }
 
 void Output::WriteString(const String& value) {
-    if (value.Length() > std::numeric_limits<std::uint32_t>::max()) throw Error("the text is too long for a stream");
+    if (value.Length() > std::numeric_limits<std::uint32_t>::max()) Refuse("the text is too long for a stream");
     WriteULong(static_cast<std::uint32_t>(value.Length()));
     WriteBytes(std::as_bytes(std::span(value.str())));
 }

@@ -63,6 +63,12 @@ public:
 protected:
     // Writes all the bytes or throws Error.
     virtual void WriteBytes(std::span<const std::byte> bytes) = 0;
+    // Called before Error is thrown for a value that the stream's form cannot hold, of which WriteBytes hears nothing:
+    // what has been written so far lacks it.
+    virtual void OnRefused(const std::string& what);
+
+private:
+    [[noreturn]] void Refuse(const std::string& what);
 };
 
 // Reads what Output writes, in the same order. Every operation throws Error when the stream ends first.

@@ -36,6 +36,13 @@ bool IsContinuation(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
 }
 
+// Number of bytes that follow the first one of a character outside Latin-1; 0 for what begins none.
+int NmrContinuations(unsigned char lead) {
+    if (lead < 0xC4 || lead > 0xF7) return 0;
+    if (lead < 0xE0) return 1;
+    return lead < 0xF0 ? 2 : 3;
+}
+
 }  // namespace
 
 String String::Right(std::size_t count) const {
@@ -90,9 +97,8 @@ String String::FromUTF8(std::string_view utf8) {
             continue;
         }
         latin += '?';
-        if (lead >= 0xC4) {
-            while (i < utf8.size() && IsContinuation(utf8[i])) ++i;
-        }
+        // One mark for a character; bytes that no longer belong to it are damage of their own.
+        for (int left = NmrContinuations(lead); left > 0 && i < utf8.size() && IsContinuation(utf8[i]); --left) ++i;
     }
     return latin;
 }

@@ -12,6 +12,18 @@ namespace Corvane {
 
 namespace {
 
+// Made at the latest while this library loads, so that they outlive what the libraries that stand on it make.
+const StringTable::Column& NoColumn() {
+    static const StringTable::Column none;
+    return none;
+}
+const String& NoText() {
+    static const String none;
+    return none;
+}
+[[maybe_unused]] const StringTable::Column& columnMadeEarly = NoColumn();
+[[maybe_unused]] const String& textMadeEarly = NoText();
+
 void AppendField(std::string& text, std::string_view field) {
     if (field.find_first_of("\t\n\r\"") == std::string_view::npos) {
         text += field;
@@ -31,14 +43,8 @@ void StringTable::AddColumn(const Column& column) {
     if (NmrColumns() < MaxColumns) columns_.push_back(column);
 }
 
-void StringTable::ClearColumns() {
-    columns_.clear();
-    rows_.clear();
-}
-
 const StringTable::Column& StringTable::GetColumn(std::int32_t column) const {
-    static const Column none;
-    return column >= 0 && column < NmrColumns() ? columns_[static_cast<std::size_t>(column)] : none;
+    return column >= 0 && column < NmrColumns() ? columns_[static_cast<std::size_t>(column)] : NoColumn();
 }
 
 bool StringTable::HasHeadings() const {
@@ -73,8 +79,9 @@ void StringTable::SetCell(std::int32_t column, std::int32_t row, const String& t
     if (row < 0 || row >= NmrRows() || column < 0 || column >= NmrColumns()) return;
     Row& target = rows_[static_cast<std::size_t>(row)];
     const auto index = static_cast<std::size_t>(column);
+    CellText cell{text, part};  // before the row grows: the text may be that of one of its cells
     if (index >= target.cells.size()) target.cells.resize(index + 1, {{}, target.part});
-    target.cells[index] = {text, part};
+    target.cells[index] = std::move(cell);
 }
 
 const StringTable::CellText* StringTable::FindCell(std::int32_t column, std::int32_t row) const {
@@ -85,9 +92,8 @@ const StringTable::CellText* StringTable::FindCell(std::int32_t column, std::int
 }
 
 const String& StringTable::GetCell(std::int32_t column, std::int32_t row) const {
-    static const String none;
     const CellText* cell = FindCell(column, row);
-    return cell != nullptr ? cell->text : none;
+    return cell != nullptr ? cell->text : NoText();
 }
 
 Style::Part StringTable::GetPart(std::int32_t column, std::int32_t row) const {

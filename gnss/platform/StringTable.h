@@ -38,8 +38,6 @@ public:
     void SetTitle(const String& title) { title_ = title; }
     [[nodiscard]] const String& GetTitle() const { return title_; }
     void AddColumn(const Column& column);
-    // Removes the definition's columns, and with them the grid.
-    void ClearColumns();
     [[nodiscard]] std::int32_t NmrColumns() const { return static_cast<std::int32_t>(columns_.size()); }
     // A column without heading, width and alignment when the index is out of range.
     [[nodiscard]] const Column& GetColumn(std::int32_t column) const;

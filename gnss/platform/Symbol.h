@@ -2,6 +2,7 @@
 #pragma once
 
 #include <compare>
+#include <concepts>
 #include <cstdint>
 
 #include "gnss/platform/Export.h"
@@ -38,7 +39,9 @@ public:
     constexpr Symbol() = default;
     explicit Symbol(const char* text) : name_(String(text)) {}
     explicit Symbol(const String& text) : name_(text) {}
-    explicit Symbol(std::int64_t number) : name_(number) {}
+    // A template, so that 0 is a number and no null pointer.
+    template <std::integral Number>
+    explicit Symbol(Number number) : name_(static_cast<std::int64_t>(number)) {}
 
     [[nodiscard]] constexpr bool IsNull() const { return name_.IsNull(); }
     [[nodiscard]] String Print() const { return name_.Print(); }

@@ -22,7 +22,8 @@ bool View::DoCommand(Ident ident) {
     const auto found =
         std::find_if(commands_.begin(), commands_.end(), [&](const Command& each) { return each.ident == ident; });
     if (found == commands_.end() || !found->run) return false;
-    found->run();
+    const auto run = found->run;  // a command may replace itself
+    run();
     return true;
 }
 

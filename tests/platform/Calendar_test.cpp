@@ -1,6 +1,8 @@
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <stdexcept>
 
 #include <gtest/gtest.h>
 
@@ -110,6 +112,13 @@ TEST(Clock, CanBeReplacedAndGivenBack) {
     EXPECT_EQ(pt::now(), 1277985600250);  // date -u -d '2010-07-01 12:00:00.25' +%s%3N
     Corvane::Clock::SetSource([then] { return then + Time::Hour; });
     EXPECT_EQ(Corvane::Now.GetTimeDate() - then, Time::Hour);
+    // Times of day beyond any clock's, and a source that fails while the time is asked for.
+    Corvane::Clock::SetTo(TimeDate(Date(2010, 7, 1), TimeOfDay(1e300)));
+    EXPECT_EQ(pt::now(), INT64_MAX);
+    Corvane::Clock::SetTo(TimeDate(Date(1960, 7, 1), TimeOfDay(-1e300)));
+    EXPECT_EQ(pt::now(), INT64_MIN);
+    Corvane::Clock::SetSource([]() -> TimeDate { throw std::runtime_error("no fix"); });
+    EXPECT_NO_THROW(EXPECT_GT(Corvane::Now.GetTimeDate(), then));
     Corvane::Clock::UseSystem();
     const auto system = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
     EXPECT_NEAR(static_cast<double>(pt::now()) / 1000.0, system, 60.0);

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "gnss/platform/Clock.h"
 #include "gnss/platform/Event.h"
 #include "gnss/platform/Factory.h"
 #include "gnss/platform/LogPoint.h"
@@ -113,6 +114,16 @@ TEST(Component, AnExceptionEndsItsHandlerOnly) {
     EXPECT_EQ(texts,
               (std::vector<String>{"Actor: A handler failed: not this one",
                                    "Actor: A handler failed: unknown exception", "Actor: Cycle failed: nor this"}));
+
+    // A clock that fails as well, while the failure is told.
+    Clock::SetSource([]() -> TimeDate { throw std::runtime_error("no time"); });
+    for (int cycle = 0; cycle < 3; ++cycle) {
+        for (const int number : {1, 2, 3}) source->messages.Send(number);
+        EXPECT_NO_THROW(root.CycleAll());
+        EXPECT_EQ(root.NmrQueued(), 0u);
+    }
+    Clock::UseSystem();
+    EXPECT_EQ(actor->got.size(), 12u);
 }
 
 TEST(Component, LeavesInsideItsOwnHandler) {
@@ -248,6 +259,7 @@ TEST(LogPoint, RecordsWholeValuesWhileARecorderIsInstalled) {
 
 TEST(View, AsksForARedrawUntilItIsPaintedAsItIs) {
     struct Counter : View {
+        using View::AddCommand;
         Counter() {
             AddCommand({Ident("Copy"), "Copy to clipboard", [this] { ++copies; }, nullptr});
             AddCommand({Ident("Grid"), "Grid", [this] { grid = !grid; }, [this] { return grid; }});
@@ -281,6 +293,18 @@ TEST(View, AsksForARedrawUntilItIsPaintedAsItIs) {
     EXPECT_TRUE(view.DoCommand(Ident("Grid")));
     EXPECT_TRUE(view.GetCommands()[1].isOn());
     EXPECT_FALSE(view.DoCommand(Ident("Paste")));
+
+    // A command that replaces itself still has what it was made with.
+    const auto copies = std::make_shared<int>(0);
+    view.AddCommand({Ident("Copy"), "Copy once",
+                     [&view, copies] {
+                         view.AddCommand({Ident("Copy"), "Copied", nullptr, nullptr});
+                         ++*copies;
+                     },
+                     nullptr});
+    EXPECT_TRUE(view.DoCommand(Ident("Copy")));
+    EXPECT_EQ(*copies, 1);
+    EXPECT_FALSE(view.DoCommand(Ident("Copy")));
 }
 
 }  // namespace

@@ -85,6 +85,33 @@ TEST_F(EventTest, RemovalWaitsForCallsUnderWay) {
     EXPECT_GE(calls, 20);
 }
 
+// Also for the second of two that remove it.
+TEST_F(EventTest, EveryRemovalWaitsForCallsUnderWay) {
+    std::atomic<bool> inside = false;
+    std::atomic<bool> release = false;
+    std::atomic<int> nmrRemoving = 0;
+    std::atomic<int> nmrEarly = 0;
+    const auto id = Event::InstallSink([&](const Event&) {
+        inside = true;
+        while (!release) std::this_thread::yield();
+    });
+    std::vector<std::thread> threads;
+    threads.emplace_back([] { Event::AddEvent("Test", "text"); });
+    while (!inside) std::this_thread::yield();
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&] {
+            ++nmrRemoving;
+            Event::RemoveSink(id);
+            nmrEarly += !release;
+        });
+    }
+    while (nmrRemoving < 2) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    release = true;
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(nmrEarly, 0);
+}
+
 // Sinks that remove each other, and add events, on several threads at once: every thread comes to its end.
 TEST_F(EventTest, SinksThatRemoveEachOther) {
     for (int round = 0; round < 50; ++round) {

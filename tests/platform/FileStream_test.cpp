@@ -116,6 +116,13 @@ TEST_F(FileStream, InputThatCannotBeOpened) {
     const FileInput folder(folder_.string());
     EXPECT_FALSE(folder.IsOpen());
     EXPECT_TRUE(HasEvent(folder_, "Is a directory"));
+    mkfifo((folder_ / "pipe").c_str(), 0600);
+    Event::Clear();
+    EXPECT_TRUE(RunInChild([&] {
+        alarm(5);  // instead of waiting for a writer for ever
+        const FileInput pipe((folder_ / "pipe").string());
+        return !pipe.IsOpen() && HasEvent(folder_ / "pipe", "Invalid argument");
+    }));
 }
 
 TEST_F(FileStream, UnclosedOutputLeavesNothing) {
@@ -125,6 +132,21 @@ TEST_F(FileStream, UnclosedOutputLeavesNothing) {
         Write(output, 'n', 200'000);
         EXPECT_EQ(List().size(), 2U);
     }
+    EXPECT_EQ(ReadAll(target_), "old");
+    EXPECT_EQ(List(), std::set<std::string>{"data.bin"});
+}
+
+// A value that is refused would be missing in the file: the file is given up, whatever follows.
+TEST_F(FileStream, RefusedValueLeavesNothing) {
+    WriteAll(target_, "old");
+    FileOutput output(target_.string());
+    output.WriteInt(1);
+    EXPECT_THROW(output.WriteIntAsShort(70'000), Corvane::Stream::Error);
+    EXPECT_FALSE(output.IsValid());
+    EXPECT_THROW(output.WriteInt(2), Corvane::Stream::Error);
+    EXPECT_THROW(output.WriteIntAsShort(70'000), Corvane::Stream::Error);
+    EXPECT_FALSE(output.Close());
+    EXPECT_TRUE(HasEvent(target_, "the number 70000 does not fit into 16 bits"));
     EXPECT_EQ(ReadAll(target_), "old");
     EXPECT_EQ(List(), std::set<std::string>{"data.bin"});
 }

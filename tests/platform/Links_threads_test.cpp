@@ -249,7 +249,8 @@ struct Rival : Component {
     void OnNumber(const int&) {
         ++nmrInside_;
         while (nmrInside_ < 2) std::this_thread::yield();
-        hasPutOut = GetRoot() != nullptr && GetRoot()->Leave(*other);
+        Root* const root = GetRoot();
+        if (root != nullptr && root->Leave(*other)) hasPutOut = true;
     }
     std::atomic<int>& nmrInside_;
     Component* other = nullptr;
@@ -272,6 +273,28 @@ TEST(LinksUnderTraffic, RivalsThatPutEachOtherOutDoNotWaitForEachOther) {
         one.join();
         two.join();
         EXPECT_TRUE(a->hasPutOut || b->hasPutOut);
+    }
+}
+
+// Who leaves while it is in its handler keeps nothing in its queue, although the one that puts it out cannot wait.
+TEST(LinksUnderTraffic, WhoIsPutOutWhileItHandlesKeepsNoQueue) {
+    for (int round = 0; round < 200; ++round) {
+        Root root;
+        const auto source = Joined<tests::Source>(root);
+        std::atomic<int> nmrInside = 0;
+        const auto victim = Joined<Rival>(root, nmrInside);
+        const auto other = Joined<Rival>(root, nmrInside);
+        victim->other = source.get();
+        other->other = victim.get();
+        source->messages.Send(1);
+        std::thread one([&] { victim->DoCycle(); });
+        while (nmrInside < 1) std::this_thread::yield();
+        source->messages.Send(2);
+        std::thread two([&] { other->DoCycle(); });
+        one.join();
+        two.join();
+        EXPECT_TRUE(other->hasPutOut);
+        EXPECT_EQ(victim->NmrQueued(), 0u);
     }
 }
 

@@ -6,9 +6,11 @@
 #include <iterator>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include "gnss/platform/Event.h"
 #include "gnss/platform/Registry.h"
@@ -164,6 +166,37 @@ TEST_F(RegistryTest, SinkUsesTheRegistry) {
     EXPECT_TRUE(Key("A").IsValid());
     Event::RemoveSink(id);
     EXPECT_EQ(seen, "1");
+}
+
+// Each process reads the whole file and writes it again: none may undo what the others wrote in between.
+TEST_F(RegistryTest, ManyProcesses) {
+    constexpr int NmrProcesses = 3;
+    constexpr unsigned long NmrValues = 20;
+    UseFile();
+    std::vector<pid_t> children;
+    for (int id = 0; id < NmrProcesses; ++id) {
+        const pid_t child = fork();
+        if (child == 0) {
+            bool good = true;
+            for (unsigned long i = 0; i < NmrValues; ++i) {
+                Key key("Process" + std::to_string(id), Key::Write);
+                good = key.WriteULongValue("Value" + std::to_string(i), i) && good;
+            }
+            _exit(good ? 0 : 1);
+        }
+        children.push_back(child);
+    }
+    for (const pid_t child : children) {
+        int status = -1;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+    for (int id = 0; id < NmrProcesses; ++id) {
+        const Key key("Process" + std::to_string(id));
+        for (unsigned long i = 0; i < NmrValues; ++i) {
+            EXPECT_EQ(ReadULong(key, ("Value" + std::to_string(i)).c_str()), i) << id;
+        }
+    }
 }
 
 TEST_F(RegistryTest, ManyThreads) {

@@ -135,6 +135,10 @@ TEST(StringTable, GridIsResizedSetAndReadBack) {
     table.Resize(3, 2);
     table.SetCell(2, 1, "x", Style::Alert);
     table.SetCell(0, 1, "y");
+    table.AddRow({"its own cell, too long to stand in the string itself"});
+    table.SetCell(2, 2, table.GetCell(0, 2));
+    EXPECT_EQ(table.GetCell(2, 2), table.GetCell(0, 2));
+    table.Resize(3, 2);
     EXPECT_EQ(table.GetCell(0, 0), "1");
     EXPECT_EQ(table.GetCell(1, 0), "");
     EXPECT_EQ(table.GetCell(2, 1), "x");
@@ -164,7 +168,7 @@ TEST(StringTable, GridIsResizedSetAndReadBack) {
     EXPECT_TRUE(table.HasRule(0));
     table.ClearRules();
     EXPECT_FALSE(table.HasRule(0));
-    table.ClearColumns();
+    table.Resize(0, 0);
     RecordingDC dc({10, 10});
     table.Draw(dc, Style::List());
     EXPECT_TRUE(dc.Calls().empty());

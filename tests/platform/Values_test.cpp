@@ -140,6 +140,9 @@ TEST(String, AllBytesSurviveTheWayThroughUTF8) {
               "a?b");
     EXPECT_EQ(String::FromUTF8("a\xC3"), "a?");
     EXPECT_EQ(String::FromUTF8("\x80x"), "?x");
+    // Bytes too many are no part of the character before them.
+    EXPECT_EQ(String::FromUTF8("\xE2\x82\xAC\x80\x80x"), "???x");
+    EXPECT_EQ(String::FromUTF8("\xFF\x80x"), "??x");
 }
 
 TEST(String, PartsBeyondTheEndAreCut) {
@@ -220,6 +223,7 @@ TEST(Symbol, EqualNamesAreTheSameSymbolAndOrderIsNullNumbersTexts) {
     EXPECT_EQ(Ident("DOP"), Ident(String("DOP")));
     EXPECT_NE(Ident("7"), Ident(7));
     EXPECT_EQ(Ident(7).Print(), "7");
+    EXPECT_EQ(Ident(0).Print(), "0");
     EXPECT_TRUE(Ident().IsNull());
     const std::array ordered = {Ident(), Ident(-3), Ident(7), Ident(11), Ident("A"), Ident("a")};
     for (std::size_t i = 0; i < ordered.size(); ++i) {
