@@ -212,6 +212,7 @@ bool GPSEphemeride::Write(Corvane::Stream::Output& output) const {
 bool GPSEphemeride::Read(Corvane::Stream::Input& input) {
     return Succeeds([&] {
         GPSEphemeride read;
+        // By Set, to which the number 0 is PRN 32: a record without a satellite comes back as one of PRN 32.
         read.prn.Set(input.ReadShortAsInt());
         const int week = input.ReadShortAsInt();
         read.reference.SetTo(week, input.ReadDouble());

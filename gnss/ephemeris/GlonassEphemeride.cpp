@@ -17,7 +17,6 @@ using Corvane::compare;
 using Corvane::String;
 using Corvane::Stream::Succeeds;
 
-constexpr double MetresInKM = 1000.0;
 constexpr double MoscowToUTC = 10800.0;  // 03:00 Moscow time is midnight UTC
 
 double Length(const ECEF& v) {
@@ -32,19 +31,6 @@ bool AgreesWithin(const ECEF& a, const ECEF& b, double tolerance) {
 bool IsOutside(double seconds, bool extended) {
     const double limit = extended ? 2100.0 : 1200.0;
     return seconds < -limit || seconds > limit;
-}
-
-ECEF ScaledToMetres(double x, double y, double z) {
-    return {x * MetresInKM, y * MetresInKM, z * MetresInKM};
-}
-
-// Hands the state over in metres. The direction is that of an inertial frame at tb, which the rotating integration does
-// not need: its sine and cosine are worked out and not used. Intended.
-void Extract(const Orbit& state, Ephemeride::Result& result, Angle theta) {
-    [[maybe_unused]] const double sine = sin(theta);
-    [[maybe_unused]] const double cosine = cos(theta);
-    result.posn = ScaledToMetres(state.x, state.y, state.z);
-    result.vely = ScaledToMetres(state.vx, state.vy, state.vz);
 }
 
 // Adds the event of a refused record: what is wrong with it, and the numbers that show it.
@@ -116,7 +102,7 @@ bool Ephemeride::CalculatePosn(const GPSTime& t, Result& result, bool extended) 
     result.clockDrift = -clock.gamma;
     Orbit start;
     start.InitStraight(posn.posn, posn.vely);
-    Extract(start.IntegrateRotating(dt, 60.0, posn.accel), result, theta);
+    start.IntegrateRotating(dt, 60.0, posn.accel).Extract(result, theta);
     return true;
 }
 

@@ -44,6 +44,21 @@ public:
     // `theta`: axes turned back, and the velocity freed of the earth's rotation.
     void Init(const ECEF& posn, const ECEF& vely, Corvane::Angle theta);
 
+    // From the position and velocity of a record's parts (Ephemeride::Posn) likewise.
+    template <typename Posn>
+    void Init(const Posn& posn, Corvane::Angle theta) {
+        Init(posn.posn, posn.vely, theta);
+    }
+    // Hands the state over in metres and metres per second. The direction is that of an inertial frame at the start,
+    // which the rotating integration does not need: its sine and cosine are worked out and not used. Intended.
+    template <typename Result>
+    void Extract(Result& result, Corvane::Angle theta) const {
+        [[maybe_unused]] const double sine = sin(theta);
+        [[maybe_unused]] const double cosine = cos(theta);
+        result.posn.Set(x * 1000.0, y * 1000.0, z * 1000.0);
+        result.vely.Set(vx * 1000.0, vy * 1000.0, vz * 1000.0);
+    }
+
     // The derivative in the rotating, earth-fixed frame.
     [[nodiscard]] static Orbit Rotating(const Orbit& state, const ECEF& acceleration);
     // The derivative in an inertial frame with the same z axis; the acceleration along its axes.

@@ -15,6 +15,8 @@ namespace {
 // How far two records of one satellite may lie apart half-way between them. Uploads and small manoeuvres stay within
 // some kilometres; another satellite's record is thousands of kilometres off.
 constexpr double MostApart = 20e3;  // m
+// How far from its system's orbits a satellite can be: GPS satellites have stood 500 km off while they were moved.
+constexpr double MostFromOrbit = 1500e3;  // m
 
 // The few things in which the two systems' records differ.
 struct GPSKind {
@@ -27,6 +29,7 @@ struct GPSKind {
     static int Issue(const RinexNavigation::GPSRecord& r) { return r.ephemeride.posn.IODE; }
     static int Health(const RinexNavigation::GPSRecord& r) { return r.ephemeride.status.GetHealth(); }
     static bool IsHealthy(const RinexNavigation::GPSRecord& r) { return r.ephemeride.status.IsHealthy(); }
+    static constexpr double OrbitRadius = 26560e3;  // m
 
     // The record's own computation, with the refusals for health and age taken away.
     static bool Calculate(const RinexNavigation::GPSRecord& r, const GPSTime& t, SatelliteState& state) {
@@ -59,6 +62,7 @@ struct GlonassKind {
     }
     static int Health(const RinexNavigation::GlonassRecord& r) { return r.ephemeride.status.IsUnhealthy() ? 1 : 0; }
     static bool IsHealthy(const RinexNavigation::GlonassRecord& r) { return r.ephemeride.status.IsHealthy(); }
+    static constexpr double OrbitRadius = 25508e3;
 
     static bool Calculate(const RinexNavigation::GlonassRecord& r, const GPSTime& t, SatelliteState& state) {
         GNSS::Glonass::Ephemeride open = r.ephemeride;
@@ -99,6 +103,28 @@ std::optional<double> Apart(const Entry& a, const Entry& b) {
     SatelliteState fromB;
     if (!Kind::Calculate(a.record, middle, fromA) || !Kind::Calculate(b.record, middle, fromB)) return std::nullopt;
     return (fromA.posn - fromB.posn).Magnitude();
+}
+
+// Whether a record puts the satellite near its system's orbits at its reference time.
+template <typename Kind, typename Entry>
+bool IsInOrbit(const Entry& entry) {
+    SatelliteState state;
+    if (!Kind::Calculate(entry.record, entry.reference, state)) return false;
+    const double off = std::abs(state.posn.Radius() - Kind::OrbitRadius);
+    return off < MostFromOrbit && std::isfinite(state.clock) && std::isfinite(state.vely.Magnitude());
+}
+
+// Whether two records for the same time say the same.
+template <typename Kind, typename Entry>
+bool SayTheSame(const Entry& a, const Entry& b) {
+    if (a.reference != b.reference || Kind::Issue(a.record) != Kind::Issue(b.record) ||
+        Kind::Health(a.record) != Kind::Health(b.record)) {
+        return false;
+    }
+    SatelliteState fromA;
+    SatelliteState fromB;
+    if (!Kind::Calculate(a.record, a.reference, fromA) || !Kind::Calculate(b.record, b.reference, fromB)) return false;
+    return fromA.posn == fromB.posn && fromA.clock == fromB.clock;
 }
 
 template <typename Records>
@@ -168,17 +194,22 @@ void SatelliteRecords<Record>::Complete() {
     std::ranges::stable_sort(entries_, [](const Entry& a, const Entry& b) {
         return a.reference != b.reference ? a.reference < b.reference : a.received < b.received;
     });
-    // The same issue for the same time from several files, or sent again, is one record: the one sent first.
-    const auto repeats = std::ranges::unique(entries_, [](const Entry& a, const Entry& b) {
-        return a.reference == b.reference && Kind::Issue(a.record) == Kind::Issue(b.record);
-    });
+    // The same record from several files, or sent again, is one: the one sent first. Another health or orbit under the
+    // same issue is another record.
+    const auto repeats =
+        std::ranges::unique(entries_, [](const Entry& a, const Entry& b) { return SayTheSame<Kind>(a, b); });
     entries_.erase(repeats.begin(), repeats.end());
 
     // A record is doubtful when it contradicts every neighbour, and two of these agree with each other.
     for (std::size_t i = 0; i < entries_.size(); ++i) {
+        if (!IsInOrbit<Kind>(entries_[i])) {
+            entries_[i].doubt = "puts the satellite where none can be";
+            continue;
+        }
         std::vector<const Entry*> neighbours;
         for (std::size_t k = i < 2 ? 0 : i - 2; k < entries_.size() && k <= i + 2; ++k) {
-            if (k != i && Apart<Kind>(entries_[i], entries_[k])) neighbours.push_back(&entries_[k]);
+            if (k != i && IsInOrbit<Kind>(entries_[k]) && Apart<Kind>(entries_[i], entries_[k]))
+                neighbours.push_back(&entries_[k]);
         }
         double nearest = std::numeric_limits<double>::infinity();
         for (const Entry* neighbour : neighbours) nearest = std::min(nearest, *Apart<Kind>(entries_[i], *neighbour));

@@ -24,7 +24,13 @@ enum class Selection {
 [[nodiscard]] bool ParseSelection(std::string_view text, Selection& selection);
 
 // What a satellite's records say of it at a time.
-enum class Standing { Good, Unhealthy, TooOld, Doubtful, None };
+enum class Standing {
+    Good,
+    Unhealthy,
+    TooOld,
+    Doubtful,  // contradicts its neighbours, or puts the satellite where none can be
+    None
+};
 [[nodiscard]] const char* Name(Standing standing);
 
 // A satellite at a time, from one record. Metres, metres per second and seconds, earth-fixed in the message's frame
@@ -50,12 +56,13 @@ public:
         GNSS::GPSTime reference;  // toe or tb
         GNSS::GPSTime received;   // when it was sent; where the file does not say, when such a record usually is
         std::string file;
-        // Why the record is not used: it contradicts its neighbours. Empty for a good one.
+        // Why the record is not used; empty for a good one.
         std::string doubt;
     };
 
     void Add(const Record& record, std::string_view file);
-    // Puts the records in order, drops repeats, and looks for those that contradict their neighbours.
+    // Puts the records in order, drops repeats (the same issue for the same time with the same health and orbit), and
+    // looks for those that contradict their neighbours or put the satellite where none can be.
     void Complete();
 
     [[nodiscard]] const std::vector<Entry>& GetEntries() const { return entries_; }

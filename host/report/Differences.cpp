@@ -4,6 +4,8 @@
 #include <cmath>
 #include <map>
 #include <numeric>
+#include <set>
+#include <tuple>
 
 #include "gnss/time/Constants.h"
 
@@ -58,6 +60,7 @@ std::optional<ECEF::Delta> Velocity(const Sp3& file, std::size_t epoch, const Sp
     return velocity;
 }
 
+// Of at least one number, all of them finite.
 double Median(std::vector<double> values) {
     std::ranges::sort(values);
     const std::size_t n = values.size();
@@ -81,6 +84,7 @@ OrbitDifference Resolve(const ECEF& broadcast, const ECEF& precise, const ECEF::
 }
 
 Figures MakeFigures(std::vector<double> values) {
+    std::erase_if(values, [](double value) { return !std::isfinite(value); });
     Figures figures;
     figures.count = values.size();
     if (values.empty()) return figures;
@@ -102,11 +106,14 @@ Figures MakeFigures(std::vector<double> values) {
 std::vector<Comparison> Compare(const EphemerisSet& set, const std::vector<Sp3>& precise,
                                 const ComparisonOptions& options) {
     std::vector<Comparison> all;
+    std::set<std::tuple<int, double, char, int>> taken;
     for (const Sp3& file : precise) {
         for (std::size_t epoch = 0; epoch < file.GetNmrEpochs(); ++epoch) {
             const GPSTime& t = file.GetTime(epoch);
+            if (options.atEpoch) options.atEpoch(t);
             std::map<char, std::vector<std::size_t>> withClock;
             for (const Sp3::State& state : file.GetStates(epoch)) {
+                if (!taken.emplace(t.GetWeek(), t.GetSeconds(), state.system, state.number).second) continue;
                 Comparison c;
                 c.time = t;
                 c.system = state.system;
@@ -122,7 +129,7 @@ std::vector<Comparison> Compare(const EphemerisSet& set, const std::vector<Sp3>&
                     ECEF broadcast = c.state.posn;
                     if (state.system == 'R' && options.shift != nullptr) options.shift->Forward(broadcast, broadcast);
                     c.orbit = Resolve(broadcast, *state.posn, *velocity);
-                    c.isCompared = c.state.standing == Standing::Good;
+                    c.isCompared = c.state.standing == Standing::Good && std::isfinite(c.orbit.Length());
                     if (c.isCompared && state.clock) {
                         // The precise clocks of GPS leave out the periodic term of an eccentric orbit, -2 r.v / c^2;
                         // the tau of GLONASS has none either.
@@ -138,6 +145,10 @@ std::vector<Comparison> Compare(const EphemerisSet& set, const std::vector<Sp3>&
                 all.push_back(c);
             }
             for (const auto& [system, indexes] : withClock) {
+                if (indexes.size() == 1) {
+                    all[indexes.front()].clock.reset();
+                    continue;
+                }
                 std::vector<double> clocks;
                 for (const std::size_t i : indexes) clocks.push_back(*all[i].clock);
                 const double median = Median(clocks);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,7 +37,8 @@ struct Comparison {
     bool isCompared = false;  // counts in the figures
     OrbitDifference orbit;
     // Broadcast minus precise in metres, the median of the system's satellites at the epoch taken away (the time scales
-    // differ), the periodic relativistic term out of both. Absent without a precise clock.
+    // differ), the periodic relativistic term out of both. Absent without a precise clock, and where no other satellite
+    // of the system has one.
     std::optional<double> clock;
 };
 
@@ -54,10 +56,13 @@ struct Figures {
 struct ComparisonOptions {
     Selection rule = Selection::Received;
     const GNSS::HelmertShift* shift = nullptr;  // of GLONASS positions
-    std::optional<double> glonassMaxAge;        // s from tb; the rule's own limit when absent
+    // Called before each precise epoch, for what depends on the time (the leap-second rule).
+    std::function<void(const GNSS::GPSTime&)> atEpoch;
+    std::optional<double> glonassMaxAge;  // s from tb; the rule's own limit when absent
 };
 
-// Every satellite of every precise epoch, whether it can be compared or not.
+// Every satellite of every precise epoch, whether it can be compared or not. A satellite at an epoch that several files
+// hold is taken from the first of them.
 [[nodiscard]] std::vector<Comparison> Compare(const EphemerisSet& set, const std::vector<Sp3>& precise,
                                               const ComparisonOptions& options);
 
