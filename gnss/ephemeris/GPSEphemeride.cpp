@@ -212,7 +212,8 @@ bool GPSEphemeride::Write(Corvane::Stream::Output& output) const {
 bool GPSEphemeride::Read(Corvane::Stream::Input& input) {
     return Succeeds([&] {
         GPSEphemeride read;
-        read.prn.Set(input.ReadShortAsInt());
+        // 0 is the record without a satellite; Set would take it for PRN 32.
+        if (const int number = input.ReadShortAsInt(); number != 0) read.prn.Set(number);
         const int week = input.ReadShortAsInt();
         read.reference.SetTo(week, input.ReadDouble());
         if (!read.posn.Read(input) || !read.clock.Read(input) || !read.status.Read(input)) return false;
