@@ -66,8 +66,8 @@ bool Almanac::SV::Write(Corvane::Stream::Output& output) const {
 bool Almanac::SV::Read(Corvane::Stream::Input& input) {
     return Succeeds([&] {
         SV read;
-        // 0 is how a null satellite was written; setting the number 0 would make it satellite 32.
-        if (const int number = input.ReadShortAsInt(); number != 0) read.prn.Set(number);
+        // By Set, to which the number 0 is PRN 32: a record without a satellite comes back as one of PRN 32.
+        read.prn.Set(input.ReadShortAsInt());
         read.time = AlmanacFile::ReadTime(input);
         read.toa = AlmanacFile::ReadTime(input);
         read.health = input.ReadShortAsInt();

@@ -129,9 +129,10 @@ public:
     // Position, velocity and clock at a GPS system time. An unhealthy satellite is an answer: true with Result::valid
     // false. False when t is too old. Allocates nothing.
     //
-    // In the first hour of a GPS week, for a tb within 15 minutes after 03:00 Moscow time, tb is taken to stand the
-    // leap-second rule's change earlier: right around a leap second at a week's end, and a second (3 km) off in any
-    // other week as long as the rule in force names a change. Give GPSTime the broadcast rule before relying on it.
+    // In the first hour of a GPS week, for a tb before 03:15 Moscow time (close to 03:00 in practice), tb is taken to
+    // stand the leap-second rule's change earlier: right around a leap second at a week's end, and a second (3 km) off
+    // in any other week as long as the rule in force names a change. Give GPSTime the broadcast rule before relying on
+    // it.
     bool CalculatePosn(const GPSTime& t, Result& result, bool extended) const;
     // True when t lies more than 1200 s from tb, or 2100 s when extended. Both ends are valid.
     [[nodiscard]] bool IsTooOld(const GPSTime& t, bool extended) const;
