@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "gnss/platform/TextIO.h"
 #include "host/report/Plot.h"
 #include "tests/support/Random.h"
 
@@ -63,7 +64,7 @@ TEST(Rows, NumbersAgreeWithTheSlowWayToPrintThem) {
         const int decimals = i % 8;
         std::array<char, 64> slow{};
         std::snprintf(slow.data(), slow.size(), "%.*f", decimals, value);
-        const double fast = std::stod(Print(value, decimals));
+        const double fast = Corvane::TextIO::ToDouble(Print(value, decimals));
         // Half a last digit from the true value, a whole one from another way of rounding it.
         EXPECT_NEAR(fast, value, 0.5000001 * std::pow(10.0, -decimals) + std::abs(value) * 1e-15) << slow.data();
     }
