@@ -50,7 +50,10 @@ void Sink::Flush() {
 }
 
 void Sink::Fail(const char* what) {
-    if (error_.empty()) error_ = name_ + ": " + what + ": " + std::strerror(errno);
+    if (!error_.empty()) return;
+    // In English, whatever the locale: messages are one language.
+    const char* reason = ::strerrordesc_np(errno);
+    error_ = name_ + ": " + what + ": " + (reason != nullptr ? reason : "unknown error");
 }
 
 std::string Sink::Close() {
