@@ -129,37 +129,103 @@ TEST_F(Program, LivesWithoutItsStandardFiles) {
     EXPECT_EQ(Read("rows"), good);
 }
 
-// A second more or less is 3 km: a satellite that moves on smoothly has kept its time. The record is from before the
-// leap of 1 January 2017 and still in use half an hour later.
-TEST_F(Program, KeepsGlonassInPlaceOverALeapSecond) {
-    Write("leap.rnx", rinex::Mixed + rinex::End + rinex::Replaced(rinex::R05, "2021 03 04 06 15", "2016 12 31 23 45"));
-    ASSERT_EQ(Run("orbit leap.rnx --rule nearest --sat R05 --form csv --every 0.5s --from 2016-12-31T23:59:30Z "
-                  "--to 2017-01-01T00:01:00Z"),
-              0)
-        << err_;
-    EXPECT_NE(err_.find("leap seconds: 17 at the first time, 18 at the last\n"), std::string::npos) << err_;
-    std::istringstream rows(out_);
-    std::string row;
-    std::getline(rows, row);
-    std::vector<std::array<double, 6>> states;
-    std::vector<std::string> times;
-    while (std::getline(rows, row)) {
-        ASSERT_NE(row.find(",R05,ok,"), std::string::npos) << row;
-        times.push_back(row.substr(0, row.find(',')));
-        const char* at = row.data() + row.find(",ok,") + 4;
-        for (double& value : states.emplace_back()) {
-            const auto result = std::from_chars(at, row.data() + row.size(), value);
-            ASSERT_EQ(result.ec, std::errc()) << row;
-            at = result.ptr + 1;
-        }
+// One second too many or too few is 3 km. R05 has a record from before the leap of 1 January 2017 only, R06 one from
+// after it.
+class ProgramOverALeap : public Program {
+protected:
+    struct State {
+        std::string time;
+        std::array<double, 6> numbers{};  // position, velocity
+    };
+
+    void SetUp() override {
+        Program::SetUp();
+        Write("leap.rnx", rinex::Mixed + rinex::End +
+                              rinex::Replaced(rinex::R05, "2021 03 04 06 15", "2016 12 31 23 45") +
+                              rinex::Replaced(rinex::R05, "R05 2021 03 04 06 15", "R06 2017 01 01 00 15"));
     }
+    // The states of a satellite from half a minute before the leap to a time of UTC.
+    std::vector<State> Orbit(const std::string& satellite, const std::string& to, const std::string& every) {
+        EXPECT_EQ(Run("orbit leap.rnx --rule nearest --form csv --sat " + satellite +
+                      " --from 2016-12-31T23:59:30Z --to " + to + " --every " + every),
+                  0);
+        EXPECT_EQ(err_, "gnss: leap seconds: 17 at the first time, 18 at the last\n");
+        std::istringstream rows(out_);
+        std::string row;
+        std::getline(rows, row);
+        std::vector<State> states;
+        while (std::getline(rows, row)) {
+            const std::string before = "," + satellite + ",ok,";
+            const std::size_t found = row.find(before);
+            EXPECT_NE(found, std::string::npos) << row;
+            if (found == std::string::npos) continue;
+            states.push_back({row.substr(0, found)});
+            const char* at = row.data() + found + before.size();
+            for (double& number : states.back().numbers) {
+                const auto result = std::from_chars(at, row.data() + row.size(), number);
+                EXPECT_EQ(result.ec, std::errc()) << row;
+                at = result.ptr + 1;
+            }
+        }
+        return states;
+    }
+};
+
+TEST_F(ProgramOverALeap, GlonassMovesOnSmoothly) {
+    const auto states = Orbit("R05", "2017-01-01T00:01:00Z", "0.5s");
     ASSERT_EQ(states.size(), 183U);  // 91 s
     for (std::size_t i = 1; i < states.size(); ++i) {
+        const auto& before = states[i - 1].numbers;
+        const auto& after = states[i].numbers;
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            const double velocity = (states[i - 1][axis + 3] + states[i][axis + 3]) / 2.0;
-            EXPECT_NEAR(states[i][axis] - states[i - 1][axis], velocity * 0.5, 0.01) << times[i];
+            const double velocity = (before[axis + 3] + after[axis + 3]) / 2.0;
+            EXPECT_NEAR(after[axis] - before[axis], velocity * 0.5, 0.01) << states[i].time;
         }
     }
+}
+
+TEST_F(ProgramOverALeap, GlonassIsWhereItsRecordSays) {
+    const auto states = Orbit("R06", "2017-01-01T00:15:00Z", "931s");
+    ASSERT_EQ(states.size(), 2U);
+    EXPECT_EQ(states[1].time, "2017-01-01 00:15:18");
+    EXPECT_EQ(states[1].numbers, (std::array{10000e3, -20000e3, 12000e3, 1500.0, -500.0, 3000.0}));
+}
+
+TEST_F(ProgramOverALeap, OrbitAndCompareAgree) {
+    const auto states = Orbit("R06", "2017-01-01T00:15:00Z", "60s");
+    ASSERT_EQ(states.size(), 16U);
+    std::string sp3 =
+        "#cP2016 12 31 23 59 47.00000000      16 ORBIT IGS14 FIT  OWN\n"
+        "## 1929 604787.00000000    60.00000000 57753 0.9998495370370\n"
+        "+    1   R06  0  0  0  0  0  0  0  0  0  0  0  0  0  0  0  0\n"
+        "++         3  0  0  0  0  0  0  0  0  0  0  0  0  0  0  0  0\n"
+        "%c M  cc GPS ccc cccc cccc cccc cccc ccccc ccccc ccccc ccccc\n";
+    for (const State& state : states) {
+        const auto& t = state.time;  // "2016-12-31 23:59:47"
+        sp3 += "*  " + t.substr(0, 4) + " " + t.substr(5, 2) + " " + t.substr(8, 2) + " " + t.substr(11, 2) + " " +
+               t.substr(14, 2) + " " + t.substr(17, 2) + ".00000000\nPR06";
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            std::array<char, 20> number{};
+            const auto end = std::to_chars(number.data(), number.data() + number.size(), state.numbers[axis] / 1000.0,
+                                           std::chars_format::fixed, 6);
+            const std::string text(number.data(), end.ptr);
+            sp3 += std::string(14 - text.size(), ' ') + text;
+        }
+        sp3 += " 999999.999999\n";
+    }
+    Write("precise.sp3", sp3 + "EOF\n");
+    ASSERT_EQ(Run("compare leap.rnx --rule nearest --precise precise.sp3 --epochs --form ndjson"), 0) << err_;
+    std::istringstream rows(out_);
+    std::string row;
+    int count = 0;
+    for (; std::getline(rows, row); ++count) {
+        const std::size_t at = row.find("\"3d_m\":");
+        ASSERT_NE(at, std::string::npos) << row;
+        double length = 1e9;
+        std::from_chars(row.data() + at + 7, row.data() + row.size(), length);
+        EXPECT_LT(length, 0.01) << row;
+    }
+    EXPECT_EQ(count, 16);
 }
 
 }  // namespace
