@@ -79,7 +79,9 @@ void WriteFigures(const std::map<std::string, Sums>& sums, Form form, Sink& sink
                                          {"no record", "", 9},
                                          {"no precise", "", 10}},
                                         sink);
-    for (const auto& [name, sum] : sums) {
+    for (const auto& entry : sums) {
+        const std::string& name = entry.first;
+        const Sums& sum = entry.second;
         const Figures length = MakeFigures(sum.length);
         const Figures radial = MakeFigures(sum.radial);
         const Figures clock = MakeFigures(sum.clock);
