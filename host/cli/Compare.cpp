@@ -1,12 +1,15 @@
 // gnss compare: broadcast orbits and clocks against precise ones.
+#include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "host/cli/Commands.h"
 #include "host/cli/Inputs.h"
+#include "host/cli/Satellites.h"
 #include "host/cli/TimeText.h"
 #include "host/report/Differences.h"
 #include "host/report/Plot.h"
@@ -25,7 +28,8 @@ struct Options {
     std::string output;
     std::string plot;
     std::string shift = "none";
-    double glonassMaxAge = 0.0;
+    std::optional<double> glonassMaxAge;
+    bool hasPlot = false;
     bool epochs = false;
     bool allWarnings = false;
 };
@@ -75,7 +79,9 @@ void WriteFigures(const std::map<std::string, Sums>& sums, Form form, Sink& sink
                                          {"no record", "", 9},
                                          {"no precise", "", 10}},
                                         sink);
-    for (const auto& [name, sum] : sums) {
+    for (const auto& entry : sums) {
+        const std::string& name = entry.first;
+        const Sums& sum = entry.second;
         const Figures length = MakeFigures(sum.length);
         const Figures radial = MakeFigures(sum.radial);
         const Figures clock = MakeFigures(sum.clock);
@@ -122,7 +128,7 @@ void WriteEpochs(const std::vector<Comparison>& all, Form form, Sink& sink) {
                                         sink);
     for (const Comparison& c : all) {
         const std::string time = PrintTime(c.time);
-        const std::string name = fmt::format("{}{:02}", c.system, c.number);
+        const std::string name = PrintSatellite(c.system, c.number);
         std::array<Cell, 10> row{std::string_view(time), std::string_view(name),
                                  std::string_view(Name(c.state.standing))};
         if (c.state.standing != Standing::None) {
@@ -170,10 +176,15 @@ int Run(const Options& options) {
     if (!ParseSelection(options.rule, how.rule)) return Complain("--rule is received or nearest"), 2;
     how.shift = FindShift(options.shift);
     if (how.shift == nullptr) return Complain("--shift is none, pe90 or novatel"), 2;
-    if (options.glonassMaxAge > 0.0) how.glonassMaxAge = options.glonassMaxAge;
+    how.glonassMaxAge = options.glonassMaxAge;
+    if (how.glonassMaxAge && !(*how.glonassMaxAge > 0.0)) return Complain("--glonass-max-age is above zero"), 2;
+    if (options.hasPlot && !Plot::HasKnownEnding(options.plot))
+        return Complain("--plot: " + Quoted(options.plot) + " ends in neither .svg nor .png"), 2;
 
     EphemerisSet set;
-    if (!ReadNavigation(options.navigation, options.allWarnings, set)) return 1;
+    LeapRule leaps;
+    if (!ReadNavigation(options.navigation, options.allWarnings, set, leaps)) return 1;
+    how.atEpoch = [&leaps](const GNSS::GPSTime& t) { leaps.SetFor(t); };
     std::vector<Sp3> precise(options.precise.size());
     for (std::size_t i = 0; i < precise.size(); ++i) {
         FileError error;
@@ -182,7 +193,13 @@ int Run(const Options& options) {
         if (!isRead) return Complain(error.Print()), 1;
         if (precise[i].GetNmrEpochs() == 0) return Complain(options.precise[i] + ": holds no epochs"), 1;
     }
-    SetClockAndLeapRule(precise.front().GetTime(0), true);
+    GNSS::GPSTime first = precise.front().GetTime(0);
+    GNSS::GPSTime last = first;
+    for (const Sp3& file : precise) {
+        first = std::min(first, file.GetTime(0));
+        last = std::max(last, file.GetTime(file.GetNmrEpochs() - 1));
+    }
+    Complain(leaps.Print(first, last));
     const std::vector<Comparison> all = Compare(set, precise, how);
 
     Sink sink(options.output);
@@ -191,13 +208,13 @@ int Run(const Options& options) {
     } else {
         std::map<std::string, Sums> sums;
         for (const Comparison& c : all) {
-            sums[fmt::format("{}{:02}", c.system, c.number)].Add(c);
+            sums[PrintSatellite(c.system, c.number)].Add(c);
             sums[c.system == 'G' ? "all GPS" : "all GLO"].Add(c);
         }
         WriteFigures(sums, form, sink);
     }
     std::string failure = sink.Close();
-    if (failure.empty() && !options.plot.empty()) failure = MakePlot(all).Save(options.plot);
+    if (failure.empty() && options.hasPlot) failure = MakePlot(all).Save(options.plot);
     if (!failure.empty()) return Complain(failure), 1;
     return 0;
 }
@@ -219,7 +236,8 @@ void AddCompareCommand(CLI::App& program, int& exitCode) {
     command->add_flag("--epochs", options->epochs, "every satellite at every epoch instead of the figures");
     command->add_option("--form", options->form, "table, csv or ndjson")->capture_default_str();
     command->add_option("--output", options->output, "file instead of standard output");
-    command->add_option("--plot", options->plot, "plot of the distances: a file ending in .svg or .png");
+    const CLI::Option* plot =
+        command->add_option("--plot", options->plot, "plot of the distances: a file ending in .svg or .png");
     command->add_flag("--warnings", options->allWarnings, "every warning about the files, not only the first few");
     command->footer(
         "Differences are broadcast minus precise: radial outwards, cross along the orbit's normal, along forwards. "
@@ -227,7 +245,10 @@ void AddCompareCommand(CLI::App& program, int& exitCode) {
         "are in metres, freed of each epoch's median. Precise orbits are those of the centre of mass, broadcast ones "
         "of\n"
         "the antenna: 0 to 3 m apart radially.");
-    command->callback([options, &exitCode] { exitCode = Run(*options); });
+    command->callback([=, &exitCode] {
+        options->hasPlot = plot->count() > 0;
+        exitCode = Run(*options);
+    });
 }
 
 }  // namespace Host

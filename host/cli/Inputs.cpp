@@ -1,20 +1,21 @@
 #include "host/cli/Inputs.h"
 
-#include <cmath>
 #include <cstdio>
 
 #include <fmt/format.h>
 
-#include "gnss/platform/Clock.h"
-#include "host/receiver/LeapSeconds.h"
 #include "host/receiver/RinexNavigation.h"
 
 namespace Host {
 
-using GNSS::GPSTime;
-
 void Complain(const std::string& line) {
-    fmt::print(stderr, "gnss: {}\n", line);
+    std::string text = "gnss: " + line;
+    for (char& c : text) {
+        if (static_cast<unsigned char>(c) < ' ' || c == '\x7F') c = ' ';
+    }
+    text += '\n';
+    // Nobody is left to be told when this fails.
+    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
 }
 
 void Complain(const Warnings& warnings, bool all) {
@@ -31,7 +32,7 @@ void Complain(const Warnings& warnings, bool all) {
     }
 }
 
-bool ReadNavigation(const std::vector<std::string>& paths, bool allWarnings, EphemerisSet& set) {
+bool ReadNavigation(const std::vector<std::string>& paths, bool allWarnings, EphemerisSet& set, LeapRule& leaps) {
     for (const std::string& path : paths) {
         RinexNavigation navigation;
         FileError error;
@@ -41,11 +42,13 @@ bool ReadNavigation(const std::vector<std::string>& paths, bool allWarnings, Eph
             Complain(error.Print());
             return false;
         }
+        const std::string doubt = leaps.Add(navigation, path);
+        if (!doubt.empty()) Complain(doubt);
         set.Add(navigation, path);
     }
     const auto first = set.GetFirst();
     // The set looks at the records' positions while it puts them in order, and GLONASS needs the leap rule for that.
-    if (first) SetClockAndLeapRule(*first, false);
+    if (first) leaps.SetFor(*first);
     set.Complete();
     for (const std::string& doubt : set.GetDoubts()) Complain(doubt);
     if (!set.GetFirst()) {
@@ -53,27 +56,6 @@ bool ReadNavigation(const std::vector<std::string>& paths, bool allWarnings, Eph
         return false;
     }
     return true;
-}
-
-void SetClockAndLeapRule(const GPSTime& t, bool tell) {
-    const int count = GPSMinusUTC(t);
-    Corvane::Clock::SetTo((t - Corvane::Time(count)).GetTimeDate());
-    // Around a leap: the one whose instant lies within a week of the time, else no change at all.
-    for (const double days : {-7.0, 7.0}) {
-        const GPSTime there = t + Corvane::Time::Day * days;
-        const int other = GPSMinusUTC(there);
-        if (other == count) continue;
-        const auto leap = FindLeapSecond(std::max(other, count));
-        if (!leap) continue;
-        GPSTime::SetUTCParam(GPSTime(Corvane::TimeDate(leap->day, Corvane::TimeOfDay(0.0))), leap->after - 1,
-                             leap->after);
-        if (tell)
-            Complain(fmt::format("leap seconds: {} before and {} from {}", leap->after - 1, leap->after,
-                                 Corvane::TimeDate(leap->day, Corvane::TimeOfDay(0.0)).Print(0).str()));
-        return;
-    }
-    GPSTime::SetUTCParam(t, count, count);
-    if (tell) Complain(fmt::format("leap seconds: {}", count));
 }
 
 const GNSS::HelmertShift* FindShift(const std::string& name) {

@@ -5,24 +5,22 @@
 #include <vector>
 
 #include "gnss/geodesy/HelmertShift.h"
-#include "gnss/time/GPSTime.h"
+#include "host/cli/LeapRule.h"
 #include "host/receiver/EphemerisSet.h"
 #include "host/receiver/FileReport.h"
 
 namespace Host {
 
-// Writes "gnss: " and the line to standard error.
+// Writes "gnss: " and the line to standard error, as one line whatever is in it. A line that cannot be written is lost.
 void Complain(const std::string& line);
 // The warnings of one file: the first few as they are, then how many more.
 void Complain(const Warnings& warnings, bool all);
 
-// Reads navigation files into a set, with their warnings and the doubtful records on standard error. False, with a line
-// there, when one of them cannot be read or none holds a record.
-[[nodiscard]] bool ReadNavigation(const std::vector<std::string>& paths, bool allWarnings, EphemerisSet& set);
-
-// Puts the clock to a time, and the leap-second rule in force at it: the leap itself within a week of one, otherwise
-// one count before and after, as the satellites send it. Says on standard error which rule that is when `tell` is set.
-void SetClockAndLeapRule(const GNSS::GPSTime& t, bool tell);
+// Reads navigation files into a set, and their leap seconds into the rule, with their warnings and the doubtful records
+// on standard error. False, with a line there, when one of them cannot be read or none holds a record. Leaves the rule
+// in force as at the first record.
+[[nodiscard]] bool ReadNavigation(const std::vector<std::string>& paths, bool allWarnings, EphemerisSet& set,
+                                  LeapRule& leaps);
 
 // "none", "pe90" or "novatel": the shift from the frame of the GLONASS message to WGS 84. Null for anything else.
 [[nodiscard]] const GNSS::HelmertShift* FindShift(const std::string& name);

@@ -1,6 +1,8 @@
 // gnss orbit: satellite positions, velocities and clocks from navigation files.
 #include <algorithm>
+#include <cmath>
 #include <memory>
+#include <optional>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -8,6 +10,7 @@
 #include "host/cli/Commands.h"
 #include "host/cli/Inputs.h"
 #include "host/cli/Progress.h"
+#include "host/cli/Satellites.h"
 #include "host/cli/TimeText.h"
 #include "host/receiver/EphemerisSet.h"
 #include "host/report/Rows.h"
@@ -31,75 +34,70 @@ struct Options {
     std::string shift = "none";
     std::vector<std::string> satellites;
     bool allWarnings = false;
-};
-
-struct Satellite {
-    char system;
-    int number;
-    std::string name;
+    // Which of those with a default, or without one, are given.
+    bool hasTime = false;
+    bool hasFrom = false;
+    bool hasTo = false;
+    bool hasEvery = false;
 };
 
 // What the options say, checked.
 struct Request {
-    GPSTime first;
+    std::optional<GPSTime> first;  // without one the first record's
     std::int64_t nmrEpochs = 1;
     Corvane::Time every{1.0};
     Selection rule = Selection::Received;
     Form form = Form::Table;
     const GNSS::HelmertShift* shift = nullptr;
+    std::vector<Satellite> satellites;
 };
 
+// Days of output; more is a mistake in the span.
+constexpr double MostEpochs = 1e9;
+
 // The time that is asked for: one, or a row of them. A text for what is wrong.
-std::string ReadTimes(const Options& options, const EphemerisSet& set, Request& request) {
-    if (!options.time.empty()) {
-        const auto time = ParseTime(options.time);
-        if (!time) return "--time: '" + options.time + "' is not a time";
-        request.first = *time;
-        return "";
-    }
-    if (options.from.empty() != options.to.empty()) return "--from and --to go together";
-    if (options.from.empty()) {
-        request.first = *set.GetFirst();
-        return "";
-    }
-    const auto from = ParseTime(options.from);
-    const auto to = ParseTime(options.to);
+std::string ReadTimes(const Options& options, Request& request) {
+    if (options.hasTime && (options.hasFrom || options.hasTo)) return "--time is one time, --from and --to are many";
+    if (options.hasFrom != options.hasTo) return "--from and --to go together";
+    if (options.hasEvery && !options.hasFrom) return "--every goes with --from and --to";
+    const auto read = [](const char* option, const std::string& text, std::optional<GPSTime>& time) -> std::string {
+        time = ParseTime(text);
+        return time ? "" : std::string(option) + ": " + Quoted(text) + " is not a time (of whole microseconds)";
+    };
+    if (options.hasTime) return read("--time", options.time, request.first);
+    if (!options.hasFrom) return "";
+
+    std::optional<GPSTime> to;
+    if (std::string fault = read("--from", options.from, request.first); !fault.empty()) return fault;
+    if (std::string fault = read("--to", options.to, to); !fault.empty()) return fault;
     const auto every = ParseSpan(options.every);
-    if (!from) return "--from: '" + options.from + "' is not a time";
-    if (!to) return "--to: '" + options.to + "' is not a time";
-    if (!every) return "--every: '" + options.every + "' is not a span of time";
-    if (*to < *from) return "--to lies before --from";
-    request.first = *from;
+    if (!every) return "--every: " + Quoted(options.every) + " is not a span of time (of whole microseconds)";
+    if (*to < *request.first) return "--to lies before --from";
     request.every = *every;
-    request.nmrEpochs = static_cast<std::int64_t>(std::floor((*to - *from) / *every + 1e-9)) + 1;
+    const double steps = std::floor((*to - *request.first) / *every + 1e-9);
+    if (!(steps < MostEpochs)) return fmt::format("--every: more than {:.0f} times", MostEpochs);
+    request.nmrEpochs = Corvane::ToInt64(steps) + 1;
     return "";
 }
 
-std::string ReadSatellites(const Options& options, const EphemerisSet& set, std::vector<Satellite>& satellites) {
-    const auto wanted = [&options](const std::string& name) {
-        return options.satellites.empty() || std::ranges::any_of(options.satellites, [&name](const std::string& text) {
-                   return text == name || text == name.substr(0, 1);
-               });
-    };
+std::string ReadSatellites(const Options& options, Request& request) {
     for (const std::string& text : options.satellites) {
-        const bool isSystem = text == "G" || text == "R";
-        const bool isName = text.size() == 3 && (text[0] == 'G' || text[0] == 'R');
-        if (!isSystem && !isName) return "--sat: '" + text + "' is no satellite; write G, R, G05 or R14";
+        const auto satellite = ParseSatellite(text);
+        if (!satellite) return "--sat: " + Quoted(text) + " is no satellite; write G, R, G01 to G32 or R01 to R24";
+        request.satellites.push_back(*satellite);
     }
-    const auto add = [&](char system, int number, bool hasRecords) {
-        std::string name = fmt::format("{}{:02}", system, number);
-        const bool isNamed = std::ranges::find(options.satellites, name) != options.satellites.end();
-        if ((hasRecords && wanted(name)) || isNamed) satellites.push_back({system, number, std::move(name)});
-    };
-    for (int prn = 1; prn <= EphemerisSet::NmrGPS; ++prn) add('G', prn, !set.GPS(prn).GetEntries().empty());
-    for (int slot = 1; slot <= EphemerisSet::NmrGlonass; ++slot)
-        add('R', slot, !set.Glonass(slot).GetEntries().empty());
-    return satellites.empty() ? "no such satellite in the navigation files" : "";
+    return "";
 }
 
-void WriteRows(const Request& request, const EphemerisSet& set, const std::vector<Satellite>& satellites, Sink& sink) {
+void WriteRows(const Request& request, const EphemerisSet& set, LeapRule& leaps, Sink& sink) {
+    const GPSTime first = *request.first;
+    const auto timeAt = [&](std::int64_t epoch) { return first + request.every * static_cast<double>(epoch); };
+    const std::size_t timeWidth = std::max({std::size_t{23}, PrintTime(first).size(), PrintTime(timeAt(1)).size()});
+    std::vector<std::string> names;
+    for (const Satellite& satellite : request.satellites)
+        names.push_back(PrintSatellite(satellite.system, satellite.number));
     const auto writer = RowWriter::Make(request.form,
-                                        {{"time", "", 23},
+                                        {{"time", "", static_cast<int>(timeWidth)},
                                          {"sat", "", 3},
                                          {"state", "", 9},
                                          {"x", "m", 15, 4},
@@ -116,11 +114,13 @@ void WriteRows(const Request& request, const EphemerisSet& set, const std::vecto
                                         sink);
     Progress progress("positions", request.nmrEpochs);
     for (std::int64_t epoch = 0; epoch < request.nmrEpochs && sink.IsGood(); ++epoch) {
-        const GPSTime t = request.first + request.every * static_cast<double>(epoch);
+        const GPSTime t = timeAt(epoch);
         const std::string time = PrintTime(t);
-        for (const Satellite& satellite : satellites) {
+        leaps.SetFor(t);
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            const Satellite& satellite = request.satellites[i];
             SatelliteState state = set.Calculate(satellite.system, satellite.number, t, request.rule);
-            std::array<Cell, 14> row{std::string_view(time), std::string_view(satellite.name),
+            std::array<Cell, 14> row{std::string_view(time), std::string_view(names[i]),
                                      std::string_view(Name(state.standing))};
             if (state.hasPosn) {
                 if (satellite.system == 'R') request.shift->Forward(state.posn, state.posn);
@@ -151,16 +151,25 @@ int Run(const Options& options) {
     request.shift = FindShift(options.shift);
     if (request.shift == nullptr) return Complain("--shift is none, pe90 or novatel"), 2;
 
-    EphemerisSet set;
-    if (!ReadNavigation(options.navigation, options.allWarnings, set)) return 1;
-    std::vector<Satellite> satellites;
-    std::string fault = ReadTimes(options, set, request);
-    if (fault.empty()) fault = ReadSatellites(options, set, satellites);
+    std::string fault = ReadTimes(options, request);
+    if (fault.empty()) fault = ReadSatellites(options, request);
     if (!fault.empty()) return Complain(fault), 2;
-    SetClockAndLeapRule(request.first, true);
+
+    EphemerisSet set;
+    LeapRule leaps;
+    if (!ReadNavigation(options.navigation, options.allWarnings, set, leaps)) return 1;
+    for (const Satellite& wanted : request.satellites) {
+        if (ChooseSatellites({wanted}, set).empty())
+            Complain(fmt::format("the navigation files hold no records of system {}", wanted.system));
+    }
+    request.satellites = ChooseSatellites(request.satellites, set);
+    if (request.satellites.empty()) return 1;
+    if (!request.first) request.first = set.GetFirst();
+    const GPSTime first = *request.first;
+    Complain(leaps.Print(first, first + request.every * static_cast<double>(request.nmrEpochs - 1)));
 
     Sink sink(options.output);
-    if (sink.IsGood()) WriteRows(request, set, satellites, sink);
+    if (sink.IsGood()) WriteRows(request, set, leaps, sink);
     const std::string failure = sink.Close();
     if (!failure.empty()) return Complain(failure), 1;
     return 0;
@@ -173,11 +182,12 @@ void AddOrbitCommand(CLI::App& program, int& exitCode) {
     CLI::App* command =
         program.add_subcommand("orbit", "satellite positions, velocities and clocks from navigation files");
     command->add_option("NAV", options->navigation, "RINEX navigation files, plain or gzip")->required();
-    command->add_option("--time", options->time,
-                        "one time: 2010-07-01T06:30:00 (GPS time; Z behind it: UTC) or week:seconds");
-    command->add_option("--from", options->from, "first of a row of times");
-    command->add_option("--to", options->to, "last of a row of times");
-    command->add_option("--every", options->every, "span between the times: 30s, 15min, 1h")->capture_default_str();
+    const CLI::Option* time = command->add_option(
+        "--time", options->time, "one time: 2010-07-01T06:30:00 (GPS time; Z behind it: UTC) or week:seconds");
+    const CLI::Option* from = command->add_option("--from", options->from, "first of a row of times");
+    const CLI::Option* to = command->add_option("--to", options->to, "last of a row of times");
+    const CLI::Option* every =
+        command->add_option("--every", options->every, "span between the times: 30s, 15min, 1h")->capture_default_str();
     command
         ->add_option("--rule", options->rule,
                      "which record answers: received (the last one sent by then) or nearest (in reference time)")
@@ -191,8 +201,16 @@ void AddOrbitCommand(CLI::App& program, int& exitCode) {
         "Positions are earth-fixed at GPS system time, GPS in WGS 84, GLONASS in PZ-90 plus --shift. The clock is\n"
         "satellite minus system time, relativity included, group delay not. Issue is the IODE, or tb in quarters of "
         "an\n"
-        "hour of the Moscow day; age counts from the record's reference time.");
-    command->callback([options, &exitCode] { exitCode = Run(*options); });
+        "hour of the Moscow day; age counts from the record's reference time. Drift leaves the relativistic term out.\n"
+        "Around a leap second GLONASS may be one second, or 3 km, off where a record from one side of it answers for\n"
+        "a time on the other: for seconds at the leap, and until the next record where it is not at a week's end.");
+    command->callback([=, &exitCode] {
+        options->hasTime = time->count() > 0;
+        options->hasFrom = from->count() > 0;
+        options->hasTo = to->count() > 0;
+        options->hasEvery = every->count() > 0;
+        exitCode = Run(*options);
+    });
 }
 
 }  // namespace Host

@@ -8,6 +8,16 @@
 
 namespace Host {
 
+namespace {
+
+// A bar that cannot be shown is no reason to stop.
+void Show(const std::string& text) {
+    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
+    static_cast<void>(std::fflush(stderr));
+}
+
+}  // namespace
+
 Progress::Progress(std::string what, std::int64_t total)
     : what_(std::move(what)),
       total_(total),
@@ -15,7 +25,7 @@ Progress::Progress(std::string what, std::int64_t total)
       next_(std::chrono::steady_clock::now() + std::chrono::seconds(1)) {}
 
 Progress::~Progress() {
-    if (isShown_) fmt::print(stderr, "\r\x1b[K");
+    if (isShown_) Host::Show("\r\x1b[K");
 }
 
 void Progress::SetDone(std::int64_t done) {
@@ -31,8 +41,7 @@ void Progress::Show(double fraction) {
     const int full = static_cast<int>(fraction * Width);
     std::string bar;
     for (int i = 0; i < Width; ++i) bar += i < full ? "\u2588" : "\u2591";
-    fmt::print(stderr, "\r{} {} {:3.0f} %", what_, bar, fraction * 100.0);
-    std::fflush(stderr);
+    Host::Show(fmt::format("\r{} {} {:3.0f} %", what_, bar, fraction * 100.0));
     isShown_ = true;
 }
 

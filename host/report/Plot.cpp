@@ -10,6 +10,8 @@
 #include <cairo-svg.h>
 #include <fmt/format.h>
 
+#include "host/report/Sink.h"
+
 namespace Host {
 
 namespace {
@@ -196,24 +198,42 @@ void Draw(Canvas& canvas, const Plot& plot) {
     DrawKey(canvas, plot);
 }
 
+// The system's reason for a failure is with the sink.
+cairo_status_t WriteToSink(void* sink, const unsigned char* data, unsigned int size) {
+    auto& to = *static_cast<Sink*>(sink);
+    to.Write({reinterpret_cast<const char*>(data), size});
+    return to.IsGood() ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_WRITE_ERROR;
+}
+
 }  // namespace
 
+bool Plot::HasKnownEnding(std::string_view path) {
+    return path.ends_with(".svg") || path.ends_with(".png");
+}
+
 std::string Plot::Save(const std::string& path) const {
-    const bool isSvg = path.ends_with(".svg");
-    if (!isSvg && !path.ends_with(".png")) return path + ": a plot's file ends in .svg or .png";
-    Canvas canvas(isSvg ? cairo_svg_surface_create(path.c_str(), width, height)
-                        : cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
-    Draw(canvas, *this);
-    cairo_status_t status = cairo_status(canvas.Get());
-    if (status == CAIRO_STATUS_SUCCESS) {
-        if (isSvg) {
-            cairo_surface_finish(canvas.Surface());
-            status = cairo_surface_status(canvas.Surface());
-        } else {
-            status = cairo_surface_write_to_png(canvas.Surface(), path.c_str());
+    if (!HasKnownEnding(path)) return path + ": a plot's file ends in .svg or .png";
+    Sink sink(path);
+    if (!sink.IsGood()) return sink.Close();
+    cairo_status_t status = CAIRO_STATUS_SUCCESS;
+    {
+        const bool isSvg = path.ends_with(".svg");
+        Canvas canvas(isSvg ? cairo_svg_surface_create_for_stream(WriteToSink, &sink, width, height)
+                            : cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
+        Draw(canvas, *this);
+        status = cairo_status(canvas.Get());
+        if (status == CAIRO_STATUS_SUCCESS) {
+            if (isSvg) {
+                cairo_surface_finish(canvas.Surface());
+                status = cairo_surface_status(canvas.Surface());
+            } else {
+                status = cairo_surface_write_to_png_stream(canvas.Surface(), WriteToSink, &sink);
+            }
         }
     }
-    return status == CAIRO_STATUS_SUCCESS ? "" : path + ": " + cairo_status_to_string(status);
+    std::string failure = sink.Close();
+    if (failure.empty() && status != CAIRO_STATUS_SUCCESS) failure = path + ": " + cairo_status_to_string(status);
+    return failure;
 }
 
 Corvane::Colour DistinctColour(std::size_t number) {

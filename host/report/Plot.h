@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "gnss/platform/Colour.h"
@@ -30,7 +31,9 @@ struct Plot {
     int width = 1000;  // pixels, or points of the SVG
     int height = 520;
 
-    // Draws into a file whose name ends in .svg or .png. Empty, or what went wrong with the name of the file.
+    // Whether the name of a file ends in .svg or .png.
+    [[nodiscard]] static bool HasKnownEnding(std::string_view path);
+    // Draws into such a file. Empty, or what went wrong with the name of the file.
     [[nodiscard]] std::string Save(const std::string& path) const;
 };
 

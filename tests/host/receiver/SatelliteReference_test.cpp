@@ -186,7 +186,7 @@ TEST(SatelliteReference, Glonass2009) {
     const Table rows(table);
     Outcome near;
     Outcome far;
-    Host::SetClockAndLeapRule(GPSTime(1525, 259200.0), false);
+    Host::LeapRule().SetFor(GPSTime(1525, 259200.0));
     for (const Row& row : rows.Rows()) {
         if (row.at("bx_m_PZ90").empty()) {
             ++near.withoutRecord;
@@ -208,7 +208,7 @@ TEST(SatelliteReference, BothSystems2020) {
     Outcome gps;
     Outcome near;
     Outcome far;
-    Host::SetClockAndLeapRule(GPSTime(2111, 345600.0), false);
+    Host::LeapRule().SetFor(GPSTime(2111, 345600.0));
     for (const Row& row : rows.Rows()) {
         const bool isGPS = row.at("sat")[0] == 'G';
         if (row.at("bx_m").empty()) {

@@ -37,11 +37,12 @@ TEST(Comparison, ReproducesTheIndependentFiguresOfGlonass2009) {
     GNSS_REQUIRE_TEST_DATA(file, "data/brdc0910.09g");
     GNSS_REQUIRE_TEST_DATA(orbits, "data/igl15253.sp3");
     Host::EphemerisSet set;
-    ASSERT_TRUE(Host::ReadNavigation({file}, false, set));
+    Host::LeapRule leaps;
+    ASSERT_TRUE(Host::ReadNavigation({file}, false, set, leaps));
     std::vector<Host::Sp3> precise(1);
     Host::FileError error;
     ASSERT_TRUE(precise[0].Read(orbits, error)) << error.Print();
-    Host::SetClockAndLeapRule(precise[0].GetTime(0), false);
+    leaps.SetFor(precise[0].GetTime(0));
     Host::ComparisonOptions options;
     options.rule = Host::Selection::Nearest;
     options.glonassMaxAge = 900.0;
@@ -75,7 +76,8 @@ TEST(Comparison, ReproducesTheIndependentFiguresOfGlonass2009) {
 TEST(EphemerisSet, SeesARecordUnderTheWrongSatellite) {
     GNSS_REQUIRE_TEST_DATA(file, "data/brdc1820.10n");
     Host::EphemerisSet set;
-    ASSERT_TRUE(Host::ReadNavigation({file}, false, set));
+    Host::LeapRule leaps;
+    ASSERT_TRUE(Host::ReadNavigation({file}, false, set, leaps));
     const auto doubts = set.GetDoubts();
     ASSERT_EQ(doubts.size(), 1U);
     EXPECT_NE(doubts[0].find("brdc1820.10n:937: the record filed under G01"), std::string::npos) << doubts[0];
