@@ -196,9 +196,10 @@ void SatelliteRecords<Record>::Complete() {
     });
     // The same record from several files, or sent again, is one: the one sent first. Another health or orbit under the
     // same issue is another record.
-    const auto repeats =
-        std::ranges::unique(entries_, [](const Entry& a, const Entry& b) { return SayTheSame<Kind>(a, b); });
-    entries_.erase(repeats.begin(), repeats.end());
+    // (clang 14 does not take the library's ranges::unique.)
+    entries_.erase(std::unique(entries_.begin(), entries_.end(),
+                               [](const Entry& a, const Entry& b) { return SayTheSame<Kind>(a, b); }),
+                   entries_.end());
 
     // A record is doubtful when it contradicts every neighbour, and two of these agree with each other.
     for (std::size_t i = 0; i < entries_.size(); ++i) {

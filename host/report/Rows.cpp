@@ -202,7 +202,7 @@ char* PrintNumber(double value, int decimals, char* to) {
         const double power = Powers[static_cast<std::size_t>(decimals)];
         const double scaled = std::abs(value) * power;
         if (scaled < 1e15) {
-            auto whole = static_cast<std::uint64_t>(scaled + 0.5);
+            const auto whole = static_cast<std::uint64_t>(std::llround(scaled));
             if (value < 0.0 && whole > 0) *to++ = '-';
             const auto unit = static_cast<std::uint64_t>(power);
             to = std::to_chars(to, last, whole / unit).ptr;
