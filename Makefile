@@ -3,11 +3,11 @@ export GNSS_TEST_DATA ?= $(abspath ../shared)
 
 .PHONY: run test test-long bench fuzz docs format tidy coverage clean
 
-run:       ## build and run
+run:       ## build and run; ARGS="orbit FILE" are given to the program
 	@scripts/install-packages.sh build
 	@scripts/quietly.sh cmake --preset release
 	@scripts/quietly.sh cmake --build --preset release
-	@build/release/examples/gps_time
+	@scripts/run.sh $(ARGS)
 
 test:      ## everything that must pass before a change lands
 	@scripts/install-packages.sh build test

@@ -23,7 +23,14 @@ using PRN = SatelliteId<GPSSystem>;
 using PRNType = SatelliteIdType<GPSSystem>;
 using GPSFreqy = SignalFrequency<GPSSystem>;
 
+// Almanac and ephemerides.
+class Almanac;
+class GPSEphemeride;
+
 namespace Glonass {
+
+class Ephemeride;
+class Orbit;
 
 using Slot = SatelliteId<GlonassSystem>;
 using SlotType = SatelliteIdType<GlonassSystem>;

@@ -28,3 +28,14 @@
 #include "gnss/geodesy/QGeog.h"
 #include "gnss/geodesy/QGrid.h"
 #include "gnss/geodesy/Spheroid.h"
+
+// Almanac records, ionosphere and UTC.
+#include "gnss/almanac/AlmanacGlonassOrbit.h"
+#include "gnss/almanac/AlmanacGlonassSV.h"
+#include "gnss/almanac/AlmanacIono.h"
+#include "gnss/almanac/AlmanacSV.h"
+#include "gnss/almanac/AlmanacUTC.h"
+
+// Ephemerides.
+#include "gnss/ephemeris/GPSEphemeride.h"
+#include "gnss/ephemeris/GlonassEphemeride.h"

@@ -9,9 +9,9 @@ mkdir -p "$clean"
 # The commands of the dev preset, without the one option of g++ that clang does not know.
 sed 's/ -fno-gnu-unique//' build/dev/compile_commands.json >"$clean/compile_commands.json"
 if [ "${1:-}" = --all ]; then
-    mapfile -t files < <(git ls-files 'gnss/*.cpp' 'tests/*.cpp' 'examples/*.cpp')
+    mapfile -t files < <(git ls-files 'gnss/*.cpp' 'host/*.cpp' 'tests/*.cpp' 'examples/*.cpp')
 else
-    mapfile -t files < <(git ls-files 'gnss/*.cpp')
+    mapfile -t files < <(git ls-files 'gnss/*.cpp' 'host/*.cpp')
 fi
 headers=$(cat .clang-tidy $(git ls-files '*.h') | sha256sum | cut -c1-16)
 todo=()

@@ -1,5 +1,6 @@
 #include "gnss/platform/LogPoint.h"
 
+#include <atomic>
 #include <utility>
 
 #include "gnss/platform/Failure.h"
@@ -20,6 +21,8 @@ State& TheState() {
 }
 [[maybe_unused]] const State& madeEarly = TheState();
 
+std::atomic<int> fileVersion = LogDataControl::NewestFileVersion;
+
 std::shared_ptr<LogDataControl::Recorder> GetRecorder() {
     const std::lock_guard lock(TheState().mutex);
     return TheState().recorder;
@@ -36,6 +39,14 @@ void LogDataControl::SetRecorder(std::shared_ptr<Recorder> recorder) {
 
 bool LogDataControl::IsRecording() {
     return GetRecorder() != nullptr;
+}
+
+int LogDataControl::FileVersion() {
+    return fileVersion.load(std::memory_order_relaxed);
+}
+
+void LogDataControl::SetFileVersion(int version) {
+    fileVersion.store(version, std::memory_order_relaxed);
 }
 
 LogDataControl::GenPoint::~GenPoint() = default;

@@ -36,6 +36,12 @@ public:
     // Replaces the recorder; null stops recording. A call of the old one may still be running.
     static void SetRecorder(std::shared_ptr<Recorder> recorder);
     [[nodiscard]] static bool IsRecording();
+
+    // The format version of the log that is being written or read, by which records choose among their stream forms.
+    // The host sets it; until then it is the newest.
+    static constexpr int NewestFileVersion = 111;
+    [[nodiscard]] static int FileVersion();
+    static void SetFileVersion(int version);
 };
 
 // A log point for values of one type from one source. Safe to use from any thread.

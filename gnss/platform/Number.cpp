@@ -38,6 +38,13 @@ double truncate(double x, int decimals) {
 
 double modulo(double x, double m) {
     if (!(m > 0.0)) return std::numeric_limits<double>::quiet_NaN();
+    if (x >= 0.0 && x < m) return x;
+    // Of moderate quotients one fused step gives the remainder exactly, unless the quotient was rounded across a whole.
+    const double quotient = x / m;
+    if (std::abs(quotient) < 0x1p40) {
+        const double r = std::fma(-std::floor(quotient), m, x);
+        if (r >= 0.0 && r < m) return r;
+    }
     double r = std::fmod(x, m);
     if (r < 0.0) r += m;
     // A tiny negative remainder plus m rounds to m itself.

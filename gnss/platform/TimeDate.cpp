@@ -6,6 +6,9 @@ namespace Corvane {
 
 TimeDate operator+(const TimeDate& instant, Time span) {
     const double sum = instant.time_.Seconds() + span.Seconds();
+    // Most spans stay within the day or reach the next: no remainder to take, and these differences are exact.
+    if (sum >= 0.0 && sum < 86400.0) return {instant.date_, TimeOfDay(sum)};
+    if (sum >= 86400.0 && sum < 172800.0) return {instant.date_ + 1, TimeOfDay(sum - 86400.0)};
     if (!std::isfinite(sum)) return {instant.date_, TimeOfDay(std::nan(""))};
     const double rest = modulo(sum, 86400.0);
     // Days from what the remainder left over, so that the two always agree.

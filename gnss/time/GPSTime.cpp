@@ -27,7 +27,9 @@ void GPSTime::Normalise() {
 }
 
 TimeOfDay GPSTime::GetTimeOfDay() const {
-    return TimeOfDay(std::fmod(seconds_, SecsInDay));
+    // The remainder without the division of the general case, where the quotient has not been rounded up.
+    const double rest = seconds_ - GetDay() * SecsInDay;
+    return TimeOfDay(rest >= 0.0 && rest < SecsInDay ? rest : std::fmod(seconds_, SecsInDay));
 }
 
 void GPSTime::Round(int decimals) {

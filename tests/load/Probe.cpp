@@ -37,6 +37,11 @@ const bool checked = [] {
     Expect(shifted == ECEF(0.0, 2.5, 0.0), "Glonass::NovatelShift");
     Glonass::ZeroShift.Forward(ECEF(1.0, 2.0, 3.0), shifted);
     Expect(shifted == ECEF(1.0, 2.0, 3.0), "Glonass::ZeroShift");
+    Expect(Almanac::Iono().CalculateDelay(GPSTime::Zero, Latitude(40.0), Longitude(260.0), Corvane::Angle::Right,
+                                          Corvane::Angle::Zero) > 1.0,
+           "Almanac::Iono");
+    Expect(GPSEphemeride::EarthRate.Radians() == 7.2921151467e-5 && Glonass::Ephemeride::UnknownAccuracy == 1000001.0,
+           "the ephemerides' constants");
     return true;
 }();
 

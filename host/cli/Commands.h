@@ -1,0 +1,17 @@
+// The commands of the program, one file each.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace Host {
+
+// Each adds its command to the program; running it leaves the exit code in `exitCode`.
+//   0  done; warnings are on standard error
+//   1  an input cannot be used, or an output cannot be written
+//   2  the command line is wrong
+void AddOrbitCommand(CLI::App& program, int& exitCode);
+void AddCompareCommand(CLI::App& program, int& exitCode);
+
+}  // namespace Host

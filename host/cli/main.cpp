@@ -1,0 +1,73 @@
+// The program gnss.
+#include <cerrno>
+#include <exception>
+#include <fcntl.h>
+#include <iostream>
+#include <new>
+#include <string>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+
+#include "host/cli/Commands.h"
+#include "host/cli/Inputs.h"
+
+namespace {
+
+// A descriptor that the caller left closed would become that of the next file opened, and messages would end up there.
+// It is opened the wrong way round, so that what needs it still fails.
+void OccupyStandardFiles() {
+    for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(file, F_GETFD) < 0 && errno == EBADF) {
+            // The lowest free number is this one.
+            static_cast<void>(::open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+        }
+    }
+}
+
+int Run(int argc, char** argv) {
+    CLI::App program("GPS and GLONASS computations. `gnss COMMAND --help` tells more of each command.", "gnss");
+    program.require_subcommand(1);
+    int exitCode = 0;
+    Host::AddOrbitCommand(program, exitCode);
+    Host::AddCompareCommand(program, exitCode);
+
+    const std::string first = argc > 1 ? argv[1] : "";
+    const auto isCommand = [&first](const CLI::App* command) { return command->get_name() == first; };
+    if (argc < 2) {
+        Host::Complain("say which command: orbit or compare; --help tells more");
+        return 2;
+    }
+    if (first != "-h" && first != "--help" && program.get_subcommands(isCommand).empty()) {
+        Host::Complain(Host::Quoted(first) + " is no command; there are orbit and compare");
+        return 2;
+    }
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::Success& help) {
+        program.exit(help);
+        if (std::cout.flush()) return 0;
+        Host::Complain("standard output cannot be written");
+        return 1;
+    } catch (const CLI::ParseError& error) {
+        Host::Complain(error.what());
+        return 2;
+    }
+    return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    OccupyStandardFiles();
+    try {
+        return Run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        Host::Complain("not enough memory");
+    } catch (const std::exception& error) {
+        Host::Complain(error.what());
+    } catch (...) {
+        Host::Complain("stopped by an unknown error");
+    }
+    return 1;
+}

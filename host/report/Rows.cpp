@@ -1,0 +1,219 @@
+#include "host/report/Rows.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace Host {
+
+namespace {
+
+constexpr std::size_t LongestNumber = 350;
+
+// Number of characters, not bytes, of UTF-8 text.
+std::size_t Length(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+}
+
+// What the writers share: printing a value without quotes.
+char* PrintPlain(const Cell& cell, int decimals, char* to) {
+    if (const auto* whole = std::get_if<std::int64_t>(&cell)) return std::to_chars(to, to + 24, *whole).ptr;
+    if (const auto* real = std::get_if<double>(&cell)) {
+        return std::isfinite(*real) ? PrintNumber(*real, decimals, to) : to;
+    }
+    return to;
+}
+
+std::string FullName(const Column& column) {
+    std::string name = column.name;
+    if (!column.unit.empty()) name += "_" + column.unit;
+    std::ranges::replace(name, '/', '_');
+    std::ranges::replace(name, ' ', '_');
+    return name;
+}
+
+class TableWriter final : public RowWriter {
+public:
+    TableWriter(std::vector<Column> columns, Sink& sink) : columns_(std::move(columns)), sink_(sink) {
+        for (const Column& column : columns_) Right(column.name, column);
+        sink_.Write("\n");
+        for (const Column& column : columns_) Right(column.unit, column);
+        sink_.Write("\n");
+    }
+
+    void Write(std::span<const Cell> cells) override {
+        std::array<char, LongestNumber> number;
+        for (std::size_t i = 0; i < columns_.size() && i < cells.size(); ++i) {
+            if (const auto* text = std::get_if<std::string_view>(&cells[i])) {
+                Right(*text, columns_[i]);
+            } else if (const auto* yes = std::get_if<bool>(&cells[i])) {
+                Right(*yes ? "yes" : "no", columns_[i]);
+            } else {
+                const char* end = PrintPlain(cells[i], columns_[i].decimals, number.data());
+                const std::string_view printed(number.data(), static_cast<std::size_t>(end - number.data()));
+                Right(printed.empty() ? "-" : printed, columns_[i]);
+            }
+        }
+        sink_.Write("\n");
+    }
+
+private:
+    void Right(std::string_view text, const Column& column) {
+        const std::size_t width = static_cast<std::size_t>(std::max(column.width, 1)) + 1;
+        const std::size_t length = Length(text);
+        // A value too long for its column still keeps a blank before it.
+        sink_.Write(std::string(length < width ? width - length : 1, ' '));
+        sink_.Write(text);
+    }
+
+    std::vector<Column> columns_;
+    Sink& sink_;
+};
+
+class CsvWriter final : public RowWriter {
+public:
+    CsvWriter(std::vector<Column> columns, Sink& sink) : columns_(std::move(columns)), sink_(sink) {
+        for (std::size_t i = 0; i < columns_.size(); ++i) {
+            if (i > 0) sink_.Write(",");
+            Quoted(FullName(columns_[i]));
+        }
+        sink_.Write("\n");
+    }
+
+    void Write(std::span<const Cell> cells) override {
+        for (std::size_t i = 0; i < columns_.size() && i < cells.size(); ++i) {
+            if (const auto* text = std::get_if<std::string_view>(&cells[i])) {
+                if (i > 0) sink_.Write(",");
+                Quoted(*text);
+                continue;
+            }
+            char* const start = sink_.Reserve(LongestNumber + 1);
+            char* end = start;
+            if (i > 0) *end++ = ',';
+            if (const auto* yes = std::get_if<bool>(&cells[i])) {
+                *end++ = *yes ? '1' : '0';
+            } else {
+                end = PrintPlain(cells[i], columns_[i].decimals, end);
+            }
+            sink_.Advance(static_cast<std::size_t>(end - start));
+        }
+        sink_.Write("\n");
+    }
+
+private:
+    // As RFC 4180 wants it.
+    void Quoted(std::string_view text) {
+        if (text.find_first_of(",\"\r\n") == std::string_view::npos) return sink_.Write(text);
+        sink_.Write("\"");
+        for (const char c : text) sink_.Write(c == '"' ? std::string_view("\"\"") : std::string_view(&c, 1));
+        sink_.Write("\"");
+    }
+
+    std::vector<Column> columns_;
+    Sink& sink_;
+};
+
+class NdjsonWriter final : public RowWriter {
+public:
+    NdjsonWriter(std::vector<Column> columns, Sink& sink) : columns_(std::move(columns)), sink_(sink) {
+        for (const Column& column : columns_) names_.push_back("\"" + FullName(column) + "\":");
+    }
+
+    void Write(std::span<const Cell> cells) override {
+        sink_.Write("{");
+        for (std::size_t i = 0; i < columns_.size() && i < cells.size(); ++i) {
+            if (i > 0) sink_.Write(",");
+            sink_.Write(names_[i]);
+            if (const auto* text = std::get_if<std::string_view>(&cells[i])) {
+                Quoted(*text);
+            } else if (const auto* yes = std::get_if<bool>(&cells[i])) {
+                sink_.Write(*yes ? "true" : "false");
+            } else {
+                char* const start = sink_.Reserve(LongestNumber);
+                char* const end = PrintPlain(cells[i], columns_[i].decimals, start);
+                if (end == start) {
+                    sink_.Write("null");
+                } else {
+                    sink_.Advance(static_cast<std::size_t>(end - start));
+                }
+            }
+        }
+        sink_.Write("}\n");
+    }
+
+private:
+    void Quoted(std::string_view text) {
+        constexpr std::string_view Digits = "0123456789abcdef";
+        sink_.Write("\"");
+        for (const char& c : text) {
+            const auto code = static_cast<unsigned char>(c);
+            if (c == '"' || c == '\\') sink_.Write("\\");
+            if (code < 0x20) {
+                sink_.Write("\\u00");
+                sink_.Write(Digits.substr(code >> 4U, 1));
+                sink_.Write(Digits.substr(code & 0xFU, 1));
+            } else {
+                sink_.Write(std::string_view(&c, 1));
+            }
+        }
+        sink_.Write("\"");
+    }
+
+    std::vector<Column> columns_;
+    std::vector<std::string> names_;
+    Sink& sink_;
+};
+
+}  // namespace
+
+bool ParseForm(std::string_view text, Form& form) {
+    if (text == "table")
+        form = Form::Table;
+    else if (text == "csv")
+        form = Form::Csv;
+    else if (text == "ndjson")
+        form = Form::Ndjson;
+    else
+        return false;
+    return true;
+}
+
+std::unique_ptr<RowWriter> RowWriter::Make(Form form, std::vector<Column> columns, Sink& sink) {
+    switch (form) {
+        case Form::Csv:
+            return std::make_unique<CsvWriter>(std::move(columns), sink);
+        case Form::Ndjson:
+            return std::make_unique<NdjsonWriter>(std::move(columns), sink);
+        case Form::Table:
+            break;
+    }
+    return std::make_unique<TableWriter>(std::move(columns), sink);
+}
+
+char* PrintNumber(double value, int decimals, char* to) {
+    char* const last = to + LongestNumber;
+    if (decimals < 0)
+        return std::to_chars(to, last, value, std::chars_format::scientific, std::min(-decimals - 1, 16)).ptr;
+    // The common case in whole numbers, which is several times faster: at most 15 digits lie exactly in a double.
+    constexpr std::array Powers = {1.0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6};
+    if (decimals < static_cast<int>(Powers.size())) {
+        const double power = Powers[static_cast<std::size_t>(decimals)];
+        const double scaled = std::abs(value) * power;
+        if (scaled < 1e15) {
+            const auto whole = static_cast<std::uint64_t>(std::llround(scaled));
+            if (value < 0.0 && whole > 0) *to++ = '-';
+            const auto unit = static_cast<std::uint64_t>(power);
+            to = std::to_chars(to, last, whole / unit).ptr;
+            if (decimals == 0) return to;
+            *to = '.';
+            std::uint64_t fraction = whole % unit;
+            for (int i = decimals; i > 0; --i, fraction /= 10) to[i] = static_cast<char>('0' + fraction % 10);
+            return to + decimals + 1;
+        }
+    }
+    return std::to_chars(to, last, value, std::chars_format::fixed, std::min(decimals, 30)).ptr;
+}
+
+}  // namespace Host

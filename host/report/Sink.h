@@ -1,0 +1,41 @@
+// Host::Sink: where a command's output goes, a file or standard output, through one buffer.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace Host {
+
+// Collects bytes and writes them in large pieces. A write that fails (disk full, pipe closed) is remembered; what comes
+// after it is dropped, and Close tells.
+class Sink {
+public:
+    // Standard output for an empty path and for "-", otherwise a file that is made anew.
+    explicit Sink(const std::string& path);
+    Sink(const Sink&) = delete;
+    Sink& operator=(const Sink&) = delete;
+    ~Sink();
+
+    // Room for at least `size` more bytes at the end of what was written; Advance takes what was used of it.
+    [[nodiscard]] char* Reserve(std::size_t size);
+    void Advance(std::size_t size) { used_ += size; }
+    void Write(std::string_view text);
+
+    // Whether everything has been written so far.
+    [[nodiscard]] bool IsGood() const { return error_.empty(); }
+    // Writes what is left and closes; empty, or what went wrong with the name of the file.
+    [[nodiscard]] std::string Close();
+
+private:
+    void Flush();
+    void Fail(const char* what);
+
+    std::string name_;
+    int file_ = -1;
+    std::string buffer_;
+    std::size_t used_ = 0;
+    std::string error_;
+};
+
+}  // namespace Host
