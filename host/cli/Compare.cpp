@@ -192,6 +192,10 @@ int Run(const Options& options) {
         Complain(precise[i].warnings, options.allWarnings);
         if (!isRead) return Complain(error.Print()), 1;
         if (precise[i].GetNmrEpochs() == 0) return Complain(options.precise[i] + ": holds no epochs"), 1;
+        if (precise[i].GetNmrEpochs() < 4 && !precise[i].hasVelocities) {
+            Complain(options.precise[i] +
+                     ": along and cross need a velocity, which takes four epochs; nothing is compared");
+        }
     }
     GNSS::GPSTime first = precise.front().GetTime(0);
     GNSS::GPSTime last = first;
