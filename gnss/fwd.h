@@ -30,7 +30,6 @@ class GPSEphemeride;
 namespace Glonass {
 
 class Ephemeride;
-class Orbit;
 
 using Slot = SatelliteId<GlonassSystem>;
 using SlotType = SatelliteIdType<GlonassSystem>;

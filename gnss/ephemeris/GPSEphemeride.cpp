@@ -86,7 +86,10 @@ Angle GPSEphemeride::EccentricAnomaly(const Angle& M) const {
 
 bool GPSEphemeride::IsTooOld(const GPSTime& t) const {
     double limit = 7500.0;
-    if (status.IsValid(Status::CurveFit)) limit = (status.GetCurveFit() / 2) * 3600.0 + 300.0;
+    if (status.IsValid(Status::CurveFit)) {
+        const int halfFit = status.GetCurveFit() / 2;  // whole hours
+        limit = halfFit * 3600.0 + 300.0;
+    }
     const double dt = Elapsed(*this, clock.toc, t);
     return dt < -limit || dt > limit;
 }

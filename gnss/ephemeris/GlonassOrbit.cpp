@@ -114,10 +114,16 @@ inline Orbit Run(Orbit state, double interval, double step, Take take) {
     }
     double left = interval;
     if (interval >= 0.0) {
-        for (; left >= step; left -= step) state = take(state, step);
+        while (left >= step) {
+            state = take(state, step);
+            left -= step;
+        }
         if (left > 0.0) state = take(state, left);
     } else {
-        for (; left <= -step; left += step) state = take(state, -step);
+        while (left <= -step) {
+            state = take(state, -step);
+            left += step;
+        }
         if (left < 0.0) state = take(state, left);
     }
     return state;
