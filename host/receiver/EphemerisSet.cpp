@@ -20,7 +20,6 @@ constexpr double MostFromOrbit = 1500e3;  // m
 
 // The few things in which the two systems' records differ.
 struct GPSKind {
-    static constexpr char Letter = 'G';
     static constexpr double NearestLimit = 7200.0;     // s from the reference time
     static constexpr double SentBefore = 7200.0;       // a record's first transmission before its reference time
     static constexpr double NeighbourLimit = 14400.0;  // between records that are compared
@@ -51,7 +50,6 @@ struct GPSKind {
 };
 
 struct GlonassKind {
-    static constexpr char Letter = 'R';
     static constexpr double NearestLimit = 1800.0;
     static constexpr double SentBefore = 900.0;
     static constexpr double NeighbourLimit = 4000.0;
@@ -138,7 +136,7 @@ void FindOwners(std::array<Records, EphemerisSet::NmrGPS>& all) {
                 for (const auto& other : others.GetEntries()) {
                     const auto apart = Apart<GPSKind>(entry, other);
                     if (!apart || !(*apart < MostApart)) continue;
-                    entry.doubt += fmt::format("; it agrees with {}{:02} within {:.0f} m", GPSKind::Letter,
+                    entry.doubt += fmt::format("; it agrees with {}{:02} within {:.0f} m", 'G',
                                                GPSKind::Number(other.record), *apart);
                     goto found;
                 }
