@@ -25,19 +25,6 @@ inline Attraction Attract(const Orbit& s) {
     return {((1.0 - sine) * flattening - 1.0) * pull, ((3.0 - sine) * flattening - 1.0) * pull};
 }
 
-struct RotatingDerivative {
-    Orbit operator()(const Orbit& s, const ECEF& a) const {
-        constexpr double W = Orbit::EarthRate;
-        const Attraction pull = Attract(s);
-        return {s.vx,
-                s.vy,
-                s.vz,
-                (W * W * s.x + 2.0 * W * s.vy + a.GetX()) + s.x * pull.plane,
-                (W * W * s.y - 2.0 * W * s.vx + a.GetY()) + s.y * pull.plane,
-                s.z * pull.axis + a.GetZ()};
-    }
-};
-
 template <typename Function>
 inline Orbit Step(const Orbit& y, double h, const ECEF& a, Function f) {
     const Orbit k1 = f(y, a);
@@ -144,8 +131,15 @@ void Orbit::Init(const ECEF& posn, const ECEF& vely, Corvane::Angle theta) {
              vxStill * c - vyStill * s,         vxStill * s + vyStill * c,         vely.GetZ()};
 }
 
-Orbit Orbit::Rotating(const Orbit& state, const ECEF& acceleration) {
-    return RotatingDerivative()(state, acceleration);
+Orbit Orbit::Rotating(const Orbit& s, const ECEF& a) {
+    constexpr double W = EarthRate;
+    const Attraction pull = Attract(s);
+    return {s.vx,
+            s.vy,
+            s.vz,
+            (W * W * s.x + 2.0 * W * s.vy + a.GetX()) + s.x * pull.plane,
+            (W * W * s.y - 2.0 * W * s.vx + a.GetY()) + s.y * pull.plane,
+            s.z * pull.axis + a.GetZ()};
 }
 
 Orbit Orbit::Absolute(const Orbit& s, const ECEF& a) {
