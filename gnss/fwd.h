@@ -27,6 +27,10 @@ using GPSFreqy = SignalFrequency<GPSSystem>;
 class Almanac;
 class GPSEphemeride;
 
+// Navigation messages.
+class ICD;
+class ICDGlonass;
+
 namespace Glonass {
 
 class Ephemeride;

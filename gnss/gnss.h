@@ -39,3 +39,7 @@
 // Ephemerides.
 #include "gnss/ephemeris/GPSEphemeride.h"
 #include "gnss/ephemeris/GlonassEphemeride.h"
+
+// Navigation messages.
+#include "gnss/icd/ICD.h"
+#include "gnss/icd/ICDGlonass.h"
