@@ -47,10 +47,10 @@ void CheckEphemeride(const ICDGlonass& icd, int slot, int frame) {
     Ephemeride eph;
     eph.slot = slot;
     eph.accuracy = 3.0;
-    const auto before = BytesOf(eph);
+    const auto before = eph;
     if (!icd.GetEphemeride(eph, frame)) {
         Check(eph.slot.IsNull() || frame < 1 || frame > ICDGlonass::NmrFrame);
-        Check(BytesOf(eph) == before);
+        Check(BytesOf(eph) == BytesOf(before));
         return;
     }
     Check(eph.slot == slot && eph.posn.sequence == -1 && eph.accuracy == Ephemeride::UnknownAccuracy);
@@ -71,14 +71,14 @@ void CheckAlmanac(const ICDGlonass& icd, int slot) {
     GNSS::Almanac::GlonassSV sv;
     sv.slot = slot;
     sv.day = -1;
-    const auto before = BytesOf(sv);
+    const auto before = sv;
     const bool isUsable = icd.GetAlmanac(sv);
     if (sv.day < 0) {
-        Check(!isUsable && BytesOf(sv) == before);
+        Check(!isUsable && BytesOf(sv) == BytesOf(before));
         return;
     }
     Check(isUsable == (sv.channel != 0 || sv.health == 1));
-    Check(sv.slot == slot && sv.channel >= -7 && sv.channel <= 24);
+    Check(sv.slot.IsValid() && sv.slot == slot && sv.channel >= -7 && sv.channel <= 24);
     using SF = ICDGlonass::AlmanacSF;
     CheckUnsigned(sv.health, 1, 1.0);
     CheckUnsigned(sv.day, 11, 1.0);
@@ -136,8 +136,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
         int index = -1;
         if (icd[what % 5].FindIndex(static_cast<int>(range[0]), index)) Check(index >= 5 && index <= 14);
-        for (int slot = 0; slot <= 24; ++slot) CheckAlmanac(icd, slot);
+        CheckAlmanac(icd, static_cast<int>(string.GetUnsigned(73, 5)));
         CheckEphemeride(icd, what % 26, frame);
     }
+    for (int slot = 0; slot <= 25; ++slot) CheckAlmanac(icd, slot);
     return 0;
 }

@@ -71,7 +71,6 @@ void CheckPages(const ICD& icd, int number, int week) {
     const bool exists = number >= 1 && number <= ICD::Subframes;
     const ICD::Subframe& subframe = icd.GetSubframe(number);
     GNSS::Almanac::SV sv;
-    const auto freshSV = BytesOf(sv);
     if (icd.GetAlmanac(sv, week % 30000, number)) {
         Check(exists && sv.prn == subframe.GetSVID() && sv.health <= 255);
         CheckUnsigned(sv.e, 16, ICD::AlmanacSF::Eccent);
@@ -81,7 +80,7 @@ void CheckPages(const ICD& icd, int number, int week) {
         CheckUnsigned((sv.toa - GNSS::GPSTime(week % 30000, 0.0)).Seconds(), 8, ICD::AlmanacSF::Toa);
     } else {
         Check(!exists || subframe.GetSVID() < 1 || subframe.GetSVID() > 32);
-        Check(BytesOf(sv) == freshSV);
+        Check(BytesOf(sv) == BytesOf(GNSS::Almanac::SV()));
     }
     GNSS::Almanac::Iono iono;
     GNSS::Almanac::UTC utc;
