@@ -1,6 +1,9 @@
 // How the almanac file holds a time: the week in 16 bits and the seconds of the week.
 #pragma once
 
+#include <cstdint>
+#include <limits>
+
 #include "gnss/platform/Stream.h"
 #include "gnss/time/GPSTime.h"
 
@@ -12,10 +15,13 @@ inline void WriteTime(Corvane::Stream::Output& output, const GPSTime& time) {
     output.WriteDouble(time.GetSeconds());
 }
 
-// Seconds outside the week are carried into it.
+// Seconds outside the week are carried into it. Error when that gives a week that could not be written again.
 [[nodiscard]] inline GPSTime ReadTime(Corvane::Stream::Input& input) {
     const int week = input.ReadShortAsInt();
-    return {week, input.ReadDouble()};
+    const GPSTime time(week, input.ReadDouble());
+    using Week = std::numeric_limits<std::int16_t>;
+    if (time.GetWeek() < Week::min() || time.GetWeek() > Week::max()) throw Corvane::Stream::Error("no such week");
+    return time;
 }
 
 }  // namespace GNSS::AlmanacFile
