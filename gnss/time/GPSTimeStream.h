@@ -1,4 +1,4 @@
-// How the almanac file holds a time: the week in 16 bits and the seconds of the week.
+// How records in files hold a time: the week in 16 bits and the seconds of the week.
 #pragma once
 
 #include <cstdint>
@@ -7,16 +7,16 @@
 #include "gnss/platform/Stream.h"
 #include "gnss/time/GPSTime.h"
 
-namespace GNSS::AlmanacFile {
+namespace GNSS::GPSTimeStream {
 
 // Error when the week does not fit.
-inline void WriteTime(Corvane::Stream::Output& output, const GPSTime& time) {
+inline void Write(Corvane::Stream::Output& output, const GPSTime& time) {
     output.WriteIntAsShort(time.GetWeek());
     output.WriteDouble(time.GetSeconds());
 }
 
 // Seconds outside the week are carried into it. Error when that gives a week that could not be written again.
-[[nodiscard]] inline GPSTime ReadTime(Corvane::Stream::Input& input) {
+[[nodiscard]] inline GPSTime Read(Corvane::Stream::Input& input) {
     const int week = input.ReadShortAsInt();
     const GPSTime time(week, input.ReadDouble());
     using Week = std::numeric_limits<std::int16_t>;
@@ -24,4 +24,4 @@ inline void WriteTime(Corvane::Stream::Output& output, const GPSTime& time) {
     return time;
 }
 
-}  // namespace GNSS::AlmanacFile
+}  // namespace GNSS::GPSTimeStream
