@@ -29,12 +29,15 @@
 #include "gnss/geodesy/QGrid.h"
 #include "gnss/geodesy/Spheroid.h"
 
-// Almanac records, ionosphere and UTC.
+// Almanac, its records, ionosphere and UTC.
+#include "gnss/almanac/Almanac.h"
+#include "gnss/almanac/AlmanacCalculator.h"
 #include "gnss/almanac/AlmanacGlonassOrbit.h"
 #include "gnss/almanac/AlmanacGlonassSV.h"
 #include "gnss/almanac/AlmanacIono.h"
 #include "gnss/almanac/AlmanacSV.h"
 #include "gnss/almanac/AlmanacUTC.h"
+#include "gnss/almanac/AlmanacUpdate.h"
 
 // Ephemerides.
 #include "gnss/ephemeris/GPSEphemeride.h"

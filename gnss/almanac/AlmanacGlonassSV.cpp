@@ -3,10 +3,10 @@
 #include <cmath>
 #include <numbers>
 
-#include "gnss/almanac/AlmanacTime.h"
 #include "gnss/almanac/GlonassAlmanacModel.h"
 #include "gnss/geodesy/Kepler.h"
 #include "gnss/platform/Number.h"
+#include "gnss/time/GPSTimeStream.h"
 
 namespace GNSS {
 
@@ -104,7 +104,7 @@ bool Almanac::GlonassSV::Write(Corvane::Stream::Output& output) const {
     return Succeeds([&] {
         output.WriteIntAsShort(slot);
         output.WriteIntAsShort(channel);
-        AlmanacFile::WriteTime(output, time);
+        GPSTimeStream::Write(output, time);
         output.WriteIntAsShort(health);
         output.WriteIntAsShort(day);
         output.WriteAngle(Lambda);
@@ -121,7 +121,7 @@ bool Almanac::GlonassSV::Read(Corvane::Stream::Input& input) {
         GlonassSV read;
         read.slot.Set(input.ReadShortAsInt());
         read.channel = input.ReadShortAsInt();
-        read.time = AlmanacFile::ReadTime(input);
+        read.time = GPSTimeStream::Read(input);
         read.health = input.ReadShortAsInt();
         read.day = input.ReadShortAsInt();
         read.Lambda = input.ReadAngle();

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <numbers>
 
-#include "gnss/almanac/AlmanacTime.h"
 #include "gnss/time/Constants.h"
+#include "gnss/time/GPSTimeStream.h"
 
 namespace GNSS {
 
@@ -60,7 +60,7 @@ double Almanac::Iono::CalculateDelay(const GPSTime& t, const Latitude& lat, cons
 
 bool Almanac::Iono::Write(Corvane::Stream::Output& output) const {
     return Succeeds([&] {
-        AlmanacFile::WriteTime(output, time);
+        GPSTimeStream::Write(output, time);
         for (const double value : {alpha0, alpha1, alpha2, alpha3, beta0, beta1, beta2, beta3}) {
             output.WriteDouble(value);
         }
@@ -70,7 +70,7 @@ bool Almanac::Iono::Write(Corvane::Stream::Output& output) const {
 bool Almanac::Iono::Read(Corvane::Stream::Input& input) {
     return Succeeds([&] {
         Iono read;
-        read.time = AlmanacFile::ReadTime(input);
+        read.time = GPSTimeStream::Read(input);
         for (double* value : {&read.alpha0, &read.alpha1, &read.alpha2, &read.alpha3, &read.beta0, &read.beta1,
                               &read.beta2, &read.beta3}) {
             *value = input.ReadDouble();

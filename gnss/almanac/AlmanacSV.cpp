@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "gnss/almanac/AlmanacTime.h"
 #include "gnss/geodesy/Kepler.h"
 #include "gnss/time/Constants.h"
+#include "gnss/time/GPSTimeStream.h"
 
 namespace GNSS {
 
@@ -50,8 +50,8 @@ bool Almanac::SV::CalculatePosn(const GPSTime& t, ECEF& posn) const {
 bool Almanac::SV::Write(Corvane::Stream::Output& output) const {
     return Succeeds([&] {
         output.WriteIntAsShort(prn);
-        AlmanacFile::WriteTime(output, time);
-        AlmanacFile::WriteTime(output, toa);
+        GPSTimeStream::Write(output, time);
+        GPSTimeStream::Write(output, toa);
         output.WriteIntAsShort(health);
         output.WriteDouble(e);
         output.WriteAngle(i);
@@ -68,8 +68,8 @@ bool Almanac::SV::Read(Corvane::Stream::Input& input) {
         SV read;
         // By Set, to which the number 0 is PRN 32: a record without a satellite comes back as one of PRN 32.
         read.prn.Set(input.ReadShortAsInt());
-        read.time = AlmanacFile::ReadTime(input);
-        read.toa = AlmanacFile::ReadTime(input);
+        read.time = GPSTimeStream::Read(input);
+        read.toa = GPSTimeStream::Read(input);
         read.health = input.ReadShortAsInt();
         read.e = input.ReadDouble();
         read.i = input.ReadAngle();

@@ -1,7 +1,7 @@
 #include "gnss/almanac/AlmanacUTC.h"
 
-#include "gnss/almanac/AlmanacTime.h"
 #include "gnss/platform/Number.h"
+#include "gnss/time/GPSTimeStream.h"
 
 namespace GNSS {
 
@@ -83,7 +83,7 @@ TimeDate Almanac::UTC::CaseCShort(const GPSTime& t) const {
 
 bool Almanac::UTC::Write(Corvane::Stream::Output& output) const {
     return Succeeds([&] {
-        AlmanacFile::WriteTime(output, time);
+        GPSTimeStream::Write(output, time);
         output.WriteDouble(A0);
         output.WriteDouble(A1);
         output.WriteInt(DtLS);
@@ -95,7 +95,7 @@ bool Almanac::UTC::Write(Corvane::Stream::Output& output) const {
 bool Almanac::UTC::Read(Corvane::Stream::Input& input) {
     return Succeeds([&] {
         UTC read;
-        read.time = AlmanacFile::ReadTime(input);
+        read.time = GPSTimeStream::Read(input);
         read.A0 = input.ReadDouble();
         read.A1 = input.ReadDouble();
         read.DtLS = input.ReadInt();

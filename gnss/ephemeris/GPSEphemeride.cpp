@@ -4,6 +4,7 @@
 
 #include "gnss/ephemeris/GPSOrbitModel.h"
 #include "gnss/geodesy/Kepler.h"
+#include "gnss/time/GPSTimeStream.h"
 
 namespace GNSS {
 
@@ -206,8 +207,7 @@ bool GPSEphemeride::Clock::Read(Corvane::Stream::Input& input) {
 bool GPSEphemeride::Write(Corvane::Stream::Output& output) const {
     return Succeeds([&] {
         output.WriteIntAsShort(prn);
-        output.WriteIntAsShort(reference.GetWeek());
-        output.WriteDouble(reference.GetSeconds());
+        GPSTimeStream::Write(output, reference);
         return posn.Write(output) && clock.Write(output) && status.Write(output);
     });
 }
@@ -217,8 +217,7 @@ bool GPSEphemeride::Read(Corvane::Stream::Input& input) {
         GPSEphemeride read;
         // By Set, to which the number 0 is PRN 32: a record without a satellite comes back as one of PRN 32.
         read.prn.Set(input.ReadShortAsInt());
-        const int week = input.ReadShortAsInt();
-        read.reference.SetTo(week, input.ReadDouble());
+        read.reference = GPSTimeStream::Read(input);
         if (!read.posn.Read(input) || !read.clock.Read(input) || !read.status.Read(input)) return false;
         *this = read;
         return true;

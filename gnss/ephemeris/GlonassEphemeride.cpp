@@ -7,6 +7,7 @@
 #include "gnss/platform/LogPoint.h"
 #include "gnss/platform/Number.h"
 #include "gnss/platform/Registry.h"
+#include "gnss/time/GPSTimeStream.h"
 
 namespace GNSS::Glonass {
 
@@ -240,8 +241,7 @@ bool Ephemeride::Write(Corvane::Stream::Output& output) const {
         } else {
             output.WriteUChar(static_cast<std::uint8_t>(static_cast<int>(slot)));
         }
-        output.WriteIntAsShort(reference.GetWeek());
-        output.WriteDouble(reference.GetSeconds());
+        GPSTimeStream::Write(output, reference);
         if (!posn.Write(output) || !clock.Write(output) || !status.Write(output) || !m.Write(output)) return false;
         output.WriteDouble(accuracy);
         return true;
@@ -252,8 +252,7 @@ bool Ephemeride::Read(Corvane::Stream::Input& input) {
     return Succeeds([&] {
         Ephemeride read;
         read.slot.Set(IsOldFormat() ? input.ReadShortAsInt() : input.ReadUChar());
-        const int week = input.ReadShortAsInt();
-        read.reference.SetTo(week, input.ReadDouble());
+        read.reference = GPSTimeStream::Read(input);
         if (!read.posn.Read(input) || !read.clock.Read(input) || !read.status.Read(input) || !read.m.Read(input))
             return false;
         read.accuracy = input.ReadDouble();
