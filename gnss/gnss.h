@@ -32,6 +32,14 @@
 // Almanac, its records, ionosphere and UTC.
 #include "gnss/almanac/Almanac.h"
 #include "gnss/almanac/AlmanacCalculator.h"
+// Measurements.
+#include "gnss/measurement/GPSMeas.h"
+#include "gnss/measurement/GlonassMeasurement.h"
+#include "gnss/measurement/MSAdjust.h"
+#include "gnss/measurement/MeasAvail.h"
+#include "gnss/measurement/MeasSet.h"
+
+// Almanac records, ionosphere and UTC.
 #include "gnss/almanac/AlmanacGlonassOrbit.h"
 #include "gnss/almanac/AlmanacGlonassSV.h"
 #include "gnss/almanac/AlmanacIono.h"
