@@ -26,6 +26,15 @@ using GPSFreqy = SignalFrequency<GPSSystem>;
 // Almanac and ephemerides.
 class Almanac;
 class GPSEphemeride;
+struct GPSEphemerisRules;
+struct GlonassEphemerisRules;
+template <typename Rules>
+class GNSS_EXPORT EphemerisHistory;
+template <typename Rules>
+class GNSS_EXPORT EphemerisCalculator;
+
+using GPSEphemeris = EphemerisHistory<GPSEphemerisRules>;
+using GPSEphemerisCalc = EphemerisCalculator<GPSEphemerisRules>;
 
 namespace Glonass {
 
@@ -34,6 +43,8 @@ class Ephemeride;
 using Slot = SatelliteId<GlonassSystem>;
 using SlotType = SatelliteIdType<GlonassSystem>;
 using Frequency = SignalFrequency<GlonassSystem>;
+using Ephemeris = EphemerisHistory<GlonassEphemerisRules>;
+using EphemerisCalc = EphemerisCalculator<GlonassEphemerisRules>;
 
 }  // namespace Glonass
 }  // namespace GNSS

@@ -38,4 +38,8 @@
 
 // Ephemerides.
 #include "gnss/ephemeris/GPSEphemeride.h"
+#include "gnss/ephemeris/GPSEphemeris.h"
+#include "gnss/ephemeris/GPSEphemerisCalc.h"
 #include "gnss/ephemeris/GlonassEphemeride.h"
+#include "gnss/ephemeris/GlonassEphemeris.h"
+#include "gnss/ephemeris/GlonassEphemerisCalc.h"

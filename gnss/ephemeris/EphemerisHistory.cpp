@@ -1,0 +1,95 @@
+#include "gnss/ephemeris/EphemerisHistory.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "gnss/ephemeris/GPSEphemeris.h"
+#include "gnss/ephemeris/GlonassEphemeris.h"
+
+namespace GNSS {
+
+template <typename Rules>
+bool EphemerisHistory<Rules>::Update(const Record& record) {
+    const Id id = Rules::GetId(record);
+    if (!Rules::IsPlausible(record) || id.IsNull()) return false;
+
+    // Most records are repeats, so nothing is copied before the answer is known.
+    const SV* held = FindSV(id);
+    Record received = record;
+    const Reception reception = Rules::Receive(held == nullptr ? nullptr : held->GetEphem(0), received);
+    if (reception == Reception::Refused) return false;
+    auto changed = held == nullptr ? std::make_shared<SV>() : std::make_shared<SV>(*held);
+    changed->Store(received, reception);
+    body_.Write()[Place(id)] = std::move(changed);
+    return true;
+}
+
+template <typename Rules>
+void EphemerisHistory<Rules>::Reset() {
+    body_ = Corvane::CopyOnWrite<Body>();
+}
+
+template <typename Rules>
+const typename EphemerisHistory<Rules>::SV* EphemerisHistory<Rules>::FindSV(const Id& id) const {
+    return id.IsNull() ? nullptr : body_.Read()[Place(id)].get();
+}
+
+template <typename Rules>
+int EphemerisHistory<Rules>::NmrSV() const {
+    const Body& body = body_.Read();
+    return static_cast<int>(std::count_if(body.begin(), body.end(), [](const auto& sv) { return sv != nullptr; }));
+}
+
+template <typename Rules>
+bool EphemerisHistory<Rules>::CalculatePosn(const Id& id, const GPSTime& t, Result& result) const {
+    if (const SV* sv = FindSV(id)) return sv->CalculatePosn(t, result);
+    result.Reset();
+    return false;
+}
+
+template <typename Rules>
+bool EphemerisHistory<Rules>::CalculateSecondPosn(const Id& id, const GPSTime& t, Result& result) const {
+    if (const SV* sv = FindSV(id)) return sv->CalculateSecondPosn(t, result);
+    result.Reset();
+    return false;
+}
+
+template <typename Rules>
+bool EphemerisHistory<Rules>::SV::Update(const Record& record) {
+    Record received = record;
+    const Reception reception = Rules::Receive(GetEphem(0), received);
+    if (reception == Reception::Refused) return false;
+    Store(received, reception);
+    return true;
+}
+
+template <typename Rules>
+const typename EphemerisHistory<Rules>::Record* EphemerisHistory<Rules>::SV::GetEphem(int index) const {
+    return index >= 0 && index < nmrEphem_ ? &records_[static_cast<std::size_t>(index)] : nullptr;
+}
+
+template <typename Rules>
+void EphemerisHistory<Rules>::SV::Store(const Record& record, Reception reception) {
+    if (reception == Reception::BecomesNewest) {
+        std::move_backward(records_.begin(), records_.end() - 1, records_.end());
+        nmrEphem_ = std::min(nmrEphem_ + 1, int{Depth});
+    }
+    records_.front() = record;
+}
+
+template <typename Rules>
+bool EphemerisHistory<Rules>::SV::CalculateWith(int index, const GPSTime& t, Result& result) const {
+    const Record* record = GetEphem(index);
+    if (record == nullptr) {
+        result.Reset();
+        return false;
+    }
+    if (!Rules::CalculatePosn(*record, t, result, index > 0)) return false;
+    if (index + 1 == nmrEphem_) Rules::ForgetSequence(result);
+    return true;
+}
+
+template class EphemerisHistory<GPSEphemerisRules>;
+template class EphemerisHistory<GlonassEphemerisRules>;
+
+}  // namespace GNSS
