@@ -19,9 +19,17 @@ class GNSS_EXPORT SatelliteIdType;
 template <typename System>
 class GNSS_EXPORT SignalFrequency;
 
+// Measurements.
+template <typename System>
+class GNSS_EXPORT SignalMeasurement;
+class MeasSet;
+class MeasAvail;
+class MSAdjust;
+
 using PRN = SatelliteId<GPSSystem>;
 using PRNType = SatelliteIdType<GPSSystem>;
 using GPSFreqy = SignalFrequency<GPSSystem>;
+using GPSMeas = SignalMeasurement<GPSSystem>;
 
 // Almanac and ephemerides.
 class Almanac;
@@ -45,6 +53,7 @@ using SlotType = SatelliteIdType<GlonassSystem>;
 using Frequency = SignalFrequency<GlonassSystem>;
 using Ephemeris = EphemerisHistory<GlonassEphemerisRules>;
 using EphemerisCalc = EphemerisCalculator<GlonassEphemerisRules>;
+using Measurement = SignalMeasurement<GlonassSystem>;
 
 }  // namespace Glonass
 }  // namespace GNSS

@@ -29,6 +29,13 @@
 #include "gnss/geodesy/QGrid.h"
 #include "gnss/geodesy/Spheroid.h"
 
+// Measurements.
+#include "gnss/measurement/GPSMeas.h"
+#include "gnss/measurement/GlonassMeasurement.h"
+#include "gnss/measurement/MSAdjust.h"
+#include "gnss/measurement/MeasAvail.h"
+#include "gnss/measurement/MeasSet.h"
+
 // Almanac records, ionosphere and UTC.
 #include "gnss/almanac/AlmanacGlonassOrbit.h"
 #include "gnss/almanac/AlmanacGlonassSV.h"
