@@ -34,15 +34,17 @@ using GPSMeas = SignalMeasurement<GPSSystem>;
 // Almanac and ephemerides.
 class Almanac;
 class GPSEphemeride;
-struct GPSEphemerisRules;
-struct GlonassEphemerisRules;
-template <typename Rules>
+template <typename System>
 class GNSS_EXPORT EphemerisHistory;
-template <typename Rules>
+template <typename System>
 class GNSS_EXPORT EphemerisCalculator;
+template <typename System>
+class GNSS_EXPORT DataAge;
 
-using GPSEphemeris = EphemerisHistory<GPSEphemerisRules>;
-using GPSEphemerisCalc = EphemerisCalculator<GPSEphemerisRules>;
+using GPSEphemeris = EphemerisHistory<GPSSystem>;
+using GPSEphemerisCalc = EphemerisCalculator<GPSSystem>;
+using IODEData = DataAge<GPSSystem>;
+using TbData = DataAge<GlonassSystem>;
 
 namespace Glonass {
 
@@ -51,9 +53,9 @@ class Ephemeride;
 using Slot = SatelliteId<GlonassSystem>;
 using SlotType = SatelliteIdType<GlonassSystem>;
 using Frequency = SignalFrequency<GlonassSystem>;
-using Ephemeris = EphemerisHistory<GlonassEphemerisRules>;
-using EphemerisCalc = EphemerisCalculator<GlonassEphemerisRules>;
 using Measurement = SignalMeasurement<GlonassSystem>;
+using Ephemeris = EphemerisHistory<GlonassSystem>;
+using EphemerisCalc = EphemerisCalculator<GlonassSystem>;
 
 }  // namespace Glonass
 }  // namespace GNSS

@@ -50,3 +50,5 @@
 #include "gnss/ephemeris/GlonassEphemeride.h"
 #include "gnss/ephemeris/GlonassEphemeris.h"
 #include "gnss/ephemeris/GlonassEphemerisCalc.h"
+#include "gnss/ephemeris/IODEData.h"
+#include "gnss/ephemeris/TbData.h"

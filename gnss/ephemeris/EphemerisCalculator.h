@@ -21,9 +21,10 @@ namespace GNSS {
 //
 // Times are GPS system time; positions are earth-fixed, in metres, as of the record that gave them. A false answer
 // leaves the result reset. Nothing is allocated.
-template <typename Rules>
-class GNSS_EXPORT EphemerisCalculator : public Rules::CalculatorMembers {
+template <typename System>
+class GNSS_EXPORT EphemerisCalculator : public EphemerisRules<System>::CalculatorMembers {
 public:
+    using Rules = EphemerisRules<System>;
     using Id = typename Rules::Id;
     using Result = typename Rules::Result;
 
@@ -60,8 +61,8 @@ private:
 };
 
 // What a calculator asks: a history, as a rule.
-template <typename Rules>
-class GNSS_EXPORT EphemerisCalculator<Rules>::Implementation {
+template <typename System>
+class GNSS_EXPORT EphemerisCalculator<System>::Implementation {
 public:
     virtual ~Implementation() = default;
     virtual bool CalculatePosn(const Id& id, const GPSTime& t, Result& result) const = 0;

@@ -8,8 +8,8 @@
 
 namespace GNSS {
 
-template <typename Rules>
-bool EphemerisHistory<Rules>::Update(const Record& record) {
+template <typename System>
+bool EphemerisHistory<System>::Update(const Record& record) {
     const Id id = Rules::GetId(record);
     if (!Rules::IsPlausible(record) || id.IsNull()) return false;
 
@@ -24,38 +24,38 @@ bool EphemerisHistory<Rules>::Update(const Record& record) {
     return true;
 }
 
-template <typename Rules>
-void EphemerisHistory<Rules>::Reset() {
+template <typename System>
+void EphemerisHistory<System>::Reset() {
     body_ = Corvane::CopyOnWrite<Body>();
 }
 
-template <typename Rules>
-const typename EphemerisHistory<Rules>::SV* EphemerisHistory<Rules>::FindSV(const Id& id) const {
+template <typename System>
+const typename EphemerisHistory<System>::SV* EphemerisHistory<System>::FindSV(const Id& id) const {
     return id.IsNull() ? nullptr : body_.Read()[Place(id)].get();
 }
 
-template <typename Rules>
-int EphemerisHistory<Rules>::NmrSV() const {
+template <typename System>
+int EphemerisHistory<System>::NmrSV() const {
     const Body& body = body_.Read();
     return static_cast<int>(std::count_if(body.begin(), body.end(), [](const auto& sv) { return sv != nullptr; }));
 }
 
-template <typename Rules>
-bool EphemerisHistory<Rules>::CalculatePosn(const Id& id, const GPSTime& t, Result& result) const {
+template <typename System>
+bool EphemerisHistory<System>::CalculatePosn(const Id& id, const GPSTime& t, Result& result) const {
     if (const SV* sv = FindSV(id)) return sv->CalculatePosn(t, result);
     result.Reset();
     return false;
 }
 
-template <typename Rules>
-bool EphemerisHistory<Rules>::CalculateSecondPosn(const Id& id, const GPSTime& t, Result& result) const {
+template <typename System>
+bool EphemerisHistory<System>::CalculateSecondPosn(const Id& id, const GPSTime& t, Result& result) const {
     if (const SV* sv = FindSV(id)) return sv->CalculateSecondPosn(t, result);
     result.Reset();
     return false;
 }
 
-template <typename Rules>
-bool EphemerisHistory<Rules>::SV::Update(const Record& record) {
+template <typename System>
+bool EphemerisHistory<System>::SV::Update(const Record& record) {
     Record received = record;
     const Reception reception = Rules::Receive(GetEphem(0), received);
     if (reception == Reception::Refused) return false;
@@ -63,13 +63,13 @@ bool EphemerisHistory<Rules>::SV::Update(const Record& record) {
     return true;
 }
 
-template <typename Rules>
-const typename EphemerisHistory<Rules>::Record* EphemerisHistory<Rules>::SV::GetEphem(int index) const {
+template <typename System>
+const typename EphemerisHistory<System>::Record* EphemerisHistory<System>::SV::GetEphem(int index) const {
     return index >= 0 && index < nmrEphem_ ? &records_[static_cast<std::size_t>(index)] : nullptr;
 }
 
-template <typename Rules>
-void EphemerisHistory<Rules>::SV::Store(const Record& record, Reception reception) {
+template <typename System>
+void EphemerisHistory<System>::SV::Store(const Record& record, Reception reception) {
     if (reception == Reception::BecomesNewest) {
         std::move_backward(records_.begin(), records_.end() - 1, records_.end());
         nmrEphem_ = std::min(nmrEphem_ + 1, int{Depth});
@@ -77,8 +77,8 @@ void EphemerisHistory<Rules>::SV::Store(const Record& record, Reception receptio
     records_.front() = record;
 }
 
-template <typename Rules>
-bool EphemerisHistory<Rules>::SV::CalculateWith(int index, const GPSTime& t, Result& result) const {
+template <typename System>
+bool EphemerisHistory<System>::SV::CalculateWith(int index, const GPSTime& t, Result& result) const {
     const Record* record = GetEphem(index);
     if (record == nullptr) {
         result.Reset();
@@ -89,7 +89,7 @@ bool EphemerisHistory<Rules>::SV::CalculateWith(int index, const GPSTime& t, Res
     return true;
 }
 
-template class EphemerisHistory<GPSEphemerisRules>;
-template class EphemerisHistory<GlonassEphemerisRules>;
+template class EphemerisHistory<GPSSystem>;
+template class EphemerisHistory<GlonassSystem>;
 
 }  // namespace GNSS

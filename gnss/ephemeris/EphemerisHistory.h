@@ -20,9 +20,10 @@ namespace GNSS {
 // A handle on a shared body: a copy costs one count, and a changed copy still shares every unchanged satellite's
 // records. What the copies see never changes under them. A history that is handed to other threads is not changed any
 // more; its copies are each their owner's.
-template <typename Rules>
-class GNSS_EXPORT EphemerisHistory : public EphemerisCalculator<Rules>::Implementation {
+template <typename System>
+class GNSS_EXPORT EphemerisHistory : public EphemerisCalculator<System>::Implementation {
 public:
+    using Rules = EphemerisRules<System>;
     using Id = typename Rules::Id;
     using Record = typename Rules::Record;
     using Result = typename Rules::Result;
@@ -56,8 +57,8 @@ private:
 };
 
 // The records of one satellite, newest first. A plain value of a fixed size.
-template <typename Rules>
-class GNSS_EXPORT EphemerisHistory<Rules>::SV : public Rules::HistoryMembers {
+template <typename System>
+class GNSS_EXPORT EphemerisHistory<System>::SV : public EphemerisRules<System>::HistoryMembers {
 public:
     // Most records; the oldest goes when another comes.
     static constexpr int Depth = Rules::Depth;

@@ -1,6 +1,5 @@
 #include "gnss/ephemeris/EphemerisRules.h"
 
-#include <cmath>
 #include <cstdint>
 
 #include "gnss/platform/Number.h"
@@ -8,7 +7,7 @@
 
 namespace GNSS {
 
-void GPSEphemerisRules::CalculatorMembers::CalculateRotation(ECEF& posn, double range) {
+void EphemerisRules<GPSSystem>::CalculatorMembers::CalculateRotation(ECEF& posn, double range) {
     const Corvane::Angle theta = GPSEphemeride::EarthRate * (range / LightSpeed);
     const double sine = sin(theta);
     const double cosine = cos(theta);
@@ -18,7 +17,7 @@ void GPSEphemerisRules::CalculatorMembers::CalculateRotation(ECEF& posn, double 
     posn.SetY(y * cosine - x * sine);
 }
 
-Reception GPSEphemerisRules::Receive(const Record* newest, Record& record) {
+Reception EphemerisRules<GPSSystem>::Receive(const Record* newest, Record& record) {
     if (newest != nullptr) {
         const bool isRepeat =
             record.posn.IODE == newest->posn.IODE && Corvane::compare(record.posn.toe, newest->posn.toe, 0.1) == 0;
@@ -27,11 +26,11 @@ Reception GPSEphemerisRules::Receive(const Record* newest, Record& record) {
     return Reception::BecomesNewest;
 }
 
-bool GPSEphemerisRules::CalculatePosn(const Record& record, const GPSTime& t, Result& result, bool) {
+bool EphemerisRules<GPSSystem>::CalculatePosn(const Record& record, const GPSTime& t, Result& result, bool) {
     return record.CalculatePosn(t, result);
 }
 
-Reception GlonassEphemerisRules::Receive(const Record* newest, Record& record) {
+Reception EphemerisRules<GlonassSystem>::Receive(const Record* newest, Record& record) {
     int& sequence = record.posn.sequence;
     if (newest == nullptr) {
         sequence = -1;
@@ -56,7 +55,8 @@ Reception GlonassEphemerisRules::Receive(const Record* newest, Record& record) {
     return Reception::BecomesNewest;
 }
 
-bool GlonassEphemerisRules::CalculatePosn(const Record& record, const GPSTime& t, Result& result, bool isSecond) {
+bool EphemerisRules<GlonassSystem>::CalculatePosn(const Record& record, const GPSTime& t, Result& result,
+                                                  bool isSecond) {
     return record.CalculatePosn(t, result, isSecond);
 }
 

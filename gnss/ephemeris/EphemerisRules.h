@@ -15,7 +15,11 @@ namespace GNSS {
 // What a satellite's history does with a record that comes in.
 enum class Reception { Refused, ReplacesNewest, BecomesNewest };
 
-struct GNSS_EXPORT GPSEphemerisRules {
+template <typename System>
+struct EphemerisRules;
+
+template <>
+struct GNSS_EXPORT EphemerisRules<GPSSystem> {
     using Id = PRN;
     using Record = GPSEphemeride;
     using Result = GPSEphemeride::Result;
@@ -41,7 +45,8 @@ struct GNSS_EXPORT GPSEphemerisRules {
     static void ForgetSequence(Result&) {}
 };
 
-struct GNSS_EXPORT GlonassEphemerisRules {
+template <>
+struct GNSS_EXPORT EphemerisRules<GlonassSystem> {
     using Id = Glonass::Slot;
     using Record = Glonass::Ephemeride;
     using Result = Glonass::Ephemeride::Result;

@@ -6,6 +6,6 @@
 
 namespace GNSS {
 
-extern template class EphemerisHistory<GPSEphemerisRules>;
+extern template class EphemerisHistory<GPSSystem>;
 
 }  // namespace GNSS

@@ -5,6 +5,6 @@
 
 namespace GNSS {
 
-extern template class EphemerisCalculator<GPSEphemerisRules>;
+extern template class EphemerisCalculator<GPSSystem>;
 
 }  // namespace GNSS

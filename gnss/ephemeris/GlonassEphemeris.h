@@ -6,6 +6,6 @@
 
 namespace GNSS {
 
-extern template class EphemerisHistory<GlonassEphemerisRules>;
+extern template class EphemerisHistory<GlonassSystem>;
 
 }  // namespace GNSS

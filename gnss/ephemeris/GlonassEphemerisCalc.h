@@ -5,6 +5,6 @@
 
 namespace GNSS {
 
-extern template class EphemerisCalculator<GlonassEphemerisRules>;
+extern template class EphemerisCalculator<GlonassSystem>;
 
 }  // namespace GNSS
