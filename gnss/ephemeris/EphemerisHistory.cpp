@@ -84,9 +84,7 @@ bool EphemerisHistory<System>::SV::CalculateWith(int index, const GPSTime& t, Re
         result.Reset();
         return false;
     }
-    if (!Rules::CalculatePosn(*record, t, result, index > 0)) return false;
-    if (index + 1 == nmrEphem_) Rules::ForgetSequence(result);
-    return true;
+    return Rules::CalculatePosn(*record, t, result, index > 0);
 }
 
 template class EphemerisHistory<GPSSystem>;

@@ -2,7 +2,6 @@
 #include <atomic>
 #include <memory>
 #include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -40,8 +39,7 @@ TEST(EphemerisCalculator, AnswersFromWholeHistoriesWhileTheyAreReplaced) {
             ++nmrAnswers;
         }
     };
-    std::vector<std::thread> consumers;
-    for (int i = 0; i < 3; ++i) consumers.emplace_back(consume);
+    std::thread consumers[] = {std::thread(consume), std::thread(consume), std::thread(consume)};
     GPSEphemeris held;
     GPSEphemeride record = tests::SampleGPS();
     for (int issue = 1; issue <= NmrIssues || nmrAnswers < 1000; ++issue) {

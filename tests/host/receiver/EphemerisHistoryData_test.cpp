@@ -53,11 +53,11 @@ struct Outcome {
 int Issue(const GNSS::GPSEphemeride& record) {
     return record.posn.IODE;
 }
-int Issue(const GNSS::Glonass::Ephemeride& record) {
-    return Corvane::ToInt(record.posn.tb);
-}
 int Issue(const GNSS::GPSEphemeride::Result& result) {
     return result.IODE;
+}
+int Issue(const GNSS::Glonass::Ephemeride& record) {
+    return Corvane::ToInt(record.posn.tb);
 }
 int Issue(const GNSS::Glonass::Ephemeride::Result& result) {
     return result.tb;
