@@ -34,6 +34,17 @@ using GPSMeas = SignalMeasurement<GPSSystem>;
 // Almanac and ephemerides.
 class Almanac;
 class GPSEphemeride;
+template <typename System>
+class GNSS_EXPORT EphemerisHistory;
+template <typename System>
+class GNSS_EXPORT EphemerisCalculator;
+template <typename System>
+class GNSS_EXPORT DataAge;
+
+using GPSEphemeris = EphemerisHistory<GPSSystem>;
+using GPSEphemerisCalc = EphemerisCalculator<GPSSystem>;
+using IODEData = DataAge<GPSSystem>;
+using TbData = DataAge<GlonassSystem>;
 
 // Navigation messages.
 class ICD;
@@ -47,6 +58,8 @@ using Slot = SatelliteId<GlonassSystem>;
 using SlotType = SatelliteIdType<GlonassSystem>;
 using Frequency = SignalFrequency<GlonassSystem>;
 using Measurement = SignalMeasurement<GlonassSystem>;
+using Ephemeris = EphemerisHistory<GlonassSystem>;
+using EphemerisCalc = EphemerisCalculator<GlonassSystem>;
 
 }  // namespace Glonass
 }  // namespace GNSS

@@ -29,9 +29,6 @@
 #include "gnss/geodesy/QGrid.h"
 #include "gnss/geodesy/Spheroid.h"
 
-// Almanac, its records, ionosphere and UTC.
-#include "gnss/almanac/Almanac.h"
-#include "gnss/almanac/AlmanacCalculator.h"
 // Measurements.
 #include "gnss/measurement/GPSMeas.h"
 #include "gnss/measurement/GlonassMeasurement.h"
@@ -39,7 +36,9 @@
 #include "gnss/measurement/MeasAvail.h"
 #include "gnss/measurement/MeasSet.h"
 
-// Almanac records, ionosphere and UTC.
+// Almanac, its records, ionosphere and UTC.
+#include "gnss/almanac/Almanac.h"
+#include "gnss/almanac/AlmanacCalculator.h"
 #include "gnss/almanac/AlmanacGlonassOrbit.h"
 #include "gnss/almanac/AlmanacGlonassSV.h"
 #include "gnss/almanac/AlmanacIono.h"
@@ -47,9 +46,15 @@
 #include "gnss/almanac/AlmanacUTC.h"
 #include "gnss/almanac/AlmanacUpdate.h"
 
-// Ephemerides.
+// Ephemerides, their histories and calculators, data age.
 #include "gnss/ephemeris/GPSEphemeride.h"
+#include "gnss/ephemeris/GPSEphemeris.h"
+#include "gnss/ephemeris/GPSEphemerisCalc.h"
 #include "gnss/ephemeris/GlonassEphemeride.h"
+#include "gnss/ephemeris/GlonassEphemeris.h"
+#include "gnss/ephemeris/GlonassEphemerisCalc.h"
+#include "gnss/ephemeris/IODEData.h"
+#include "gnss/ephemeris/TbData.h"
 
 // Navigation messages.
 #include "gnss/icd/ICD.h"

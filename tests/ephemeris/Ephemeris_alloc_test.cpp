@@ -1,9 +1,12 @@
 // Positions and velocities, which every epoch asks of every satellite, use no heap.
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "gnss/ephemeris/GPSEphemeris.h"
+#include "gnss/ephemeris/GlonassEphemeris.h"
 #include "tests/ephemeris/Records.h"
 #include "tests/support/CountingNew.h"
 
@@ -48,6 +51,25 @@ TEST(EphemerisAllocations, None) {
     // The counter counts.
     const std::vector<std::byte> bytes = tests::Bytes(gps);
     EXPECT_GT(tests::CountAllocations(), before);
+}
+
+TEST(EphemerisAllocations, NoneThroughTheCalculatorsAndForRepeats) {
+    GNSS::GPSEphemeris gps;
+    GNSS::Glonass::Ephemeris glonass;
+    EXPECT_TRUE(gps.Update(tests::SampleGPS()));
+    EXPECT_TRUE(glonass.Update(tests::SampleGlonass()));
+    const GNSS::GPSEphemerisCalc gpsCalc(std::make_shared<const GNSS::GPSEphemeris>(gps));
+    const GNSS::Glonass::EphemerisCalc glonassCalc(std::make_shared<const GNSS::Glonass::Ephemeris>(glonass));
+    GNSS::GPSEphemeride::Result a;
+    GNSS::Glonass::Ephemeride::Result b;
+    const long before = tests::CountAllocations();
+    EXPECT_TRUE(gpsCalc.CalculateHealthyPosn(17, SampleTime, a));
+    EXPECT_TRUE(glonassCalc.CalculateHealthyPosn(7, SampleTime, b));
+    EXPECT_FALSE(gpsCalc.CalculateSecondPosn(17, SampleTime, a));
+    EXPECT_FALSE(glonassCalc.CalculatePosn(8, SampleTime, b));
+    EXPECT_FALSE(gps.Update(tests::SampleGPS()));
+    EXPECT_FALSE(glonass.Update(tests::SampleGlonass()));
+    EXPECT_EQ(tests::CountAllocations() - before, 0);
 }
 
 }  // namespace

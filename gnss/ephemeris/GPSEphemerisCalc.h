@@ -1,0 +1,10 @@
+// GPSEphemerisCalc: GPS satellite positions from the ephemerides in force. See EphemerisCalculator.
+#pragma once
+
+#include "gnss/ephemeris/EphemerisCalculator.h"
+
+namespace GNSS {
+
+extern template class EphemerisCalculator<GPSSystem>;
+
+}  // namespace GNSS
