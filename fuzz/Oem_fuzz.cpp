@@ -1,6 +1,7 @@
 // OEM messages: whatever the bytes and the pieces in which they come, every byte is counted once, the calls do not
 // depend on the pieces, and what is delivered is sensible. Each input is read as it is, and once more with the checksum
 // of its first message put right, so that bodies are reached.
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>

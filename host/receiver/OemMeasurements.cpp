@@ -1,4 +1,5 @@
 // The OEM messages that carry what the receiver measures.
+#include <array>
 #include <cmath>
 
 #include "gnss/time/GPSFreqy.h"
@@ -14,6 +15,10 @@ using GNSS::GPSFreqy;
 namespace {
 
 constexpr unsigned SlotOffset = 37;  // satellite numbers 38 to 61 are slots
+
+double GetFloat(const LittleEndian& in, std::size_t at) {
+    return static_cast<double>(in.Get<float>(at));
+}
 
 // The channel tracking status.
 class Status {
@@ -124,11 +129,11 @@ bool Add(const Observation& observation, GNSS::MeasSet& set) {
 Observation ReadObservation(const LittleEndian& in) {
     Observation observation;
     observation.satellite = in.Get<std::uint16_t>(0);
-    observation.range.Set(in.Get<double>(4), in.Get<float>(12));
-    observation.adr.Set(in.Get<double>(16), in.Get<float>(24));
-    observation.doppler = in.Get<float>(28);
-    observation.snr = in.Get<float>(32);
-    observation.lockTime = in.Get<float>(36);
+    observation.range.Set(in.Get<double>(4), GetFloat(in, 12));
+    observation.adr.Set(in.Get<double>(16), GetFloat(in, 24));
+    observation.doppler = GetFloat(in, 28);
+    observation.snr = GetFloat(in, 32);
+    observation.lockTime = GetFloat(in, 36);
     observation.status = Status(in.Get<std::uint32_t>(40));
     return observation;
 }
@@ -194,10 +199,10 @@ std::optional<ReceiverFix> ReadBestPos(std::string_view body) {
     const double latitude = in.Get<double>(8);
     const double longitude = in.Get<double>(16);
     const double heightMSL = in.Get<double>(24);
-    const double undulation = in.Get<float>(32);
-    const double sigmaNorth = in.Get<float>(40);
-    const double sigmaEast = in.Get<float>(44);
-    const double sigmaUp = in.Get<float>(48);
+    const double undulation = GetFloat(in, 32);
+    const double sigmaNorth = GetFloat(in, 40);
+    const double sigmaEast = GetFloat(in, 44);
+    const double sigmaUp = GetFloat(in, 48);
     if (!(std::abs(latitude) <= 90.0) || !(std::abs(longitude) <= 360.0)) return std::nullopt;
     for (const double number : {heightMSL, undulation, sigmaNorth, sigmaEast, sigmaUp}) {
         if (!std::isfinite(number)) return std::nullopt;
