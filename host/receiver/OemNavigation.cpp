@@ -221,7 +221,8 @@ std::optional<GlonassString> ReadGloRawString(std::string_view body) {
     const int number = isOffset ? slot - SlotOffset : slot;
     if (number < 1 || number > Slot::Max) return std::nullopt;
     string.slot = Slot(number);
-    const int channel = static_cast<int>(in.Get<std::int8_t>(1));
+    const int byte = in.Get<std::uint8_t>(1);
+    const int channel = byte < 128 ? byte : byte - 256;
     if (!isOffset && channel >= -7 && channel <= 6) string.channel = channel;
     for (int i = 0; i < NmrBytes; ++i) string.bits[i] = in.Get<std::uint8_t>(2 + static_cast<std::size_t>(i));
     return string;
