@@ -223,7 +223,7 @@ bool DecodeRtcmMsm(std::uint32_t kind, std::string_view payload, RtcmObservation
     std::uint64_t satellites = satelliteMask;
     for (std::size_t s = 0; s < nmrSatellites; ++s) {
         const int satellite = std::countl_zero(satellites) + 1;
-        satellites &= ~(std::uint64_t{1} << static_cast<unsigned>(64 - satellite));
+        satellites ^= std::bit_floor(satellites);
         Rough rough;
         if (!ReadRough({bits, satelliteTable, nmrSatellites, s}, form, isGlonass, rough)) return false;
         std::array<std::optional<RtcmSignal>, 4> best;
@@ -231,7 +231,7 @@ bool DecodeRtcmMsm(std::uint32_t kind, std::string_view payload, RtcmObservation
         std::uint64_t signals = signalMask;
         for (std::size_t g = 0; g < nmrSignals; ++g) {
             const int code = std::countl_zero(signals) + 1;
-            signals &= ~(std::uint64_t{1} << static_cast<unsigned>(64 - code));
+            signals ^= std::bit_floor(signals);
             if (bits.Unsigned(pair++, 1) == 0) continue;
             RtcmSignal signal;
             if (!ReadCell({bits, cellTable, nmrCells, cell++}, form, rough, signal)) return false;

@@ -33,29 +33,30 @@ RtcmTracks::Phase RtcmTracks::Follow(const RtcmObservations& message, const Rtcm
     bool isContinuous = isKnown && track.code == signal.code && signal.lockMin >= track.lockMin &&
                         (since == 0.0 || since < signal.lockMax);
 
-    double turns = 0.0;
+    double turns = isContinuous ? track.turns : 0.0;
+    double rolled = isContinuous ? track.rolled : 0.0;
     std::optional<double> diff;
-    if (wavelength && signal.diff) diff = *signal.diff / *wavelength;
-    if (isContinuous) {
-        if (signal.modulus > 0.0) {
-            turns = track.turns - std::round((signal.base - track.base) / signal.modulus);
-        }
-        if (diff && track.diff) {
-            const double step = *track.diff - *diff;
-            const double rolled = RolloverCycles * std::round(step / RolloverCycles);
-            if (std::abs(step - rolled) <= RolloverTolerance) {
-                *diff += rolled;
-            } else if (rolled != 0.0) {
-                isContinuous = false;
-            }
+    if (wavelength && signal.diff) diff = *signal.diff / *wavelength + rolled;
+    if (isContinuous && signal.modulus > 0.0) turns -= std::round((signal.base - track.base) / signal.modulus);
+    // In MSM the difference from a rough range says nothing: that one jumps.
+    const bool isComparable = !message.isMsm || signal.range.has_value();
+    if (isContinuous && isComparable && diff && track.diff) {
+        const double step = *track.diff - *diff;
+        const double taken = RolloverCycles * std::round(step / RolloverCycles);
+        if (std::abs(step - taken) <= RolloverTolerance) {
+            rolled += taken;
+            *diff += taken;
+        } else if (taken != 0.0) {
+            isContinuous = false;
         }
     }
     if (diff) phase.cycles = (signal.base + turns * signal.modulus) / *wavelength + *diff;
     if (isKnown) phase.slipped = !isContinuous;
-    // An epoch without a phase does not end it.
-    if (!diff && isContinuous) diff = track.diff;
 
-    track = {true, signal.code, message.ms, signal.lockMin, signal.base, turns, diff};
+    // An epoch without what can be compared does not end the comparison.
+    const std::optional<double> kept = isContinuous ? track.diff : std::nullopt;
+    track = {true,        signal.code, message.ms, signal.lockMin,
+             signal.base, turns,       rolled,     isComparable && diff ? diff : kept};
     return phase;
 }
 

@@ -44,7 +44,8 @@ private:
         double lockMin = 0.0;
         double base = 0.0;           // m
         double turns = 0.0;          // moduli put back
-        std::optional<double> diff;  // cycles, with the rollovers put back
+        double rolled = 0.0;         // cycles put back
+        std::optional<double> diff;  // cycles, with these
     };
 
     std::array<Track, std::size_t{2} * 2 * 3 * 32> tracks_{};  // by system, kind of message, signal, satellite
