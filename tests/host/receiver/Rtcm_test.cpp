@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 
 #include <gtest/gtest.h>
 
@@ -30,6 +31,20 @@ std::string StationFrame(int station) {
     return MakeFrame(bits.Put(37173693757, 38).Put(15000, 16).Payload());
 }
 
+// A decoder with its sink, fed once.
+struct Session {
+    RtcmSink sink;
+    Host::RtcmDecoder decoder{sink};
+    explicit Session(const std::string& stream, std::optional<GPSTime> approximate = {}) {
+        if (approximate) decoder.SetApproximateTime(*approximate);
+        decoder.Feed(stream);
+        decoder.Finish();
+    }
+    [[nodiscard]] const GNSS::GPSMeas& GetGPS(std::size_t epoch) const {
+        return sink.sets.at(epoch).GetGPS().GetSV(0).GetMeas(0);
+    }
+};
+
 // What an MSM says of a satellite and of a cell, as the raw numbers of its fields.
 struct Satellite {
     int number, ms, info, part, rate;
@@ -39,11 +54,11 @@ struct Cell {
     int range, phase, lock, half, snr, rate;
 };
 
-std::string MsmFrame(int kind, std::int64_t epoch, bool more, const std::vector<Satellite>& satellites,
+std::string MsmFrame(int kind, std::int64_t epoch, const std::vector<Satellite>& satellites,
                      const std::vector<int>& signals, const std::vector<Cell>& cells) {
     const int form = kind % 10;
     Bits bits;
-    bits.Put(kind, 12).Put(7, 12).Put(epoch, 30).Put(more ? 1 : 0, 1).Put(0, 18);
+    bits.Put(kind, 12).Put(7, 12).Put(epoch, 30).Put(0, 19);
     for (int n = 1; n <= 64; ++n)
         bits.Put(std::count_if(satellites.begin(), satellites.end(), [&](const auto& s) { return s.number == n; }), 1);
     for (int n = 1; n <= 32; ++n) bits.Put(std::count(signals.begin(), signals.end(), n), 1);
@@ -53,19 +68,20 @@ std::string MsmFrame(int kind, std::int64_t epoch, bool more, const std::vector<
                                    [&](const Cell& c) { return c.satellite == s && c.signal == g; }),
                      1);
     }
-    for (const auto& s : satellites) bits.Put(s.ms, 8);
-    if (form != 4)
-        for (const auto& s : satellites) bits.Put(s.info, 4);
-    for (const auto& s : satellites) bits.Put(s.part, 10);
-    if (form != 4)
-        for (const auto& s : satellites) bits.Put(s.rate, 14);
-    for (const Cell& c : cells) bits.Put(c.range, form == 7 ? 20 : 15);
-    for (const Cell& c : cells) bits.Put(c.phase, form == 7 ? 24 : 22);
-    for (const Cell& c : cells) bits.Put(c.lock, form == 7 ? 10 : 4);
-    for (const Cell& c : cells) bits.Put(c.half, 1);
-    for (const Cell& c : cells) bits.Put(c.snr, form == 7 ? 10 : 6);
-    if (form != 4)
-        for (const Cell& c : cells) bits.Put(c.rate, 15);
+    const auto put = [&](const auto& rows, auto field, int width) {
+        for (const auto& row : rows) bits.Put(row.*field, width);
+    };
+    const bool isLong = form == 7;
+    put(satellites, &Satellite::ms, 8);
+    if (form != 4) put(satellites, &Satellite::info, 4);
+    put(satellites, &Satellite::part, 10);
+    if (form != 4) put(satellites, &Satellite::rate, 14);
+    put(cells, &Cell::range, isLong ? 20 : 15);
+    put(cells, &Cell::phase, isLong ? 24 : 22);
+    put(cells, &Cell::lock, isLong ? 10 : 4);
+    put(cells, &Cell::half, 1);
+    put(cells, &Cell::snr, isLong ? 10 : 6);
+    if (form != 4) put(cells, &Cell::rate, 15);
     return MakeFrame(bits.Payload());
 }
 
@@ -94,13 +110,10 @@ TEST(Rtcm, MsmSaysWhatWasEncoded) {
                                  draw(-16383, 16383)});
             }
         }
-        RtcmSink sink;
-        Host::RtcmDecoder decoder(sink);
-        decoder.SetApproximateTime(GPSTime(2200, 10.0));
         // GLONASS: Monday 02:59:52 of Moscow is Sunday 23:59:52 of UTC, 10 s into Monday of GPS time.
         const std::int64_t epoch = isGlonass ? (std::int64_t{1} << 27) + 3 * 3'600'000 - 8'000 : Day + 10'000;
-        decoder.Feed(MsmFrame(kind, epoch, false, satellites, codes, cells));
-        if (cells.empty()) continue;
+        const Session session(MsmFrame(kind, epoch, satellites, codes, cells), GPSTime(2200, 10.0));
+        const RtcmSink& sink = session.sink;
         ASSERT_EQ(sink.sets.size(), 1U) << kind;
         EXPECT_EQ(sink.sets[0].GetGPSTime(), GPSTime(2200, 86410.0)) << kind;
         int nmrMeas = 0;
@@ -147,11 +160,8 @@ TEST(Rtcm, MsmSaysWhatWasEncoded) {
 
 TEST(Rtcm, MsmLeavesOutWhatIsNotMeasured) {
     const auto decode = [](const Satellite& s, const Cell& c, int kind) {
-        RtcmSink sink;
-        Host::RtcmDecoder decoder(sink);
-        decoder.SetApproximateTime(GPSTime(2200, 0.0));
-        decoder.Feed(MsmFrame(kind, 0, false, {s}, {2}, {c}));
-        return sink.sets.empty() ? 0U : sink.sets[0].GetGPS().GetSV(0).GetMeas(0).GetFlags();
+        const Session session(MsmFrame(kind, 0, {s}, {2}, {c}), GPSTime(2200, 0.0));
+        return session.sink.sets.empty() ? 0U : session.GetGPS(0).GetFlags();
     };
     using M = GNSS::GPSMeas;
     constexpr std::uint32_t All = M::SNR | M::Range | M::Phase | M::Doppler | M::LockTime;
@@ -169,14 +179,11 @@ TEST(Rtcm, MsmLeavesOutWhatIsNotMeasured) {
 
 TEST(Rtcm, GlonassMsm4TakesTheChannelFromOtherMessages) {
     const std::string msm =
-        MsmFrame(1084, (std::int64_t{7} << 27) + 5000, false, {{3, 70, 0, 0, 0}}, {2}, {{0, 0, 0, 0, 5, 0, 40, 0}});
+        MsmFrame(1084, (std::int64_t{7} << 27) + 5000, {{3, 70, 0, 0, 0}}, {2}, {{0, 0, 0, 0, 5, 0, 40, 0}});
     for (const std::string& before : {std::string(), GlonassDateFrame{}.Make(), GlonassFrame{.ms = 4000}.Make()}) {
-        RtcmSink sink;
-        Host::RtcmDecoder decoder(sink);
-        decoder.SetApproximateTime(GPSTime(1562, 504000.0));
-        decoder.Feed(before + msm);
-        ASSERT_FALSE(sink.sets.empty());
-        const Glonass& record = sink.sets.back().GetGlonass().GetSV(0).GetMeas(0);
+        const Session session(before + msm, GPSTime(1562, 504000.0));
+        ASSERT_FALSE(session.sink.sets.empty());
+        const Glonass& record = session.sink.sets.back().GetGlonass().GetSV(0).GetMeas(0);
         EXPECT_EQ(record.IsValid(Glonass::Phase), !before.empty());
         if (!before.empty()) {
             EXPECT_NEAR(record.GetPhase(), 0.070 * (1602e6 + 2 * 562500.0), 1e-5);
@@ -244,13 +251,10 @@ TEST(Rtcm, LockTimesTellSlips) {
                           {127, 127, 3601, 937.0, {}},
                           {0, 0, 1, 0.0, true},
                           {60, 95, 1, 352.0, false}}) {
-        RtcmSink sink;
-        Host::RtcmDecoder decoder(sink);
-        decoder.SetApproximateTime(GPSTime(2000, 604799.0));
-        decoder.Feed(GPSFrame{.ms = 7 * Day - 1000, .lock = c.lockBefore}.Make() +
-                     GPSFrame{.ms = (c.seconds - 1) * 1000, .lock = c.lock}.Make());
-        ASSERT_EQ(sink.sets.size(), 2U);
-        const GNSS::GPSMeas& record = sink.sets[1].GetGPS().GetSV(0).GetMeas(0);
+        const Session session(GPSFrame{.ms = 7 * Day - 1000, .lock = c.lockBefore}.Make() +
+                                  GPSFrame{.ms = (c.seconds - 1) * 1000, .lock = c.lock}.Make(),
+                              GPSTime(2000, 604799.0));
+        const GNSS::GPSMeas& record = session.GetGPS(1);
         EXPECT_EQ(record.GetLockTime(), c.lockTime) << c.lock;
         EXPECT_EQ(record.IsValid(GNSS::GPSMeas::SlipKnown), c.slipped.has_value()) << c.lock;
         EXPECT_EQ(record.IsCycleSlip(), c.slipped.value_or(false)) << c.lock;
@@ -276,11 +280,8 @@ TEST(Rtcm, MakesOneSetOfAnEpoch) {
                           {"partner lost", gps(100, true) + glonass(101, true) + gps(101, false), {{1, 0}, {1, 1}}},
                           {"end of the stream", gps(100, true), {{1, 0}}},
                           {"one system in two messages", gps(100, true) + gps(100, false, 6), {{2, 0}}}}) {
-        RtcmSink sink;
-        Host::RtcmDecoder decoder(sink);
-        decoder.SetApproximateTime(GPSTime(1562, 0.0));
-        decoder.Feed(c.stream);
-        decoder.Finish();
+        const Session session(c.stream, GPSTime(1562, 0.0));
+        const RtcmSink& sink = session.sink;
         ASSERT_EQ(sink.sets.size(), c.sets.size()) << c.name;
         for (std::size_t n = 0; n < c.sets.size(); ++n) {
             EXPECT_EQ(sink.sets[n].GetGPS().NmrSV(), c.sets[n].first) << c.name;
@@ -305,13 +306,9 @@ TEST(Rtcm, CarriesTheTimeOn) {
           {{2200, 75618.0}, glonass(Day - 1000) + glonass(0), {{2200, 75617.0}, {2200, 75618.0}}},
           {{1930, 17.0}, glonass(10'799'000) + glonass(10'801'000), {{1930, 16.0}, {1930, 19.0}}},
           {{1930, 17.0}, gps(18'000) + glonass(10'800'000), {{1930, 18.0}}}}) {
-        RtcmSink sink;
-        Host::RtcmDecoder decoder(sink);
-        decoder.SetApproximateTime(c.approximate);
-        decoder.Feed(c.stream);
-        decoder.Finish();
+        const Session session(c.stream, c.approximate);
         std::vector<GPSTime> times;
-        for (const auto& set : sink.sets) {
+        for (const auto& set : session.sink.sets) {
             if (times.empty() || times.back() != set.GetGPSTime()) times.push_back(set.GetGPSTime());
         }
         EXPECT_EQ(times, c.times) << c.approximate.Print(1, true).str();
@@ -356,22 +353,16 @@ TEST(Rtcm, KnowsWhichTimeToBelieve) {
           {"satellites against the station", {}, station + satellite(3, 26) + satellite(4, 26) + epoch, {1562}},
           {"station against satellites", {}, satellite(3, 719) + lost + epoch, {1419}},
           {"old satellites without a day", {}, GlonassDateFrame{.day = 0, .isM = false}.Make() + epoch, {}, 1}}) {
-        RtcmSink sink;
-        Host::RtcmDecoder decoder(sink);
-        if (c.approximate) decoder.SetApproximateTime(*c.approximate);
-        decoder.Feed(c.stream);
-        decoder.Finish();
+        const Session session(c.stream, c.approximate);
         std::vector<int> weeks;
-        for (const auto& set : sink.sets) weeks.push_back(set.GetGPSTime().GetWeek());
+        for (const auto& set : session.sink.sets) weeks.push_back(set.GetGPSTime().GetWeek());
         EXPECT_EQ(weeks, c.weeks) << c.name;
-        EXPECT_EQ(decoder.GetNmrUndated(), c.nmrUndated) << c.name;
-        EXPECT_EQ(decoder.GetCounts().GetNmrRefused(), 0) << c.name;
+        EXPECT_EQ(session.decoder.GetNmrUndated(), c.nmrUndated) << c.name;
+        EXPECT_EQ(session.decoder.GetCounts().GetNmrRefused(), 0) << c.name;
     }
-    RtcmSink sink;
-    Host::RtcmDecoder decoder(sink);
-    decoder.Feed(station + GlonassFrame{.ms = 7'620'000, .more = true}.Make());
-    EXPECT_EQ(sink.leapSeconds, std::vector{15});
-    EXPECT_EQ(sink.times, (std::vector{said, said}));
+    const Session session(station + GlonassFrame{.ms = 7'620'000, .more = true}.Make());
+    EXPECT_EQ(session.sink.leapSeconds, std::vector{15});
+    EXPECT_EQ(session.sink.times, (std::vector{said, said}));
     // A pair that nothing dates is one epoch.
     RtcmSink undated;
     Host::RtcmDecoder other(undated);
@@ -402,27 +393,19 @@ TEST(Rtcm, DamageCostsOneMessage) {
         for (int flip = 1; flip < 256; ++flip) {
             std::string damaged = frames[1];
             damaged[at] = static_cast<char>(damaged[at] ^ flip);
-            RtcmSink sink;
-            Host::RtcmDecoder decoder(sink);
-            decoder.Feed(frames[0] + damaged + frames[2]);
-            decoder.Finish();
-            ASSERT_EQ(sink.stations.size(), 2U) << at << ' ' << flip;
-            ASSERT_EQ(sink.stations[1].station, 3);
-            ASSERT_EQ(decoder.GetCounts().skipped, static_cast<std::int64_t>(damaged.size()));
+            const Session session(frames[0] + damaged + frames[2]);
+            ASSERT_EQ(session.sink.stations.size(), 2U) << at << ' ' << flip;
+            ASSERT_EQ(session.sink.stations[1].station, 3);
+            ASSERT_EQ(session.decoder.GetCounts().skipped, static_cast<std::int64_t>(damaged.size()));
         }
     }
     for (std::size_t length = 0; length < frames[1].size(); ++length) {
-        RtcmSink sink;
-        Host::RtcmDecoder decoder(sink);
-        decoder.Feed(frames[0] + frames[1].substr(0, length) + frames[2]);
-        decoder.Finish();
-        ASSERT_EQ(sink.stations.size(), 2U) << length;
+        const Session session(frames[0] + frames[1].substr(0, length) + frames[2]);
+        ASSERT_EQ(session.sink.stations.size(), 2U) << length;
     }
-    RtcmSink sink;
-    Host::RtcmDecoder decoder(sink);
-    decoder.Feed(StationFrame(9));
-    EXPECT_NEAR(sink.stations.at(0).posn.GetY(), 3436571.3345, 1e-7);
-    EXPECT_EQ(sink.stations[0].antennaHeight, 1.5);
+    const Session session(frames[0]);
+    EXPECT_NEAR(session.sink.stations.at(0).posn.GetY(), 3436571.3345, 1e-7);
+    EXPECT_EQ(session.sink.stations[0].antennaHeight, 1.5);
 }
 
 TEST(Rtcm, RefusesWhatIsTooShortOrCannotBe) {
@@ -445,7 +428,7 @@ TEST(Rtcm, RefusesWhatIsTooShortOrCannotBe) {
           GlonassFrame{.channel = 14}.Make(), GlonassDateFrame{.slot = 25}.Make(), GlonassDateFrame{.day = 1462}.Make(),
           GlonassDateFrame{.hours = 24}.Make(), GlonassDateFrame{.tb = 96}.Make(), tests::MakeSystemFrame(44243, 0, 0),
           tests::MakeSystemFrame(55000, 86401, 0),
-          MsmFrame(1087, 0, false, {{3, 70, 14, 0, 0}}, {2}, {{0, 0, 0, 0, 5, 0, 40, 0}}), MakeFrame("\x3E")}) {
+          MsmFrame(1087, 0, {{3, 70, 14, 0, 0}}, {2}, {{0, 0, 0, 0, 5, 0, 40, 0}}), MakeFrame("\x3E")}) {
         decoder.Feed(frame);
         EXPECT_EQ(decoder.GetCounts().GetNmrRefused(), ++nmr);
     }
