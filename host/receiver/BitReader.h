@@ -20,8 +20,10 @@ public:
         const std::size_t byte = first / 8;
         std::uint64_t window = 0;
         if (byte + 8 <= bytes_.size()) {
-            // A load and a swap to the compiler.
-            for (std::size_t k = 0; k < 8; ++k) window = (window << 8U) | ByteAt(byte + k);
+            // Written out, this is one load and a swap to the compiler.
+            window = (ByteAt(byte) << 56U) | (ByteAt(byte + 1) << 48U) | (ByteAt(byte + 2) << 40U) |
+                     (ByteAt(byte + 3) << 32U) | (ByteAt(byte + 4) << 24U) | (ByteAt(byte + 5) << 16U) |
+                     (ByteAt(byte + 6) << 8U) | ByteAt(byte + 7);
         } else {
             for (std::size_t k = 0; k < 8; ++k) {
                 window = (window << 8U) | (byte + k < bytes_.size() ? ByteAt(byte + k) : 0U);
