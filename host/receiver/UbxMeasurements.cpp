@@ -36,7 +36,7 @@ struct Block {
     explicit Block(const LittleEndian& bytes)
         : range(bytes.Get<double>(0)),
           phase(bytes.Get<double>(8)),
-          doppler(double{bytes.Get<float>(16)}),
+          doppler(static_cast<double>(bytes.Get<float>(16))),
           system(bytes.Get<std::uint8_t>(20)),
           number(bytes.Get<std::uint8_t>(21)),
           signal(bytes.Get<std::uint8_t>(22)),
@@ -174,7 +174,7 @@ bool UbxDecoder::DecodeRAW(const LittleEndian& payload) {
         const LittleEndian block = payload.From(Blocks + i * BlockSize);
         const auto phase = block.Get<double>(0);
         const auto range = block.Get<double>(8);
-        const auto doppler = block.Get<float>(16);
+        const auto doppler = static_cast<double>(block.Get<float>(16));
         const int number = block.Get<std::uint8_t>(20);
         const int quality = block.Get<std::int8_t>(21);
         const unsigned lli = block.Get<std::uint8_t>(23);
@@ -184,7 +184,7 @@ bool UbxDecoder::DecodeRAW(const LittleEndian& payload) {
         record.SetSNR(block.Get<std::int8_t>(22));
         if (quality >= RangeQuality) {
             record.SetRange(QValue(range, 0.0));
-            record.SetDoppler(QValue(double{doppler}, 0.0));
+            record.SetDoppler(QValue(doppler, 0.0));
         }
         // Some receivers say 5 of a phase that they do not have yet.
         if (quality >= PhaseQuality && phase != 0.0) record.SetPhase(QValue(phase, 0.0));
