@@ -176,7 +176,7 @@ bool UbxDecoder::DecodeRAW(const LittleEndian& payload) {
         const auto range = block.Get<double>(8);
         const auto doppler = static_cast<double>(block.Get<float>(16));
         const int number = block.Get<std::uint8_t>(20);
-        const int quality = block.Get<std::int8_t>(21);
+        const auto quality = block.Get<std::int8_t>(21);
         const unsigned lli = block.Get<std::uint8_t>(23);
         if (number == 0 || !std::isfinite(phase) || !std::isfinite(range) || !std::isfinite(doppler)) return false;
         if (number > GNSS::PRN::Max) continue;  // augmentation systems

@@ -181,7 +181,7 @@ bool UbxDecoder::DecodeSAT(const LittleEndian& payload) {
         satellite.system = letter;
         satellite.number = NumberOf(system, number);
         satellite.snr = block.Get<std::uint8_t>(2);
-        const int elevation = block.Get<std::int8_t>(3);
+        const auto elevation = block.Get<std::int8_t>(3);
         const int azimuth = block.Get<std::int16_t>(4);
         if (elevation >= -90 && elevation <= 90 && azimuth >= 0 && azimuth <= 360) {
             satellite.elevation = elevation;
@@ -206,7 +206,7 @@ bool UbxDecoder::DecodeTIMEGPS(const LittleEndian& payload) {
     if (payload.GetSize() != Size) return false;
     const auto tow = payload.Get<std::uint32_t>(0);
     const int week = payload.Get<std::int16_t>(8);
-    const int leap = payload.Get<std::int8_t>(10);
+    const auto leap = payload.Get<std::int8_t>(10);
     const unsigned valid = payload.Get<std::uint8_t>(11);
     const bool hasTime = (valid & TowAndWeekValid) == TowAndWeekValid;
     if (tow >= MSInWeek || (hasTime && (week <= 0 || week > UbxSystems::MaxWeek))) return false;

@@ -178,10 +178,24 @@ std::map<std::int64_t, Row> RowsByTow(const std::string& path) {
     return rows;
 }
 
-void ExpectCell(const std::optional<double>& value, const Row& row, const char* name, double tolerance) {
+void ExpectCell(const std::optional<double>& value, const Row& row, const char* name) {
     ASSERT_TRUE(value) << name;
-    EXPECT_NEAR(*value, Number(row.at(name)), tolerance) << name << " at " << row.at("iTOW_ms_GPST");
+    EXPECT_NEAR(*value, Number(row.at(name)), 1e-9) << name << " at " << row.at("iTOW_ms_GPST");
 }
+
+// The columns of a fix.
+struct Column {
+    std::optional<double> Host::ReceiverFix::*member;
+    const char* name;
+};
+using Fix = Host::ReceiverFix;
+constexpr Column Place[] = {
+    {&Fix::latitude, "lat_deg"},  {&Fix::longitude, "lon_deg"},         {&Fix::height, "h_ell_m"},
+    {&Fix::heightMSL, "h_msl_m"}, {&Fix::horizontalAccuracy, "hacc_m"}, {&Fix::verticalAccuracy, "vacc_m"}};
+constexpr Column Velocity[] = {
+    {&Fix::velocityNorth, "vel_n_mps"}, {&Fix::velocityEast, "vel_e_mps"}, {&Fix::velocityDown, "vel_d_mps"}};
+constexpr Column Dilutions[] = {{&Fix::gdop, "gdop"}, {&Fix::pdop, "pdop"}, {&Fix::tdop, "tdop"}, {&Fix::vdop, "vdop"},
+                                {&Fix::hdop, "hdop"}, {&Fix::ndop, "ndop"}, {&Fix::edop, "edop"}};
 
 // How many messages of each kind were compared.
 struct Fixes {
@@ -206,29 +220,16 @@ Fixes CompareFixes(const UbxRun& run, const std::string& reference) {
             EXPECT_EQ(fix.valid, row.at("gnss_fix_ok") == "1");
             EXPECT_EQ(fix.latitude.has_value(), fix.type != 0);
             if (fix.velocityNorth) {
-                ExpectCell(fix.velocityNorth, row, "vel_n_mps", 1e-9);
-                ExpectCell(fix.velocityEast, row, "vel_e_mps", 1e-9);
-                ExpectCell(fix.velocityDown, row, "vel_d_mps", 1e-9);
+                for (const Column& column : Velocity) ExpectCell(fix.*column.member, row, column.name);
             }
         }
         if (fix.latitude) {
             if (!fix.nmrUsed) ++fixes.places;
-            ExpectCell(fix.latitude, row, "lat_deg", 1e-9);
-            ExpectCell(fix.longitude, row, "lon_deg", 1e-9);
-            ExpectCell(fix.height, row, "h_ell_m", 1e-9);
-            ExpectCell(fix.heightMSL, row, "h_msl_m", 1e-9);
-            ExpectCell(fix.horizontalAccuracy, row, "hacc_m", 1e-9);
-            ExpectCell(fix.verticalAccuracy, row, "vacc_m", 1e-9);
+            for (const Column& column : Place) ExpectCell(fix.*column.member, row, column.name);
         }
         if (fix.gdop) {
             ++fixes.dops;
-            ExpectCell(fix.gdop, row, "gdop", 1e-9);
-            ExpectCell(fix.pdop, row, "pdop", 1e-9);
-            ExpectCell(fix.tdop, row, "tdop", 1e-9);
-            ExpectCell(fix.vdop, row, "vdop", 1e-9);
-            ExpectCell(fix.hdop, row, "hdop", 1e-9);
-            ExpectCell(fix.ndop, row, "ndop", 1e-9);
-            ExpectCell(fix.edop, row, "edop", 1e-9);
+            for (const Column& column : Dilutions) ExpectCell(fix.*column.member, row, column.name);
         }
     }
     return fixes;
@@ -253,9 +254,9 @@ void CompareSkies(const UbxRun& run, const std::string& reference, std::size_t n
         ASSERT_NE(found, seen.end()) << row.at("iTOW_ms_GPST") << ' ' << row.at("sat");
         const Host::ReceiverSatellite& satellite = found->second;
         EXPECT_EQ(satellite.snr, Number(row.at("cno_dbhz")));
-        ExpectCell(satellite.elevation, row, "elev_deg", 0.0);
-        ExpectCell(satellite.azimuth, row, "azim_deg", 0.0);
-        ExpectCell(satellite.residual, row, "pr_res_m", 1e-9);
+        ExpectCell(satellite.elevation, row, "elev_deg");
+        ExpectCell(satellite.azimuth, row, "azim_deg");
+        ExpectCell(satellite.residual, row, "pr_res_m");
         EXPECT_EQ(satellite.used, row.at("used") == "1");
         EXPECT_EQ(satellite.health, std::stoi(row.at("health_code")));
     }
