@@ -19,13 +19,25 @@ class GNSS_EXPORT SatelliteIdType;
 template <typename System>
 class GNSS_EXPORT SignalFrequency;
 
+// Measurements.
+template <typename System>
+class GNSS_EXPORT SignalMeasurement;
+class MeasSet;
+class MeasAvail;
+class MSAdjust;
+
 using PRN = SatelliteId<GPSSystem>;
 using PRNType = SatelliteIdType<GPSSystem>;
 using GPSFreqy = SignalFrequency<GPSSystem>;
+using GPSMeas = SignalMeasurement<GPSSystem>;
 
 // Almanac and ephemerides.
 class Almanac;
 class GPSEphemeride;
+
+// Navigation messages.
+class ICD;
+class ICDGlonass;
 
 namespace Glonass {
 
@@ -34,6 +46,7 @@ class Ephemeride;
 using Slot = SatelliteId<GlonassSystem>;
 using SlotType = SatelliteIdType<GlonassSystem>;
 using Frequency = SignalFrequency<GlonassSystem>;
+using Measurement = SignalMeasurement<GlonassSystem>;
 
 }  // namespace Glonass
 }  // namespace GNSS

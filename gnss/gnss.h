@@ -29,6 +29,13 @@
 #include "gnss/geodesy/QGrid.h"
 #include "gnss/geodesy/Spheroid.h"
 
+// Measurements.
+#include "gnss/measurement/GPSMeas.h"
+#include "gnss/measurement/GlonassMeasurement.h"
+#include "gnss/measurement/MSAdjust.h"
+#include "gnss/measurement/MeasAvail.h"
+#include "gnss/measurement/MeasSet.h"
+
 // Almanac records, ionosphere and UTC.
 #include "gnss/almanac/AlmanacGlonassOrbit.h"
 #include "gnss/almanac/AlmanacGlonassSV.h"
@@ -39,3 +46,7 @@
 // Ephemerides.
 #include "gnss/ephemeris/GPSEphemeride.h"
 #include "gnss/ephemeris/GlonassEphemeride.h"
+
+// Navigation messages.
+#include "gnss/icd/ICD.h"
+#include "gnss/icd/ICDGlonass.h"
