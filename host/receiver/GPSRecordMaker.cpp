@@ -154,6 +154,11 @@ void GPSRecordMaker::Complete(const Page<Almanac::Iono>& page) {
 
 void GPSRecordMaker::Complete(const Page<Almanac::UTC>& page) {
     Almanac::UTC utc = page.record;
+    // Of zeros, as a page or a receiver may have them that knows nothing yet, it would undo all leap seconds.
+    if (utc.DN < 1 || utc.DN > 7 || utc.DtLS < 0) {
+        ++nmrRefused_;
+        return;
+    }
     utc.time = Date(page.seconds);
     utc.WNt = ResolveWeek(utc.WNt, ModulusOfPage, utc.time.GetWeek());
     utc.WNLSF = ResolveWeek(utc.WNLSF, ModulusOfPage, utc.time.GetWeek());

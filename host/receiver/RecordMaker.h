@@ -52,7 +52,7 @@ public:
     // Subframes whose parity is wrong, strings that fail the Hamming check.
     [[nodiscard]] std::int64_t GetNmrParityFailures() const { return gps_.GetNmrParityFailures(); }
     [[nodiscard]] std::int64_t GetNmrHammingFailures() const { return glonass_.GetNmrHammingFailures(); }
-    // Ephemerides and almanacs whose parts do not belong together, or that say what cannot be.
+    // Records whose parts do not belong together, or that say what cannot be.
     [[nodiscard]] std::int64_t GetNmrRefused() const { return gps_.GetNmrRefused() + glonass_.GetNmrRefused(); }
 
 private:

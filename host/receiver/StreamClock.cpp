@@ -45,8 +45,9 @@ double StreamClock::ToMoscow(const GPSTime& time) const {
 
 GPSTime StreamClock::FromMoscow(double seconds) const {
     const GPSTime uncounted(0, seconds - MoscowToUTC);
-    // The count of UTC's number taken for GPS time is right but for the seconds just behind a leap.
-    return uncounted + Corvane::Time(GetLeapSeconds(uncounted + Corvane::Time(GetLeapSeconds(uncounted))));
+    // A time inside an inserted second reads as the one a second later, which is taken.
+    const GPSTime about = uncounted + Corvane::Time(GetLeapSeconds(uncounted) + 1.0);
+    return uncounted + Corvane::Time(GetLeapSeconds(about));
 }
 
 }  // namespace Host
