@@ -85,21 +85,25 @@ consteval bool IsSound(const std::array<Field<Record>, Size>& table, int nmrUnit
     return true;
 }
 
+template <const auto& Table, std::size_t Row, typename Record, typename Reader>
+inline void DecodeRow(const Reader& reader, Record& record) {
+    constexpr const auto& Line = Table[Row];
+    std::int64_t number = Line.coding == Coding::Signed ? std::int64_t{reader.Signed(Line.bits)}
+                                                        : std::int64_t{reader.Unsigned(Line.bits)};
+    if constexpr (Line.rest.width > 0) number = number * (1LL << Line.rest.width) + reader.Unsigned(Line.rest);
+    Line.store(record, {number, Line.scale});
+}
+
+template <const auto& Table, typename Record, typename Reader, std::size_t... Row>
+inline void DecodeRows(const Reader& reader, Record& record, std::index_sequence<Row...> /*rows*/) {
+    (DecodeRow<Table, Row>(reader, record), ...);
+}
+
 // Fills a record's fields in the order of the table. The reader gives the bits as an unsigned or a signed number. Every
 // row is a constant to the compiler, so that nothing of the table remains at run time.
 template <const auto& Table, typename Record, typename Reader>
 inline void Decode(const Reader& reader, Record& record) {
-    const auto decodeRow = [&]<std::size_t Row>(std::integral_constant<std::size_t, Row>) {
-        constexpr const auto& Line = Table[Row];
-        std::int64_t number = Line.coding == Coding::Signed ? std::int64_t{reader.Signed(Line.bits)}
-                                                            : std::int64_t{reader.Unsigned(Line.bits)};
-        if constexpr (Line.rest.width > 0) number = number * (1LL << Line.rest.width) + reader.Unsigned(Line.rest);
-        Line.store(record, {number, Line.scale});
-    };
-    [&]<std::size_t... Row>(std::index_sequence<Row...>) {
-        (decodeRow(std::integral_constant<std::size_t, Row>{}), ...);
-    }
-    (std::make_index_sequence<Table.size()>{});
+    DecodeRows<Table>(reader, record, std::make_index_sequence<Table.size()>{});
 }
 
 }  // namespace GNSS::FieldTable

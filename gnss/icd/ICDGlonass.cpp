@@ -19,7 +19,7 @@ using enum FieldTable::Coding;
 
 // The messages. A row: {string, lowest bit, width}, coding, value of the last bit, destination.
 
-// Table 4.6 of the interface control document: strings 1 to 4 of a frame.
+// Section 4.4 of the interface control document: strings 1 to 4 of a frame.
 using Eph = Glonass::Ephemeride;
 using Status = Eph::Status;
 using EphSF = ICDGlonass::EphemerisSF;
@@ -64,7 +64,7 @@ constexpr auto Immediate = std::to_array<Field<Eph>>({
     {{4, 9, 2}, Signed, 1.0, [](Eph& e, const Raw& raw) { e.m.isM = raw.number == 1; }},
 });
 
-// Table 4.11: the two strings of a slot's almanac, and string 5 of their frame.
+// Section 4.5: the two strings of a slot's almanac, and string 5 of their frame.
 using Alm = Almanac::GlonassSV;
 using AlmSF = ICDGlonass::AlmanacSF;
 enum AlmanacString : std::int32_t { Even = 1, Odd = 2, Fifth = 3 };

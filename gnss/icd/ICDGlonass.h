@@ -21,7 +21,7 @@ namespace GNSS {
 class GNSS_EXPORT ICDGlonass {
 public:
     // Scale factors: the value of a field's last bit.
-    // Almanac (table 4.9); semicircles, seconds.
+    // Almanac (section 4.5); semicircles, seconds.
     struct AlmanacSF {
         static constexpr double Lambda = 0x1p-20;
         static constexpr double TLambda = 0x1p-5;
@@ -32,7 +32,7 @@ public:
         static constexpr double DDracDot = 0x1p-14;
         static constexpr double TauN = 0x1p-18;
     };
-    // Immediate data (table 4.5); kilometres, seconds.
+    // Immediate data (section 4.4); kilometres, seconds.
     struct EphemerisSF {
         static constexpr double Posn = 0x1p-11;
         static constexpr double Vely = 0x1p-20;

@@ -33,7 +33,8 @@ namespace GNSS {
 //           with the ranges. If so the jump is taken out of all phases from then on: they continue as before. If not
 //           they are left. A GLONASS phase whose frequency channel was not given cannot be adjusted exactly; it stays,
 //           marked as slipped at the jump. The first epoch's milliseconds leave the phase alone, whose start is
-//           arbitrary anyway.
+//           arbitrary anyway. Where a start after a gap drops milliseconds that were carried along, all phases are
+//           marked as slipped.
 // Time      The set's time is left. When the common milliseconds are the receiver clock's (not the modulo's), the time
 //           by that clock is ahead by the same number; who computes times of transmission takes it off both.
 //

@@ -34,14 +34,16 @@ public:
     // Index of the first satellite with this identifier, on whatever channel; -1 when there is none.
     [[nodiscard]] int FindSV(const Id& id) const;
     // Index of the satellite on this receiver channel, or -1.
-    [[nodiscard]] int FindSV(const Id& id, int channel) const requires(Rules::HasReceiverChannel);
+    [[nodiscard]] int FindSV(const Id& id, int channel) const requires(Rules::HasReceiverChannel) {
+        return FindOnChannel(id, channel);
+    }
 
     int AddSV(const Id& id) { return ObtainSV(SV(id)); }
     // Sets the direction, too.
     int AddSV(const Id& id, Corvane::Angle azi, Corvane::Angle elev);
     // A copy, which replaces the satellite that is there already.
     int AddSV(const SV& sv);
-    int AddSV(const Id& id, int channel) requires(Rules::HasReceiverChannel);
+    int AddSV(const Id& id, int channel) requires(Rules::HasReceiverChannel) { return AddOnChannel(id, channel); }
     // Adds the record to the satellite, or replaces that of the same frequency.
     int AddMeas(const Id& id, const Record& record);
     // Adds a record with nothing measured, unless the satellite has one of this frequency.
@@ -67,6 +69,11 @@ public:
     bool Read(Corvane::Stream::Input& input);
 
 private:
+    friend Set;
+
+    // For every system, since what is instantiated whole must compile whole.
+    [[nodiscard]] int FindOnChannel(const Id& id, int channel) const;
+    int AddOnChannel(const Id& id, int channel);
     // Index of the satellite that has the identity of this one, or -1.
     [[nodiscard]] int FindSame(const SV& sv) const;
     // That index, or that of an appended copy.

@@ -77,6 +77,8 @@ public:
     bool Read(Corvane::Stream::Input& input);
 
 private:
+    friend Inner;
+
     Id id_;
     bool hasInfo_ = false;
     std::optional<std::int32_t> channel_;  // always empty where the system has none

@@ -28,14 +28,14 @@ public:
     [[nodiscard]] SV* ChangeSV(int index) { return inner_.Write().ChangeSV(index); }
     [[nodiscard]] int FindSV(const Id& id) const { return inner_.Read().FindSV(id); }
     [[nodiscard]] int FindSV(const Id& id, int channel) const requires(Rules::HasReceiverChannel) {
-        return inner_.Read().FindSV(id, channel);
+        return inner_.Read().FindOnChannel(id, channel);
     }
 
     int AddSV(const Id& id) { return inner_.Write().AddSV(id); }
     int AddSV(const Id& id, Corvane::Angle azi, Corvane::Angle elev) { return inner_.Write().AddSV(id, azi, elev); }
     int AddSV(const SV& sv) { return inner_.Write().AddSV(sv); }
     int AddSV(const Id& id, int channel) requires(Rules::HasReceiverChannel) {
-        return inner_.Write().AddSV(id, channel);
+        return inner_.Write().AddOnChannel(id, channel);
     }
     int AddMeas(const Id& id, const Record& record) { return inner_.Write().AddMeas(id, record); }
     int AddFreq(const Id& id, const Freqy& freqy) { return inner_.Write().AddFreq(id, freqy); }

@@ -2,6 +2,7 @@
 
 #include "gnss/platform/Number.h"
 #include "gnss/time/GloTime.h"
+#include "host/receiver/GlonassWords.h"
 #include "host/receiver/LeapSeconds.h"
 #include "host/receiver/RinexReaders.h"
 
@@ -69,10 +70,6 @@ constexpr std::array<RinexField, RinexGlonassReader::NmrNumbers> Fields{{
 
 using Numbers = RinexNumbers<RinexGlonassReader::NmrNumbers>;
 
-// Metres that the accuracy index F_T stands for (interface control document, table 4.4); 15 is none.
-constexpr std::array<double, 15> AccuracyMetres{1, 2, 2.5, 4, 5, 7, 10, 12, 14, 16, 32, 64, 128, 256, 512};
-constexpr std::array<int, 4> P1Minutes{0, 30, 45, 60};
-
 int CountOn(const Corvane::Date& utc, const RinexNavigation& navigation) {
     if (!navigation.leapSeconds) return GPSMinusUTC(utc);
     const auto& event = navigation.leapSeconds->event;
@@ -105,7 +102,7 @@ void SetStatus(const Numbers& n, Ephemeride& eph) {
     eph.status.SetUnhealthy(n[Health] != 0.0);
     if (!std::isnan(n[StatusFlags])) {
         const auto flags = static_cast<unsigned>(ToInt(n[StatusFlags]));
-        eph.status.Set(Status::P1, P1Minutes[(flags >> 2) & 3U]);
+        eph.status.Set(Status::P1, GlonassP1Minutes[(flags >> 2) & 3U]);
         eph.status.Set(Status::P2, static_cast<int>((flags >> 4) & 1U));
         eph.status.Set(Status::P3, static_cast<int>((flags >> 5) & 1U));
         eph.status.Set(Status::P4, static_cast<int>((flags >> 6) & 1U));
@@ -115,7 +112,7 @@ void SetStatus(const Numbers& n, Ephemeride& eph) {
     if (!std::isnan(n[AccuracyIndex])) {
         eph.m.accuracyIndex = ToInt(n[AccuracyIndex]);
         const auto index = static_cast<std::size_t>(eph.m.accuracyIndex);
-        if (index < AccuracyMetres.size()) eph.accuracy = AccuracyMetres[index];
+        if (index < GlonassAccuracyMetres.size()) eph.accuracy = GlonassAccuracyMetres[index];
     }
 }
 

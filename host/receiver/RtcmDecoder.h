@@ -1,0 +1,86 @@
+// RtcmDecoder: a stream of RTCM 3 messages.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "gnss/measurement/MeasSet.h"
+#include "gnss/time/GPSTime.h"
+#include "host/receiver/RtcmObservations.h"
+#include "host/receiver/RtcmTime.h"
+#include "host/receiver/RtcmTracks.h"
+#include "host/receiver/StreamDecoder.h"
+
+namespace Host {
+
+// RTCM 10403 (version 3): a frame is D3, six zero bits, the length in ten, that many bytes, and a CRC-24Q; a message's
+// number is its first twelve bits. A frame without contents, which some senders use as a filler, is kind 0.
+//
+//   1001-1004  GPS measurements            1009-1012  GLONASS measurements
+//   1074 1075 1077, 1084 1085 1087         the same as MSM4, MSM5 and MSM7
+//   1005 1006  station position            1013       date, time and leap seconds
+//   1019       GPS ephemeride              1020       GLONASS ephemeride
+//
+// Others are counted.
+//
+// Time          See RtcmTime. While no full time is known, measurements are dropped and their epochs counted, and
+//               nothing is held back for a time that may come. Ephemerides are delivered all the same. OnTime tells the
+//               time of each epoch, or, until the first one, that of 1013 and 1020.
+// Epochs        All messages of an epoch make one set: until one says that none of the epoch follows, or one of another
+//               epoch comes, or the stream ends. A set in which nothing is measured is not delivered.
+// Range         m, as the message has it. From 1001, 1003, 1009 and 1011 it lacks a multiple of a light-millisecond
+// (two
+//               for GLONASS), which is for the receiver of the set to put back. Qualities are 0: none are told.
+// Phase         cycles, continuous while the lock is: see RtcmTracks. GLONASS phases and Dopplers need the frequency
+//               channel, from the message or an earlier one of the same slot (1009 to 1012, 1020, MSM5, MSM7); they are
+//               left out before that. A phase warning is one of half a cycle.
+// Lock time     s, the least that the message's indicator stands for. A slip is also a lost lock.
+// Ephemerides   1019 says the week of transmission modulo 1024; where the time is known, the week is that of toe
+//               (modulo 1024 still). 1020: day is N_T, and where the satellite sends none (before GLONASS-M) that of tb
+//               by the stream's time, or 0; the reference is tb nearest to the frame's time.
+class RtcmDecoder : public StreamDecoder {
+public:
+    explicit RtcmDecoder(ReceiverSink& sink) : StreamDecoder(sink) {}
+
+    // See RtcmTime.
+    void SetApproximateTime(const GNSS::GPSTime& time) override { time_.SetApproximate(time); }
+    // The message number.
+    [[nodiscard]] std::string GetKindName(std::uint32_t kind) const override { return std::to_string(kind); }
+    // Epochs of measurements that were dropped because no time was known.
+    [[nodiscard]] std::int64_t GetNmrUndated() const { return nmrUndated_; }
+
+protected:
+    [[nodiscard]] std::size_t FindStart(std::string_view bytes) const override;
+    [[nodiscard]] Frame Inspect(std::string_view bytes) const override;
+    [[nodiscard]] bool Decode(std::uint32_t kind, std::string_view message) override;
+    void Flush() override;
+
+private:
+    [[nodiscard]] bool DecodeStation(std::uint32_t kind, std::string_view payload);
+    [[nodiscard]] bool DecodeSystem(std::string_view payload);
+    [[nodiscard]] bool DecodeGPSEphemeride(std::string_view payload);
+    [[nodiscard]] bool DecodeGlonassEphemeride(std::string_view payload);
+    // Dates a message and adds it to its epoch.
+    void Take(const RtcmObservations& message);
+    void CountUndated(const RtcmObservations& message);
+    template <typename Set>
+    void AddSignals(const RtcmObservations& message, const GNSS::GPSTime& time, Set& set);
+
+    RtcmTime time_;
+    RtcmTracks tracks_;
+    RtcmObservations message_;  // kept for its size
+
+    std::optional<GNSS::GPSTime> epoch_;  // of the set that is being put together
+    GNSS::MeasSet set_;
+    bool hasEpochs_ = false;
+
+    std::int64_t nmrUndated_ = 0;
+    bool isUndatedOpen_ = false;                              // messages of the last undated epoch may still follow
+    std::array<std::optional<std::int64_t>, 2> undatedMs_{};  // of that epoch, by system
+};
+
+}  // namespace Host

@@ -1,0 +1,56 @@
+// RtcmTime: full times for RTCM 3, whose epochs are only seconds of a week or of a day.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "gnss/platform/Date.h"
+#include "gnss/time/GPSTime.h"
+#include "gnss/time/GlonassSlot.h"
+#include "host/receiver/RtcmObservations.h"
+
+namespace Host {
+
+// The time from outside counts until the stream says a date of its own; from then on the stream's counts. Its sources,
+// the better one first:
+//   1013  the station's system parameters have the whole date and time. Always taken.
+//   1020  the date and frame time of a GLONASS-M satellite. Where nothing is known yet, that of a healthy satellite is
+//         taken as it is; against a time that is known it counts only when two satellites in succession say the same
+//         (a single one may be wrong), and never after a 1013.
+// A source that agrees with what is known to half a day changes nothing. Once known, the time goes on from epoch to
+// epoch, each being the one nearest to the last, across turns of the week and the day.
+//
+// GLONASS time counts leap seconds and has the same number for a leap second and for the one after it. The first of the
+// two is taken, unless the epoch before it, of GPS say, is already the second.
+class RtcmTime {
+public:
+    // From outside: within half a week of the next epoch, or within half a day where that is of 1009 to 1012, which
+    // have the time of day only.
+    void SetApproximate(const GNSS::GPSTime& time);
+    // 1013. Returns the time.
+    GNSS::GPSTime SetStation(const Corvane::Date& utc, double secondsOfDay);
+    // 1020: frame time, in seconds of that Moscow day. Returns the time that it says, if that is believed.
+    std::optional<GNSS::GPSTime> SetSatellite(GNSS::Glonass::Slot slot, bool healthy, const Corvane::Date& moscow,
+                                              double frameTime);
+
+    // The time of the last epoch, or near to the present.
+    [[nodiscard]] const std::optional<GNSS::GPSTime>& Get() const { return reference_; }
+    // An epoch's full time, from which the next ones go on; nothing while no time is known.
+    std::optional<GNSS::GPSTime> Date(const RtcmObservations& message);
+
+private:
+    enum class Source : std::uint8_t { None, Outside, Satellite, Station };
+    struct Said {
+        GNSS::Glonass::Slot slot;
+        GNSS::GPSTime time;
+    };
+
+    std::optional<GNSS::GPSTime> reference_;
+    Source source_ = Source::None;
+    std::optional<Said> doubted_;  // what a satellite has said against the known time
+};
+
+// GPS time of the seconds of a day of Moscow time (UTC + 3 h).
+[[nodiscard]] GNSS::GPSTime FromMoscow(const Corvane::Date& date, double seconds);
+
+}  // namespace Host
