@@ -40,18 +40,16 @@ void GPSRecordMaker::Take(int index, const Record& record, Waiting<Record, Place
 }
 
 void GPSRecordMaker::Add(const GPSSubframe& subframe) {
-    if (subframe.prn.IsNull()) return;
     if (subframe.parity == GPSSubframe::Parity::Present && !HasGPSParity(subframe.words)) {
         ++nmrParityFailures_;
         return;
     }
-    const int index = subframe.prn - 1;
-    ICD& icd = icds_[static_cast<std::size_t>(index)];
+    ICD& icd = icds_[static_cast<std::size_t>(int{subframe.prn})];
     int id = 0;
     int svId = 0;
     const ICD::Type type = icd.AddSubframe(subframe.words.data(), id, svId);
-    if (type == ICD::Ephemeris) return TakeEphemeride(subframe.prn, icd);
-    if (type == ICD::None) return;
+    if (type == ICD::Ephemeris && subframe.prn.IsValid()) TakeEphemeride(subframe.prn, icd);
+    if (type == ICD::Ephemeris || type == ICD::None) return;
 
     const ICD::Subframe& page = icd.GetSubframe(id);
     const auto seconds = StartOf(page);

@@ -65,7 +65,8 @@ private:
 
     StreamClock& clock_;
     RecordSink& sink_;
-    std::array<GNSS::ICD, static_cast<std::size_t>(Satellites)> icds_;
+    // By PRN; 0 is for pages that come from no particular satellite.
+    std::array<GNSS::ICD, static_cast<std::size_t>(Satellites) + 1> icds_;
     std::optional<AlmanacWeek> almanacWeek_;
     Waiting<Page<GNSS::GPSEphemeride>, Satellites> ephemerides_;
     Waiting<GPSDecodedEphemeride, Satellites> decoded_;
