@@ -28,7 +28,8 @@ namespace GNSS {
 // Split     What is taken out is common plus own: the common number is the one on which most of the satellites agree
 //           (of equals the one nearest zero, then the greater), a satellite's own is the rest.
 // Jumps     A clock jump is a change of the number taken out, since the epoch before, by the same amount for more than
-//           half of the satellites of both epochs, at least two. A satellite alone that passes a millisecond is none.
+//           half of the satellites of both epochs, at least two. A satellite alone that passes a millisecond is none,
+//           and ranges modulo a millisecond do not show jumps.
 // Phase     At a jump, the phases that run through it without slip or lost lock tell by majority whether they jumped
 //           with the ranges. If so the jump is taken out of all phases from then on: they continue as before. If not
 //           they are left. A GLONASS phase whose frequency channel was not given cannot be adjusted exactly; it stays,

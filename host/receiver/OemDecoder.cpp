@@ -26,9 +26,11 @@ constexpr std::size_t Checksum = 4;
 // The header's status of its time.
 constexpr unsigned Fine = 160;
 constexpr unsigned SatTime = 200;
-// Of the header's byte about the kind of message: which antenna, which format, whether an answer. All 0 is a binary
-// message of the first antenna.
-constexpr unsigned OtherThanLog = 0x1F | 0x60 | 0x80;
+// Of the header's byte about the kind of message: the format, which is binary when 0, whether it is an answer, and
+// where the measurements come from. Older firmware has other numbers there than the 0 of the first antenna, 2 for one.
+constexpr unsigned FormatOrAnswer = 0x60 | 0x80;
+constexpr unsigned Source = 0x1F;
+constexpr unsigned SecondAntenna = 1;
 
 // CRC-32 with a register that begins with zeros and is not inverted at the end; zlib's inverts at both.
 std::uint32_t CalcChecksum(std::string_view bytes) {
@@ -122,7 +124,8 @@ void OemDecoder::TellTime() {
 bool OemDecoder::Decode(std::uint32_t kind, std::string_view message) {
     const LittleEndian in(message);
     // A short header has no status of its time.
-    if (IsShort(message) || (in.Get<std::uint8_t>(6) & OtherThanLog) != 0) return true;
+    const unsigned type = in.Get<std::uint8_t>(6);
+    if (IsShort(message) || (type & FormatOrAnswer) != 0 || (type & Source) == SecondAntenna) return true;
     const unsigned status = in.Get<std::uint8_t>(13);
     time_.reset();
     if (status >= Fine) time_ = Oem::MakeTime(in.Get<std::uint16_t>(14), in.Get<std::uint32_t>(16));

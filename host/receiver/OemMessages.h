@@ -33,7 +33,8 @@ enum Message : std::uint16_t {
 // week.
 [[nodiscard]] std::optional<GNSS::GPSTime> MakeTime(std::uint32_t week, std::uint32_t milliseconds);
 
-// RAWEPHEM: subframes 1 to 3 of one satellite.
+// RAWEPHEM: subframes 1 to 3 of one satellite. The receiver joins those of one issue from different frames; their TOW
+// counts become those of the newest of these frames, so that they follow each other.
 [[nodiscard]] std::optional<std::array<GPSSubframe, 3>> ReadRawEphem(std::string_view body);
 [[nodiscard]] std::optional<GPSSubframe> ReadRawGPSSubframe(std::string_view body);
 

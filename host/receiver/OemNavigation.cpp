@@ -29,6 +29,11 @@ std::uint32_t WordAt(std::string_view bytes, std::size_t word) {
     return value.Get();
 }
 
+// TOW counts in a week, and where the one of a subframe stands in its word 2.
+constexpr unsigned CountsInWeek = 100800;
+constexpr unsigned CountShift = 13;
+constexpr unsigned long CountMask = 0x1FFFFUL << CountShift;
+
 GPSSubframe MakeSubframe(GNSS::PRN prn, std::string_view bytes) {
     GPSSubframe subframe;
     subframe.prn = prn;
@@ -41,6 +46,26 @@ unsigned GetPreamble(const GPSSubframe& subframe) {
 }
 unsigned GetNumber(const GPSSubframe& subframe) {
     return static_cast<unsigned>(subframe.words[1] >> 8U) & 7U;
+}
+
+// Subframes 1 to 3 of one issue, but of different frames, as the receiver got hold of each last. All are moved into the
+// newest of these frames, for what the library takes for an ephemeris is three in a row. Those of different issues
+// stay.
+void JoinFrames(std::array<GPSSubframe, 3>& subframes) {
+    const auto first8 = [](unsigned long word) { return word >> 22U; };
+    const unsigned long issue = first8(subframes[0].words[7]);  // IODC without its two high bits, then IODE twice
+    if (first8(subframes[1].words[2]) != issue || first8(subframes[2].words[9]) != issue) return;
+    unsigned newest = 0;
+    for (unsigned i = 0; i < 3; ++i) {
+        const auto count = static_cast<unsigned>((subframes[i].words[1] & CountMask) >> CountShift);
+        if (count >= CountsInWeek) return;
+        const unsigned start = (count + CountsInWeek - i) % CountsInWeek;
+        if (i == 0 || (start + CountsInWeek - newest) % CountsInWeek < CountsInWeek / 2) newest = start;
+    }
+    for (unsigned i = 0; i < 3; ++i) {
+        unsigned long& word = subframes[i].words[1];
+        word = (word & ~CountMask) | (static_cast<unsigned long>((newest + i) % CountsInWeek) << CountShift);
+    }
 }
 
 // Null for a number that is no satellite's. 0 among them, which PRN takes for the message's five-bit form of 32.
@@ -86,6 +111,7 @@ std::optional<std::array<GPSSubframe, 3>> ReadRawEphem(std::string_view body) {
             return std::nullopt;
         }
     }
+    JoinFrames(subframes);
     return subframes;
 }
 
@@ -129,7 +155,6 @@ bool RawAlmanac::Open(std::string_view body) {
 
 std::optional<GPSSubframe> RawAlmanac::ReadPage(std::size_t index, double seconds) const {
     constexpr double SubframeSeconds = 6.0;
-    constexpr unsigned SubframesInWeek = 100800;
     const std::string_view page = pages_.substr(index * pageSize_, pageSize_);
     const std::string_view bytes = page.substr(2);
     if (bytes.size() >= SubframeBytes) {
@@ -141,10 +166,10 @@ std::optional<GPSSubframe> RawAlmanac::ReadPage(std::size_t index, double second
     const unsigned id = LittleEndian(page).Get<std::uint16_t>(0);
     if (id < 1 || id > 63) return std::nullopt;
     const unsigned number = id <= 24 || id == 51 ? 5 : 4;
-    const unsigned count = (static_cast<unsigned>(Corvane::ToInt(seconds / SubframeSeconds)) + 1) % SubframesInWeek;
+    const unsigned count = (static_cast<unsigned>(Corvane::ToInt(seconds / SubframeSeconds)) + 1) % CountsInWeek;
     GPSSubframe subframe;
     subframe.words[0] = static_cast<unsigned long>(ICD::Subframe::Preamble) << 22U;
-    subframe.words[1] = (static_cast<unsigned long>(count) << 13U) | (number << 8U);
+    subframe.words[1] = (static_cast<unsigned long>(count) << CountShift) | (number << 8U);
     for (std::size_t i = 0; i < 8; ++i) subframe.words[i + 2] = WordAt(bytes, i);
     return subframe;
 }

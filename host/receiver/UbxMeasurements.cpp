@@ -24,7 +24,6 @@ using GNSS::GPSTime;
 namespace {
 
 constexpr double Millisecond = 1e-3;
-constexpr int MaxWeek = 6261;  // the end of 2099
 
 // Of a block of RXM-RAWX, by its trkStat.
 constexpr unsigned RangeValid = 0x01;
@@ -121,7 +120,7 @@ bool UbxDecoder::DecodeRAWX(const LittleEndian& payload) {
     const auto seconds = payload.Get<double>(0);
     const int week = payload.Get<std::uint16_t>(8);
     // The receiver's clock may be some milliseconds outside its week.
-    if (!(seconds > -1.0 && seconds < GPSTime::SecsInWeek + 1.0) || week > MaxWeek) return false;
+    if (!(seconds > -1.0 && seconds < GPSTime::SecsInWeek + 1.0) || week > UbxSystems::MaxWeek) return false;
     for (std::size_t i = 0; i < nmr; ++i) {
         if (!Block(payload.From(Blocks + i * BlockSize)).IsSensible()) return false;
     }
@@ -168,7 +167,7 @@ bool UbxDecoder::DecodeRAW(const LittleEndian& payload) {
     if (payload.GetSize() != Blocks + nmr * BlockSize) return false;
     const double seconds = payload.Get<std::int32_t>(0) * Millisecond;
     const int week = payload.Get<std::int16_t>(4);
-    if (!(seconds > -1.0 && seconds < GPSTime::SecsInWeek + 1.0) || week > MaxWeek) return false;
+    if (!(seconds > -1.0 && seconds < GPSTime::SecsInWeek + 1.0) || week > UbxSystems::MaxWeek) return false;
 
     GNSS::MeasSet set;
     for (std::size_t i = 0; i < nmr; ++i) {

@@ -13,7 +13,6 @@ using GNSS::GPSTime;
 namespace {
 
 constexpr std::uint32_t MSInWeek = 604'800'000;
-constexpr int MaxWeek = 6261;  // the end of 2099
 
 // Units of the fields.
 constexpr double Millimetre = 1e-3;
@@ -210,7 +209,7 @@ bool UbxDecoder::DecodeTIMEGPS(const LittleEndian& payload) {
     const int leap = payload.Get<std::int8_t>(10);
     const unsigned valid = payload.Get<std::uint8_t>(11);
     const bool hasTime = (valid & TowAndWeekValid) == TowAndWeekValid;
-    if (tow >= MSInWeek || (hasTime && (week <= 0 || week > MaxWeek))) return false;
+    if (tow >= MSInWeek || (hasTime && (week <= 0 || week > UbxSystems::MaxWeek))) return false;
     if (hasTime) {
         SetTime(GPSTime(week, tow * 1e-3));
     } else {

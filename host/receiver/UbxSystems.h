@@ -1,4 +1,4 @@
-// UbxSystems: how UBX numbers satellite systems, satellites and signals.
+// UbxSystems: how UBX numbers satellite systems, satellites, signals and weeks.
 #pragma once
 
 #include <optional>
@@ -29,6 +29,9 @@ template <typename Id>
 [[nodiscard]] constexpr bool IsNumber(int number) {
     return number >= Id::Min && number <= Id::Max;
 }
+
+// The last week of 2099; a receiver that says a later one is wrong.
+inline constexpr int MaxWeek = 6260;
 
 // svId of GLONASS: 1 to 32, of which the library knows 24, and the mark of a slot that the receiver does not know yet.
 inline constexpr int MaxGlonass = 32;

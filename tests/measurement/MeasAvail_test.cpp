@@ -35,7 +35,7 @@ TEST(MeasAvail, TextAndStream) {
         Corvane::Stream::MemoryInput input(output.Bytes());
         EXPECT_TRUE(read.Read(input));
         EXPECT_EQ(read, avail);
-        Corvane::Stream::MemoryInput shorter(std::span(output.Bytes()).first(5));
+        Corvane::Stream::MemoryInput shorter({output.Bytes().data(), 5});
         EXPECT_FALSE(read.Read(shorter));
         EXPECT_EQ(read, avail);
     }

@@ -54,7 +54,7 @@ void CheckStream(const T& object, const T& other) {
     EXPECT_TRUE(read == object);
     for (std::size_t length = 0; length < bytes.size(); ++length) {
         T cut = other;
-        MemoryInput input(std::span(bytes).first(length));
+        MemoryInput input({bytes.data(), length});
         ASSERT_FALSE(cut.Read(input)) << length;
         ASSERT_TRUE(cut == other) << length;
     }

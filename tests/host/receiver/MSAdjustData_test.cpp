@@ -1,0 +1,131 @@
+// MSAdjust on the ranges of a real receiver whose clock is more than a millisecond off: as they are, and with whole
+// milliseconds taken out and put in.
+#include <charconv>
+#include <cmath>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "gnss/measurement/MSAdjust.h"
+#include "host/receiver/FileText.h"
+#include "host/receiver/RinexNavigation.h"
+#include "tests/support/TestData.h"
+
+namespace {
+
+using GNSS::ECEF;
+using GNSS::GPSMeas;
+using GNSS::GPSTime;
+using GNSS::MeasSet;
+using GNSS::MSAdjust;
+using GNSS::PRN;
+
+constexpr double MS = MSAdjust::MSRange;
+
+double Number(std::string_view line, std::size_t first, std::size_t width) {
+    if (line.size() < first + width) return 0.0;
+    std::string_view text = line.substr(first, width);
+    while (text.starts_with(' ')) text.remove_prefix(1);
+    double value = 0.0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
+// The GPS measurements C1C and L1C of an observation file whose types are C1C, L1C, D1C, S1C.
+std::vector<GPSMeas::Set> ReadRanges(std::string_view text) {
+    std::vector<GPSMeas::Set> epochs;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(text.size(), line.size() + 1));
+        const auto field = [&](std::size_t first, std::size_t width) { return Number(line, first, width); };
+        if (line.starts_with('>')) {
+            const Corvane::Date date(static_cast<int>(field(2, 4)), static_cast<int>(field(7, 2)),
+                                     static_cast<int>(field(10, 2)));
+            const double seconds = field(13, 2) * 3600.0 + field(16, 2) * 60.0 + field(18, 11);
+            epochs.emplace_back(GPSTime(0, (date - GPSTime::Start) * GPSTime::SecsInDay + seconds));
+        } else if (line.starts_with('G') && !epochs.empty()) {
+            GPSMeas meas(GNSS::GPSFreqy::CA);
+            meas.SetRange({field(3, 14), 1.0});
+            meas.SetPhase({field(19, 14), 0.01});
+            epochs.back().AddMeas(PRN(static_cast<int>(field(1, 2))), meas);
+        }
+    }
+    return epochs;
+}
+
+TEST(MSAdjustData, ClockOfARealReceiver) {
+    GNSS_REQUIRE_TEST_DATA(observations, "reference/decoded_ubx_20080526.obs.gz");
+    GNSS_REQUIRE_TEST_DATA(broadcast, "reference/decoded_ubx_20080526.nav");
+    // The mean of the single point positions of this log, reference/spp_ubx_20080526_gps.csv, which also has the clock:
+    // -304649.5979 m at the first epoch, -330866.2514 m at the last.
+    const ECEF position(-3869302.0, 3436558.5, 3717357.5);
+    Host::FileText file;
+    Host::FileError error;
+    ASSERT_TRUE(file.Open(observations, error));
+    Host::RinexNavigation navigation;
+    ASSERT_TRUE(navigation.Read(broadcast, error));
+    const std::vector<GPSMeas::Set> epochs = ReadRanges(file.Text());
+    ASSERT_EQ(epochs.size(), 237U);
+
+    MSAdjust plain, modulo, jumping;
+    std::size_t nmrRanges = 0;
+    for (std::size_t k = 0; k < epochs.size(); ++k) {
+        std::vector<MSAdjust::GPSRange> computed;
+        for (const auto& record : navigation.gps) {
+            const GNSS::GPSEphemeride& ephemeride = record.ephemeride;
+            double range = 0.0, clock = 0.0;
+            GNSS::GPSEphemeride::Result result;
+            for (int i = 0; i < 3; ++i) {
+                const double flight = range / GNSS::LightSpeed;
+                if (!ephemeride.CalculatePosn(epochs[k].GetTime() - Corvane::Time(flight), result)) break;
+                const double turn = GNSS::GPSEphemeride::EarthRate.Radians() * flight;
+                const ECEF& p = result.posn;
+                range = std::hypot(p.x + turn * p.y - position.x, p.y - turn * p.x - position.y, p.z - position.z);
+                clock = result.clockCorrection;
+            }
+            if (result.valid) computed.push_back({ephemeride.prn, range - clock * GNSS::LightSpeed});
+        }
+        ASSERT_GE(computed.size(), 6U);
+
+        MeasSet set(epochs[k]);
+        const MSAdjust::Report report = plain.Adjust(set, computed, {});
+        ASSERT_TRUE(report.adjusted);
+        EXPECT_EQ(report.common, -1);
+        EXPECT_EQ(report.jump, 0);
+        const double clock = report.clockOffset * GNSS::LightSpeed + report.common * MS;
+        if (k == 0) EXPECT_NEAR(clock, -304649.6, 30.0);
+        if (k + 1 == epochs.size()) EXPECT_NEAR(clock, -330866.3, 30.0);
+
+        // The same without the milliseconds of travel, which differ by satellite, and with a clock that jumps to and
+        // fro, phases alike: both give the same ranges, the second the same phases.
+        GPSMeas::Set cut = epochs[k], jumped = epochs[k];
+        const int jumps = static_cast<int>(k / 50 % 2);
+        for (int i = 0; i < cut.NmrSV(); ++i) {
+            const GPSMeas meas = epochs[k].GetSV(i).GetMeas(0);
+            cut.ChangeSV(i)->ChangeMeas(0)->SetRange({std::fmod(meas.GetRange(), MS), 1.0});
+            GPSMeas& moved = *jumped.ChangeSV(i)->ChangeMeas(0);
+            moved.SetRange({meas.GetRange() + jumps * MS, 1.0});
+            moved.SetPhase({meas.GetPhase() + jumps * 1575420.0, 0.01});
+        }
+        MeasSet fromCut(cut), fromJumped(jumped);
+        const MSAdjust::Report reportCut = modulo.Adjust(fromCut, computed, {});
+        const MSAdjust::Report reportJumped = jumping.Adjust(fromJumped, computed, {});
+        EXPECT_EQ(reportJumped.jump != 0, k != 0 && k % 50 == 0) << k;
+        EXPECT_EQ(reportJumped.phaseJumped, reportJumped.jump != 0) << k;
+        for (int i = 0; i < cut.NmrSV(); ++i) {
+            const auto number = static_cast<std::size_t>(int{cut.GetSV(i).GetId()});
+            if (!report.gps[number]) continue;
+            ++nmrRanges;
+            const GPSMeas& whole = set.GetGPS().GetSV(i).GetMeas(0);
+            ASSERT_TRUE(reportCut.gps[number].has_value());
+            EXPECT_NEAR(fromCut.GetGPS().GetSV(i).GetMeas(0).GetRange(), whole.GetRange(), 1e-6);
+            EXPECT_NEAR(fromJumped.GetGPS().GetSV(i).GetMeas(0).GetRange(), whole.GetRange(), 1e-6);
+            EXPECT_NEAR(fromJumped.GetGPS().GetSV(i).GetMeas(0).GetPhase(), whole.GetPhase(), 1e-6);
+        }
+    }
+    EXPECT_GT(nmrRanges, 1500U);
+}
+
+}  // namespace
