@@ -113,6 +113,14 @@ void GPSRecordMaker::Add(const GPSDecodedEphemeride& record) {
     }
 }
 
+void GPSRecordMaker::Add(const Almanac::Iono& record) {
+    Take(0, Page<Almanac::Iono>{record, {}}, iono_);
+}
+
+void GPSRecordMaker::Add(const Almanac::UTC& record) {
+    Take(0, Page<Almanac::UTC>{record, {}}, utc_);
+}
+
 void GPSRecordMaker::CompleteWaiting() {
     const auto complete = [this](const auto& record) { Complete(record); };
     ephemerides_.Release(complete);

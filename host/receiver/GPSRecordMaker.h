@@ -20,8 +20,8 @@ public:
 
     void Add(const GPSSubframe& subframe);
     void Add(const GPSDecodedEphemeride& record);
-    void Add(const GNSS::Almanac::Iono& record) { Take(0, Page<GNSS::Almanac::Iono>{record, {}}, iono_); }
-    void Add(const GNSS::Almanac::UTC& record) { Take(0, Page<GNSS::Almanac::UTC>{record, {}}, utc_); }
+    void Add(const GNSS::Almanac::Iono& record);
+    void Add(const GNSS::Almanac::UTC& record);
     // The stream's time has become known.
     void CompleteWaiting();
 
