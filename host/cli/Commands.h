@@ -13,5 +13,6 @@ namespace Host {
 //   2  the command line is wrong
 void AddOrbitCommand(CLI::App& program, int& exitCode);
 void AddCompareCommand(CLI::App& program, int& exitCode);
+void AddDecodeCommand(CLI::App& program, int& exitCode);
 
 }  // namespace Host

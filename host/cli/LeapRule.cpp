@@ -74,7 +74,10 @@ int LeapRule::Count(const GPSTime& t) const {
 }
 
 void LeapRule::SetFor(const GPSTime& t) {
-    const int count = Count(t);
+    SetFor(t, Count(t));
+}
+
+void LeapRule::SetFor(const GPSTime& t, int count) {
     Corvane::Clock::SetTo((t - Time(count)).GetTimeDate());
     InForce rule{GPSTime::Zero, count, count};
     if (const auto leap = FindLeapSecond(count); leap && !IsByHeader(t)) {

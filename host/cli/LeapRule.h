@@ -31,6 +31,8 @@ public:
     // every other time it has one count and no change, because the records' own correction would otherwise go by the
     // start of any week.
     void SetFor(const GNSS::GPSTime& t);
+    // The same for a count from elsewhere: a stream that tells its own.
+    void SetFor(const GNSS::GPSTime& t, int count);
 
     // "leap seconds: 17", or both counts when the times lie on both sides of a leap.
     [[nodiscard]] std::string Print(const GNSS::GPSTime& first, const GNSS::GPSTime& last) const;

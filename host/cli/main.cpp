@@ -31,15 +31,16 @@ int Run(int argc, char** argv) {
     int exitCode = 0;
     Host::AddOrbitCommand(program, exitCode);
     Host::AddCompareCommand(program, exitCode);
+    Host::AddDecodeCommand(program, exitCode);
 
     const std::string first = argc > 1 ? argv[1] : "";
     const auto isCommand = [&first](const CLI::App* command) { return command->get_name() == first; };
     if (argc < 2) {
-        Host::Complain("say which command: orbit or compare; --help tells more");
+        Host::Complain("say which command: orbit, compare or decode; --help tells more");
         return 2;
     }
     if (first != "-h" && first != "--help" && program.get_subcommands(isCommand).empty()) {
-        Host::Complain(Host::Quoted(first) + " is no command; there are orbit and compare");
+        Host::Complain(Host::Quoted(first) + " is no command; there are orbit, compare and decode");
         return 2;
     }
     try {

@@ -26,7 +26,7 @@ struct GPSSubframe {
         Present,  // the six low bits hold the parity as transmitted; nobody has checked it
     };
 
-    GNSS::PRN prn;
+    GNSS::PRN prn;  // null for a page of subframe 4 or 5 of which the source does not say who sent it
     std::array<unsigned long, 10> words{};
     Parity parity = Parity::Checked;
 };
