@@ -207,18 +207,17 @@ TEST(AlmanacUpdate, HoldsOneRecordOfItsType) {
     using Update = Almanac::Update;
     const struct {
         Update update;
-        int type;
+        int type;  // 1 to 5: SV, Iono, UTC, Full, GlonassSV
         bool hasData;
     } rows[] = {{Update(Satellite(9)), 1, true},         {Update(Almanac::Iono()), 2, true},
                 {Update(Almanac::UTC()), 3, true},       {Update(Update::Full), 4, false},
                 {Update(Almanac::GlonassSV()), 5, true}, {Update(PRN(9)), 1, false}};
-    for (const auto& [update, type, hasData] : rows) {
-        EXPECT_EQ(update.HasData(), hasData) << type;
-        const bool is[] = {update.IsSV(), update.IsIono(), update.IsUTC(), update.IsFull(), update.IsGlonassSV()};
-        const bool has[] = {update.GetSV() != nullptr, update.GetIono() != nullptr, update.GetUTC() != nullptr, false,
-                            update.GetGlonassSV() != nullptr};
+    for (const auto& [u, type, hasData] : rows) {
+        const bool is[] = {u.IsSV(), u.IsIono(), u.IsUTC(), u.IsFull(), u.IsGlonassSV()};
+        const bool has[] = {u.GetSV() != nullptr, u.GetIono() != nullptr, u.GetUTC() != nullptr, false,
+                            u.GetGlonassSV() != nullptr};
         for (int i = 0; i < 5; ++i) EXPECT_TRUE(is[i] == (type == i + 1) && has[i] == (is[i] && hasData)) << type << i;
-        EXPECT_EQ(update.GetPRN(), type == 1 ? 9 : 0);
+        EXPECT_TRUE(u.HasData() == hasData && u.GetPRN() == (type == 1 ? 9 : 0)) << type;
     }
 }
 

@@ -178,10 +178,11 @@ TEST(ICDGlonass, AlmanacIsFoundWhereverItStands) {
     ICDGlonass::Frame frame;
     frame.SetString(MakeString(15, 3));
     frame.SetString(MakeString(7, 31));
+    frame.SetString(MakeString(5, 30));
     int index = -1;
     EXPECT_FALSE(frame.FindIndex(0, index) || frame.FindIndex(INT32_MIN, index) || frame.FindIndex(INT32_MAX, index));
     EXPECT_TRUE(index == -1 && frame.FindIndex(3, index) && index == 14);
-    EXPECT_TRUE(frame.FindIndex(31, index) && index == 6);
+    EXPECT_TRUE(frame.FindIndex(31, index) && index == 6 && !frame.FindIndex(30, index));
 }
 
 TEST(ICDGlonass, IgnoresWhatDoesNotExist) {
