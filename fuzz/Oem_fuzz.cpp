@@ -1,22 +1,21 @@
 // OEM messages: whatever the bytes and the pieces in which they come, every byte is counted once, the calls do not
-// depend on the pieces, and what is delivered is sensible. Each input is read as it is, and once more with the checksum
-// of its first message put right, so that bodies are reached.
+// depend on the pieces, and what is delivered, and the records made of it, are sensible. Each input is read as it is,
+// and once more with the checksum of its first message put right, so that bodies are reached.
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <zlib.h>
+
+#include "fuzz/RecordChecks.h"
 
 #include "host/receiver/OemDecoder.h"
 
 namespace {
 
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
+using fuzz::Check;
 
 class Checker : public Host::ReceiverSink {
 public:
@@ -39,9 +38,9 @@ public:
     }
     void OnEphemeride(const Host::GlonassDecodedEphemeride& record) override {
         ++calls;
-        Check(record.ephemeride.slot.IsValid() && record.reference && record.fourYears);
+        Check(record.ephemeride.slot.IsValid() && record.reference.has_value());
         Check(std::isfinite(record.ephemeride.posn.posn.Radius()) && std::isfinite(record.ephemeride.clock.tau));
-        Check(record.ephemeride.posn.day >= 1 && record.ephemeride.posn.day <= 1461);
+        Check(record.ephemeride.posn.day >= 0 && record.ephemeride.posn.day <= 1461);
     }
     void OnIono(const GNSS::Almanac::Iono& record) override { Check(std::isfinite(record.alpha0 + record.beta3)); }
     void OnUTC(const GNSS::Almanac::UTC& record) override { Check(record.DN >= 1 && record.DN <= 7); }
@@ -83,6 +82,7 @@ std::int64_t Decode(std::string_view bytes, std::size_t piece) {
 
 void DecodeInPieces(const std::string& bytes, std::size_t piece) {
     Check(Decode(bytes, piece) == Decode(bytes, ~0U));
+    fuzz::MakeRecords<Host::OemDecoder>(bytes);
 }
 
 }  // namespace

@@ -4,19 +4,18 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "fuzz/RecordChecks.h"
 
 #include "host/receiver/Crc24q.h"
 #include "host/receiver/RtcmDecoder.h"
 
 namespace {
 
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
+using fuzz::Check;
 
 class Sink : public Host::ReceiverSink {
 public:
@@ -66,6 +65,8 @@ private:
     }
 };
 
+const GNSS::GPSTime Known(2200, 100.0);
+
 struct Outcome {
     std::vector<GNSS::MeasSet> sets;
     std::size_t nmrRecords = 0;
@@ -76,7 +77,7 @@ struct Outcome {
 Outcome Run(std::string_view bytes, std::size_t piece, bool isTimeKnown) {
     Sink sink;
     Host::RtcmDecoder decoder(sink);
-    if (isTimeKnown) decoder.SetApproximateTime(GNSS::GPSTime(2200, 100.0));
+    if (isTimeKnown) decoder.SetApproximateTime(Known);
     const auto size = static_cast<std::int64_t>(bytes.size());
     for (; !bytes.empty(); bytes.remove_prefix(std::min(piece, bytes.size()))) decoder.Feed(bytes.substr(0, piece));
     decoder.Finish();
@@ -111,5 +112,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string mended = Mend(std::string(bytes));
     const Outcome whole = Run(mended, mended.size() + 1, isTimeKnown);
     Check(Run(mended, 5, isTimeKnown) == whole);
+    fuzz::MakeRecords<Host::RtcmDecoder>(mended, isTimeKnown ? std::optional(Known) : std::nullopt);
     return 0;
 }

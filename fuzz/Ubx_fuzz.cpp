@@ -1,19 +1,18 @@
-// UBX: whatever the bytes and the pieces they come in, nothing that reaches the sink is out of range or undated, and
-// every byte belongs to a message or is counted as skipped.
+// UBX: whatever the bytes and the pieces they come in, nothing that reaches the sink is out of range or undated, nor
+// are the records made of it, and every byte belongs to a message or is counted as skipped.
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
+
+#include "fuzz/RecordChecks.h"
 
 #include "host/receiver/UbxDecoder.h"
 
 namespace {
 
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
+using fuzz::Check;
 
 void CheckTime(const GNSS::GPSTime& time) {
     Check(time.GetWeek() > 0 && time.GetWeek() < 7000 && std::isfinite(time.GetSeconds()));
@@ -87,6 +86,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t piece = std::max<std::size_t>(data[0], 1);
     for (std::size_t at = 0; at < bytes.size(); at += piece) again.Feed(bytes.substr(at, piece));
     again.Finish();
+
+    fuzz::MakeRecords<Host::UbxDecoder>(bytes);
 
     const Host::StreamCounts& counts = decoder.GetCounts();
     Check(pieces.calls == whole.calls && again.GetCounts().skipped == counts.skipped);
