@@ -71,7 +71,7 @@ public:
         } else if (format_ == StreamFormat::Sp3) {
             Complain(file_ + ": an SP3 file; gnss compare reads it");
         } else {
-            Complain(fmt::format("{}: a file of {}, which gnss decode does not read", file_, Name(format_)));
+            Complain(fmt::format("{}: a {} file, which gnss decode does not read", file_, Name(format_)));
         }
         return false;
     }

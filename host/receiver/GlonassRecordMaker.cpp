@@ -119,6 +119,8 @@ void GlonassRecordMaker::MakeEphemeride(Channel& channel, const GlonassString& s
         return;
     }
     channel.lastMade = frame;
+    // The library leaves F_T alone.
+    if (ephemeride.m.isM) ephemeride.m.accuracyIndex = static_cast<int>(string4.GetUnsigned(30, 4));
     CompleteWords(Nearest(ephemeride.posn.tb, start), ephemeride);
     ephemeride.reference = clock_.FromMoscow(start);
     sink_.OnRecord(ephemeride, string.channel);
