@@ -2,6 +2,7 @@
 // whether the log is a real one or made here.
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -13,7 +14,6 @@
 #include "host/receiver/RtcmDecoder.h"
 #include "host/receiver/UbxDecoder.h"
 #include "host/receiver/UbxKinds.h"
-#include "tests/host/receiver/UbxFrames.h"
 
 namespace {
 
@@ -22,13 +22,42 @@ struct Log {
     const char* label;
 };
 
+// A message whose payload is written number by number.
+class Message {
+public:
+    explicit Message(std::size_t size) : payload_(size, '\0') {}
+    template <typename Number>
+    Message& Put(std::size_t at, Number number) {
+        std::memcpy(payload_.data() + at, &number, sizeof(Number));
+        return *this;
+    }
+    void AppendTo(std::string& stream, std::uint32_t kind) const {
+        std::string body;
+        for (const std::size_t byte :
+             {std::size_t{kind >> 8U}, std::size_t{kind & 0xFFU}, payload_.size() % 256, payload_.size() / 256}) {
+            body += static_cast<char>(byte);
+        }
+        body += payload_;
+        std::uint8_t a = 0;
+        std::uint8_t b = 0;
+        for (const char c : body) {
+            a = static_cast<std::uint8_t>(a + static_cast<std::uint8_t>(c));
+            b = static_cast<std::uint8_t>(b + a);
+        }
+        stream += "\xB5\x62" + body + static_cast<char>(a) + static_cast<char>(b);
+    }
+
+private:
+    std::string payload_;
+};
+
 // Ten minutes of what a receiver that tracks 12 GPS satellites is asked for most: measurements, time, subframes.
 std::string MakeUbx() {
     using Host::UbxKinds::NavTIMEGPS, Host::UbxKinds::RxmRAWX, Host::UbxKinds::RxmSFRBX;
     constexpr int NmrSatellites = 12;
     std::string stream;
     for (int second = 0; second < 600; ++second) {
-        tests::Bytes measurements(16 + 32 * NmrSatellites);
+        Message measurements(16 + 32 * NmrSatellites);
         measurements.Put(0, 1000.0 + second).Put(8, std::uint16_t{2300}).Put(11, std::uint8_t{NmrSatellites});
         for (int i = 0; i < NmrSatellites; ++i) {
             const std::size_t at = 16 + 32 * static_cast<std::size_t>(i);
@@ -36,13 +65,14 @@ std::string MakeUbx() {
             measurements.Put(at + 21, static_cast<std::uint8_t>(i + 1)).Put(at + 24, std::uint16_t{64500});
             measurements.Put(at + 26, std::uint8_t{45}).Put(at + 30, std::uint8_t{0xF});
         }
-        tests::Bytes time(16);
+        Message time(16);
         time.Put(0, static_cast<std::uint32_t>(1000 + second) * 1000U).Put(8, std::int16_t{2300}).Put(11, '\7');
-        stream += tests::UbxFrame(RxmRAWX, measurements) + tests::UbxFrame(NavTIMEGPS, time);
+        measurements.AppendTo(stream, RxmRAWX);
+        time.AppendTo(stream, NavTIMEGPS);
         for (int i = 0; i < NmrSatellites && second % 6 == 0; ++i) {
-            tests::Bytes subframe(48);
+            Message subframe(48);
             subframe.Put(1, static_cast<std::uint8_t>(i + 1)).Put(4, std::uint8_t{10}).Put(8, 0x22C00000U);
-            stream += tests::UbxFrame(RxmSFRBX, subframe);
+            subframe.AppendTo(stream, RxmSFRBX);
         }
     }
     return stream;

@@ -1,22 +1,19 @@
-// What must hold of the records that any stream makes, for the fuzz targets of the protocols.
+// RecordInvariants: whether records are what those of a RecordMaker always are, whatever the stream.
 #pragma once
 
 #include <cmath>
-#include <cstdlib>
 #include <optional>
-#include <string_view>
 
 #include "gnss/time/GloTime.h"
-#include "host/receiver/RecordMaker.h"
+#include "host/receiver/RecordSink.h"
 
-namespace fuzz {
+namespace Host {
 
-inline void Check(bool holds) {
-    if (!holds) std::abort();
-}
-
-class RecordChecks : public Host::RecordSink {
+class RecordInvariants : public RecordSink {
 public:
+    // Whether all records so far were as they must be.
+    [[nodiscard]] bool AreHeld() const { return areHeld_; }
+
     void OnRecord(const GNSS::GPSEphemeride& record) override {
         const auto& posn = record.posn;
         const auto& clock = record.clock;
@@ -59,6 +56,7 @@ public:
     }
 
 private:
+    void Check(bool holds) { areHeld_ = areHeld_ && holds; }
     static bool IsOfWeek(double seconds) { return seconds >= 0.0 && seconds < GNSS::GPSTime::SecsInWeek; }
     // The latest week that a header can say, and one beyond at a turn.
     static bool IsDated(const GNSS::GPSTime& time) {
@@ -69,18 +67,8 @@ private:
         return record.reference.GetDate() < Corvane::Date(1980, 1, 8) ||
                record.reference.GetDate() > Corvane::Date(2099, 12, 30);
     }
+
+    bool areHeld_ = true;
 };
 
-// The whole receiver side over some bytes.
-template <typename Decoder>
-void MakeRecords(std::string_view bytes, const std::optional<GNSS::GPSTime>& approximate = {}) {
-    RecordChecks records;
-    Host::RecordMaker maker(records);
-    Decoder decoder(maker);
-    if (approximate) decoder.SetApproximateTime(*approximate);
-    decoder.Feed(bytes);
-    decoder.Finish();
-    Check(!maker.GetClock().GetTime() || maker.GetNmrWaiting() == 0);
-}
-
-}  // namespace fuzz
+}  // namespace Host
