@@ -276,6 +276,18 @@ Bytes GloEphemeris() {
     return body.Put(100, -2.5e-5).Put(124, std::uint32_t{83910}).Put(132, std::uint32_t{2});
 }
 
+TEST(OemDecoder, WordsOfAnEphemeris) {
+    const OemRun run(OemFrame(723, GloEphemeris().Put(136, std::uint32_t{5}).Put(140, std::uint32_t{0xA}).Get()));
+    ASSERT_EQ(run.said.glonass.size(), 1U);
+    const auto& ephemeride = run.said.glonass[0].ephemeride;
+    EXPECT_EQ(ephemeride.m.age, 5);
+    EXPECT_EQ(ephemeride.m.accuracyIndex, 2);
+    using Status = GNSS::Glonass::Ephemeride::Status;
+    EXPECT_EQ(ephemeride.status.Get(Status::P1), 45);
+    EXPECT_EQ(ephemeride.status.Get(Status::P2), 0);
+    EXPECT_EQ(ephemeride.status.Get(Status::P3), 1);
+}
+
 Bytes BestPos(std::uint32_t kind, std::uint32_t datum = 61) {
     Bytes body(72);
     body.Put(4, kind).Put(8, 36.0).Put(16, 138.0).Put(24, 900.0).Put(32, 40.0F).Put(36, datum);

@@ -83,9 +83,11 @@ struct Run {
 };
 
 // A message between others is damaged in one byte, or cut: it is skipped, and the others are told as if it had never
-// been sent.
+// been sent. Enough follow it that a length that lies is found out before the end.
 template <typename Decoder>
-void ExpectDamageCostsOneMessage(const std::string& before, const std::string& message, const std::string& after) {
+void ExpectDamageCostsOneMessage(const std::string& before, const std::string& message, const std::string& next) {
+    std::string after;
+    while (after.size() < 400) after += next;
     const Run<Decoder> expected(before + after);
     for (std::size_t at = 0; at < message.size(); ++at) {
         for (const unsigned flip : {0x01U, 0x80U, 0xFFU}) {
