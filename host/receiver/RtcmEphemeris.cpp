@@ -6,6 +6,7 @@
 #include "gnss/icd/ICD.h"
 #include "gnss/icd/ICDGlonass.h"
 #include "host/receiver/BitReader.h"
+#include "host/receiver/GlonassWords.h"
 
 namespace Host {
 
@@ -139,7 +140,6 @@ constexpr auto G = &GlonassDecodedEphemeride::ephemeride;
 template <GloStatus::Word Word>
 constexpr auto StatusWord = [](GloRecord& r, const Raw& raw) { r.record.ephemeride.status.Set(Word, raw.Whole()); };
 
-constexpr std::array IntervalMinutes = {0, 30, 45, 60};
 constexpr double TbStep = 900.0;  // s
 
 template <auto Set>
@@ -156,7 +156,7 @@ constexpr auto Message1020 = InOrder(std::to_array<Row<GloRecord>>({
     {2, Unsigned, 1.0, Ignore},  // the almanac's health and whether it is given
     {2, Unsigned, 1.0,
      [](GloRecord& r, const Raw& raw) {
-         r.record.ephemeride.status.Set(GloStatus::P1, IntervalMinutes[static_cast<std::size_t>(raw.number)]);
+         r.record.ephemeride.status.Set(GloStatus::P1, GlonassP1Minutes[static_cast<std::size_t>(raw.number)]);
      }},
     {5, Unsigned, 1.0, Whole<&GloRecord::hours>},
     {6, Unsigned, 1.0, Whole<&GloRecord::minutes>},
