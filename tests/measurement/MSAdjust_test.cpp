@@ -272,7 +272,7 @@ TEST(MSAdjust, TellsWhatItDidAndMarksWhatIsInDoubt) {
          {2, 0, false, true},
          {{0, .2, .2, "2 at 0.20 started",
            [](Epoch& e) {
-               e.Meas(0, 1).SetRange({e.Meas(0).GetRange() + 3 * MS, 1.0});
+               e.Meas(0, 1).SetRange({e.Meas(0).GetRange() + 3 * MS, 1.0}), e.Meas(0, 1).Clear(GPSMeas::SmoothRange);
            }}}},
         {"a slot on two channels is one satellite",
          {0, 1},
