@@ -212,13 +212,18 @@ TEST(MSAdjust, TellsWhatItDidAndMarksWhatIsInDoubt) {
          {{1, 1.2, 1.2, "4 at 0.20 common 1 jump 1 slips 4",
            [](Epoch& e) { e.MovePhase(0, -1.0), e.MovePhase(1, -1.0); }}}},
         {"those with slip or lost lock do not vote",
-         {5, 0},
-         {{1, 1.2, 1.2, "5 at 0.20 common 1 all jump 1 phase 1 slips 3",
+         {6, 0},
+         {{1, 1.2, 1.2, "6 at 0.20 common 1 all jump 1 phase 1 slips 4",
            [](Epoch& e) {
-               for (int i = 0; i < 3; ++i) e.MovePhase(i, -1.0);
-               e.Meas(0).SetCycleSlip(GPSMeas::Slip);
-               e.Meas(1).SetLostLock(), e.Meas(2).SetLostLock();
+               for (int i = 0; i < 4; ++i) e.MovePhase(i, -1.0);
+               for (int i = 0; i < 2; ++i) e.Meas(i).SetCycleSlip(GPSMeas::Slip), e.Meas(i + 2).SetLostLock();
            }}}},
+        {"nor does one that was away",
+         {5, 0},
+         {{1, .2, .2, "5 at 0.20", NoPhase}, {2, 1.2, 1.2, "5 at 0.20 common 1 jump 1 slips 5"}}},
+        {"nor one without a computed range",
+         {5, 0},
+         {{1, 1.2, 1.2, "4 at 0.20 common 1 all jump 1 phase 1 slips 1", [](Epoch& e) { e.gps.pop_back(); }}}},
         {"no phases at the jump",
          {5, 0},
          {{1, 1.2, 1.2, "5 at 0.20 common 1 jump 1", NoPhase},
@@ -239,7 +244,7 @@ TEST(MSAdjust, TellsWhatItDidAndMarksWhatIsInDoubt) {
          {8, 0},
          {{1, .3, .3, "3 at 0.30 uncounted", WrongPosition},
           {2, 1.4, 1.4, "8 at 0.40 common 1 all jump 1 phase 1 slips 8"},
-          {3, 1.4, 1.4, "3 at 0.40 uncounted common 1 phase 1", WrongPosition},
+          {3, 2.4, 2.4, "3 at 0.40 uncounted common 2 phase 1", WrongPosition},
           {40, 1.4, 1.4, "3 at 0.40 uncounted started common 1 slips 8", WrongPosition},
           {41, 1.4, 1.4, "8 at 0.40 started common 1 slips 8"}}},
         {"two against two, the closer ones",
@@ -260,7 +265,21 @@ TEST(MSAdjust, TellsWhatItDidAndMarksWhatIsInDoubt) {
          {{0, .2, .2, "2 at 0.20 started",
            [](Epoch& e) {
                e.Meas(0).SetRange({std::nan(""), 1.0});
-               e.Meas(1).SetRange({HUGE_VAL, 1.0}), e.Meas(1, 1).Clear(GPSMeas::Range);
+               e.Meas(1).SetRange({HUGE_VAL, 1.0}), e.Meas(1).SetSmoothRange({std::nan(""), 1.0});
+               e.Meas(1, 1).Clear(GPSMeas::Range);
+           }}}},
+        {"a satellite's own is that of its first range",
+         {2, 0, false, true},
+         {{0, .2, .2, "2 at 0.20 started",
+           [](Epoch& e) {
+               e.Meas(0, 1).SetRange({e.Meas(0).GetRange() + 3 * MS, 1.0}), e.Meas(0, 1).Clear(GPSMeas::SmoothRange);
+           }}}},
+        {"a slot on two channels is one satellite",
+         {0, 1},
+         {{0, .2, .2, "refused",
+           [](Epoch& e) {
+               Glonass::Measurement::Set& set = e.set.GetGlonass();
+               set.ChangeSV(set.AddSV(Glonass::Slot(1), 7))->UpdateMeas(set.GetSV(0));
            }}}},
         {"just near enough", {2, 0}, {{0, .2, .2, "2 at 0.22 started", [](Epoch& e) { e.MoveRange(0, 0.049); }}}},
         {"just too far", {2, 0}, {{0, .2, .2, "refused", [](Epoch& e) { e.MoveRange(0, 0.051); }}}},
@@ -330,6 +349,7 @@ TEST(MSAdjust, TellsWhatItDidAndMarksWhatIsInDoubt) {
         const MSAdjust::Report report = adjust.Adjust(epoch.set, epoch.gps, {});
         EXPECT_EQ(report.phase, k < 11 ? 198000 * ((k + 1) / 2) : 0) << k;
         EXPECT_EQ(epoch.Meas(0).IsCycleSlip(), k == 11);
+        EXPECT_EQ(epoch.Meas(0).GetPhaseQ().Quality(), 0.01);
     }
 }
 
