@@ -56,6 +56,7 @@ constexpr auto Ignore = [](auto&, const Raw&) {};
 
 // Signed numbers are in two's complement in 1019, with sign and magnitude in 1020.
 struct GPSReader {
+    static constexpr bool IsTwosComplement = true;
     BitReader bits;
     [[nodiscard]] std::int64_t Unsigned(const Bits& b) const {
         return static_cast<std::int64_t>(
@@ -66,6 +67,7 @@ struct GPSReader {
     }
 };
 struct GlonassReader {
+    static constexpr bool IsTwosComplement = false;
     BitReader bits;
     [[nodiscard]] std::int64_t Unsigned(const Bits& b) const { return GPSReader{bits}.Unsigned(b); }
     [[nodiscard]] std::int64_t Signed(const Bits& b) const {
