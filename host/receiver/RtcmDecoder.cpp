@@ -3,7 +3,6 @@
 #include <type_traits>
 
 #include "host/receiver/BitReader.h"
-#include "host/receiver/Crc24q.h"
 #include "host/receiver/RtcmEphemeris.h"
 #include "host/receiver/RtcmMsm.h"
 
@@ -35,7 +34,7 @@ std::size_t RtcmDecoder::FindStart(std::string_view bytes) const {
     return at == std::string_view::npos ? bytes.size() : at;
 }
 
-StreamDecoder::Frame RtcmDecoder::Inspect(std::string_view bytes) const {
+StreamDecoder::Frame RtcmDecoder::Inspect(std::string_view bytes) {
     if (bytes.size() < 2) return {Frame::State::Incomplete};
     if ((ByteAt(bytes, 1) & 0xFCU) != 0) return {Frame::State::None};
     if (bytes.size() < HeaderSize) return {Frame::State::Incomplete};
@@ -43,7 +42,8 @@ StreamDecoder::Frame RtcmDecoder::Inspect(std::string_view bytes) const {
     const std::size_t size = HeaderSize + length + CrcSize;
     if (bytes.size() < size) return {Frame::State::Incomplete};
     const BitReader crc(bytes.substr(size - CrcSize, CrcSize));
-    if (Crc24q(bytes.substr(0, size - CrcSize)) != crc.Unsigned(0, 24)) return {Frame::State::BadChecksum};
+    const auto sum = static_cast<std::uint32_t>(crc.Unsigned(0, 24));
+    if (!runs_.Has(bytes.substr(0, size - CrcSize), sum)) return {Frame::State::BadChecksum};
     const BitReader payload(bytes.substr(HeaderSize, length));
     return {Frame::State::Whole, size, length < 2 ? 0U : static_cast<std::uint32_t>(payload.Unsigned(0, 12))};
 }

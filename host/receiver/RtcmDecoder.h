@@ -10,6 +10,8 @@
 
 #include "gnss/measurement/MeasSet.h"
 #include "gnss/time/GPSTime.h"
+#include "host/receiver/Crc24q.h"
+#include "host/receiver/OverlappingRuns.h"
 #include "host/receiver/RtcmObservations.h"
 #include "host/receiver/RtcmTime.h"
 #include "host/receiver/RtcmTracks.h"
@@ -52,7 +54,8 @@ public:
 
 protected:
     [[nodiscard]] std::size_t FindStart(std::string_view bytes) const override;
-    [[nodiscard]] Frame Inspect(std::string_view bytes) const override;
+    void OnMoved() override { runs_.Restart(); }
+    [[nodiscard]] Frame Inspect(std::string_view bytes) override;
     [[nodiscard]] bool Decode(std::uint32_t kind, std::string_view message) override;
     void Flush() override;
 
@@ -67,6 +70,7 @@ private:
     template <typename Set>
     void AddSignals(const RtcmObservations& message, const GNSS::GPSTime& time, Set& set);
 
+    OverlappingRuns<Crc24qRuns> runs_;
     RtcmTime time_;
     RtcmTracks tracks_;
     RtcmObservations message_;  // kept for its size
