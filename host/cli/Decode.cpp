@@ -67,7 +67,7 @@ public:
         if (isEmpty) {
             Complain(file_ + ": is empty");
         } else if (format_ == StreamFormat::Unknown) {
-            Complain(file_ + ": no messages of UBX, NovAtel OEM or RTCM 3 in its beginning");
+            Complain(file_ + ": no messages of UBX, NovAtel OEM or RTCM 3");
         } else if (format_ == StreamFormat::Sp3) {
             Complain(file_ + ": an SP3 file; gnss compare reads it");
         } else {
@@ -81,7 +81,7 @@ public:
         RecordMaker& maker = contents_.Maker();
         // A stream that has told no time is dated as a whole.
         if (!maker.GetClock().GetTime() && request_.date && maker.GetNmrWaiting() > 0) maker.OnTime(*request_.date);
-        if (!maker.GetClock().GetTime())
+        if (!maker.GetClock().GetTime() && !contents_.GetFirst())
             Complain(file_ + ": tells no time by which it could be dated; --date helps where it tells a part");
         if (const auto& jump = contents_.GetJump()) {
             Complain(fmt::format("{}: its time jumps from {} to {}{}", file_, PrintTime(jump->first),
@@ -125,7 +125,7 @@ private:
 };
 
 bool DecodeText(std::string_view text, Log& log) {
-    const DetectedFormat detected = DetectFormat(text.substr(0, DetectionSize));
+    const DetectedFormat detected = DetectFormat(text);
     if (detected.format == StreamFormat::RinexNavigation) return log.TakeNavigation(text);
     if (!log.Begin(detected, text.empty())) return false;
     constexpr std::size_t Piece = std::size_t{64} * 1024;
@@ -176,12 +176,14 @@ bool DecodeStandardInput(Log& log) {
         if (isFile && piece.empty()) return DecodeWhole(beginning, log);
         if (isFile && beginning.size() > FileText::MaxInflated) return Complain("standard input: too large"), false;
         const bool isAll = piece.empty() || beginning.size() >= DetectionSize;
-        if (isFile || (!isAll && beginning.size() < nextLook)) continue;
+        if (isFile || (!piece.empty() && beginning.size() < nextLook)) continue;
         nextLook = 2 * beginning.size();
         const DetectedFormat detected = DetectFormat(beginning);
         isFile = detected.format == StreamFormat::RinexNavigation;
         if (isFile && piece.empty()) return DecodeWhole(beginning, log);
         if (isFile || (!isAll && detected.messages < Enough)) continue;
+        const bool isNothing = detected.format == StreamFormat::Unknown;
+        if (isNothing && !piece.empty() && beginning.size() < FileText::MaxInflated) continue;
         if (!log.Begin(detected, beginning.empty())) return false;
         break;
     }
@@ -249,7 +251,8 @@ void AddDecodeCommand(CLI::App& program, int& exitCode) {
         "In csv and ndjson: skipped bytes belong to no message; refused messages have a good checksum but say what\n"
         "cannot be; undated epochs and undatable records were given up before the stream told its date, waiting\n"
         "records are those still without one at the end; bad words fail the parity of the satellite's message; bad\n"
-        "records are made of parts that do not belong together.");
+        "records are made of parts that do not belong together, contradict the stream's time or say what cannot be;\n"
+        "messages of other stations (RTCM 3) are left out.");
     command->callback([=, &exitCode] {
         options->hasDate = date->count() > 0;
         exitCode = Run(*options);
