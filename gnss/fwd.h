@@ -27,6 +27,10 @@ using GPSFreqy = SignalFrequency<GPSSystem>;
 class Almanac;
 class GPSEphemeride;
 
+// Health and notes.
+class SVHealth;
+class Notes;
+
 namespace Glonass {
 
 class Ephemeride;

@@ -39,3 +39,10 @@
 // Ephemerides.
 #include "gnss/ephemeris/GPSEphemeride.h"
 #include "gnss/ephemeris/GlonassEphemeride.h"
+
+// Health and notes.
+#include "gnss/health/Notes.h"
+#include "gnss/health/NotesHistory.h"
+#include "gnss/health/SVHealth.h"
+#include "gnss/health/SVHealthSet.h"
+#include "gnss/health/SVHealthUpdate.h"
