@@ -7,6 +7,7 @@
 #include <string_view>
 #include <variant>
 
+#include "gnss/platform/Export.h"
 #include "gnss/platform/String.h"
 
 namespace GNSS {
@@ -25,7 +26,7 @@ using PrintArgument = std::variant<std::int32_t, std::string_view>;
 // %*d, %ld, a sign at the end) is not used: the result is the format as it stands.
 //
 // The result is cut to one character less than `bufferSize`, as in a buffer with a terminator.
-[[nodiscard]] Corvane::String PrintNote(const Corvane::String& format, std::span<const PrintArgument> arguments,
-                                        std::size_t bufferSize);
+[[nodiscard]] GNSS_EXPORT Corvane::String PrintNote(const Corvane::String& format,
+                                                    std::span<const PrintArgument> arguments, std::size_t bufferSize);
 
 }  // namespace GNSS
