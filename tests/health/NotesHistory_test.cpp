@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -72,20 +72,25 @@ TEST(NotesInterval, Times) {
     EXPECT_TRUE(interval.GetStart() == At(5.0) && interval.GetEnd() == At(5.0));
 }
 
+// An interval in whole seconds; streams would group digits as the locale does.
+std::string Print(double start, double end) {
+    return " " + std::to_string(std::lround(start)) + ":" + std::to_string(std::lround(end));
+}
+
 // The whole of a history as one text.
 std::string Print(const History& history) {
-    std::ostringstream text;
+    std::string text;
     for (int i = 0; i < history.NmrNote(); ++i) {
         const auto& historical = history[i];
-        text << historical.GetNote().GetId() << historical.GetNote().GetText()
-             << (historical.IsContinuous() ? "+" : "-");
+        text += std::to_string(historical.GetNote().GetId()) + historical.GetNote().GetText().str();
+        text += historical.IsContinuous() ? "+" : "-";
         for (int j = 0; j < historical.NmrInterval(); ++j) {
             const Interval interval = historical.GetInterval(j);
-            text << ' ' << (interval.GetStart() - At(0.0)).Seconds() << ':' << (interval.GetEnd() - At(0.0)).Seconds();
+            text += Print((interval.GetStart() - At(0.0)).Seconds(), (interval.GetEnd() - At(0.0)).Seconds());
         }
-        text << "; ";
+        text += "; ";
     }
-    return text.str();
+    return text;
 }
 
 TEST(NotesHistory, Walk) {
@@ -179,13 +184,13 @@ TEST(NotesHistory, RandomEpochsAgainstTheirRecord) {
             // It has lived on since the last stretch before which it had been dropped, and kept that one's text.
             std::size_t birth = own.size() - 1;
             while (birth > 0 && times[own[birth - 1].last] >= times[own[birth].first - 1] - Valid) --birth;
-            std::ostringstream text;
-            text << id << own[birth].first << (own.back().last == epoch ? "+" : "-");
+            std::string text = std::to_string(id) + std::to_string(own[birth].first);
+            text += own.back().last == epoch ? "+" : "-";
             for (std::size_t i = birth; i < own.size(); ++i) {
                 if (times[own[i].last] < times.back() - Valid) continue;
-                text << ' ' << times[own[i].first] << ':' << times[own[i].last];
+                text += Print(times[own[i].first], times[own[i].last]);
             }
-            expected.emplace_back(own[birth], text.str() + "; ");
+            expected.emplace_back(own[birth], text + "; ");
         }
         std::sort(expected.begin(), expected.end(), [](const auto& a, const auto& b) {
             return std::pair(a.first.first, a.first.place) < std::pair(b.first.first, b.first.place);

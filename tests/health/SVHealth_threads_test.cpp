@@ -21,6 +21,7 @@ TEST(Health, PrivateChangesOfSharedBodies) {
     Notes::History history;
     std::atomic<int> wrong = 0;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int id = 0; id < 4; ++id) {
         threads.emplace_back([&, id] {
             for (int round = 0; round < 2000; ++round) {
