@@ -50,6 +50,10 @@ using TbData = DataAge<GlonassSystem>;
 class ICD;
 class ICDGlonass;
 
+// Health and notes.
+class SVHealth;
+class Notes;
+
 namespace Glonass {
 
 class Ephemeride;

@@ -59,3 +59,10 @@
 // Navigation messages.
 #include "gnss/icd/ICD.h"
 #include "gnss/icd/ICDGlonass.h"
+
+// Health and notes.
+#include "gnss/health/Notes.h"
+#include "gnss/health/NotesHistory.h"
+#include "gnss/health/SVHealth.h"
+#include "gnss/health/SVHealthSet.h"
+#include "gnss/health/SVHealthUpdate.h"
