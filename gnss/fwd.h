@@ -54,6 +54,10 @@ class ICDGlonass;
 class SVHealth;
 class Notes;
 
+// Stores.
+struct GNSSLink;
+class AlmanacStore;
+
 namespace Glonass {
 
 class Ephemeride;

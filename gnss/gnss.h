@@ -66,3 +66,6 @@
 #include "gnss/health/SVHealth.h"
 #include "gnss/health/SVHealthSet.h"
 #include "gnss/health/SVHealthUpdate.h"
+
+// The stores of live data, and the types of their links.
+#include "gnss/store/GNSSLink.h"

@@ -96,16 +96,14 @@ TEST(Notes, PrintArguments) {
     }
 
     Notes notes;
-    notes.AddPrintNote(1, 7, "PRN %02d");
-    notes.AddPrintNote(1, 7, "%d %d");
-    notes.AddPrintNote(1, 7, "<%s>", "low");
-    notes.AddPrintNote(1, 7, "<%s>", "");
+    notes.AddPrintNote(1, 7, "PRN %02d, ");
+    notes.AddPrintNote(1, 7, "%d %d, ");
+    notes.AddPrintNote(1, 7, "<%s>, ", "low");
+    notes.AddPrintNote(1, 7, "<%s>, ", "");
     notes.AddPrintNote(1, 7, "%d", "low");
-    const std::array<const char*, 5> texts{"PRN 07", "%d %d", "<low>", "<>", "%d"};
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        EXPECT_EQ(notes[static_cast<int>(i)].GetText(), texts[i]);
-        EXPECT_TRUE(notes[static_cast<int>(i)].Matches(1, 7, -1));
-    }
+    std::string all;
+    for (const Notes::Note& note : notes) all += note.Matches(1, 7, -1) ? note.GetText().str() : "another note";
+    EXPECT_EQ(all, "PRN 07, %d %d, <low>, <>, %d");
 }
 
 // Each buffer has room for what it counts and 40 more, one of them for the terminator.

@@ -1,5 +1,6 @@
 // Health of single satellites, updates and sets of both systems.
 #include <array>
+#include <iterator>
 #include <map>
 #include <type_traits>
 
@@ -112,80 +113,66 @@ TEST(SVHealth, Descriptions) {
     EXPECT_TRUE(update.IsGPS() && update.GetSlot().IsNull() && update.GetHealth() == 3);
 }
 
-// What a set must be like: an ordered list of records, which says what every query answers.
+// Random changes to three handles that are assigned to each other: each is always as if it had been alone, an ordered
+// list of records of its own.
 template <typename Id>
-struct Model {
-    std::map<int, SVHealth> records;
-
-    void Expect(const SVHealth::Set& set) const {
-        constexpr bool IsGPS = std::is_same_v<Id, PRN>;
-        const auto get = [&](int index) { return IsGPS ? set.GetSV(index) : set.GetSlot(index); };
-        ASSERT_EQ(IsGPS ? set.NmrSV() : set.NmrSlot(), static_cast<int>(records.size()));
-        int index = 0;
-        for (const auto& [number, record] : records) EXPECT_EQ(get(index++), record);
-        EXPECT_EQ(get(index), SVHealth(Id::Null));
-        EXPECT_EQ(get(-1), SVHealth(Id::Null));
-        index = 0;
-        for (int number = 0; number <= Id::Max; ++number) {
-            const Id id = number == 0 ? Id::Null : Id(number);
-            const auto found = records.find(number);
-            const bool known = found != records.end();
-            if constexpr (IsGPS) {
-                EXPECT_EQ(set.FindSV(id), known ? index++ : -1);
-            } else {
-                EXPECT_EQ(set.FindSlot(id), known ? index++ : -1);
-            }
-            EXPECT_EQ(set.IsHealthy(id), known && found->second.IsHealthy());
-            EXPECT_EQ(set.IsEnabledAndHealthy(id), known && found->second.IsEnabledAndHealthy());
-        }
-    }
-};
-
-struct Models {
-    Model<PRN> gps;
-    Model<Slot> glonass;
-};
-
-// Random changes to three handles that are assigned to each other: each is always as if it had been alone.
-TEST(SVHealthSet, HandlesAgainstModels) {
+void TestHandlesAgainstModels() {
     std::mt19937_64 random = tests::MakeRandom();
     const auto draw = [&](int first, int last) { return std::uniform_int_distribution(first, last)(random); };
+    const auto find = [](const SVHealth::Set& set, auto id) {
+        if constexpr (std::is_same_v<Id, PRN>)
+            return set.FindSV(id);
+        else
+            return set.FindSlot(id);
+    };
+    const auto obtain = [](SVHealth::Set& set, auto id) -> SVHealth& {
+        if constexpr (std::is_same_v<Id, PRN>)
+            return set.ObtainSV(id);
+        else
+            return set.ObtainSlot(id);
+    };
+    const auto get = [](const SVHealth::Set& set, int index) {
+        return std::is_same_v<Id, PRN> ? set.GetSV(index) : set.GetSlot(index);
+    };
     std::array<SVHealth::Set, 3> sets;
-    std::array<Models, 3> models;
+    std::array<std::map<Id, SVHealth>, 3> models;
     for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
         const auto i = static_cast<std::size_t>(draw(0, 2));
+        const auto other = static_cast<std::size_t>(draw(0, 2));
         const int kind = draw(0, 99);
+        const Id id(draw(-1, 35));  // those outside are the null satellite, and 0 is PRN 32
         if (kind == 0) {
             sets[i].Reset();
-            models[i] = Models();
+            models[i].clear();
         } else if (kind < 10) {
-            const auto other = static_cast<std::size_t>(draw(0, 2));
             sets[i] = sets[other];
             models[i] = models[other];
             EXPECT_TRUE(sets[i].SharesWith(sets[other]));
+        } else if (kind < 20) {
+            obtain(sets[i], id).SetIsEnabled(false);
+            models[i].try_emplace(id, id).first->second.SetIsEnabled(false);
         } else {
-            const auto apply = [&](auto id, auto& records, auto obtain) {
-                SVHealth& expected = records.try_emplace(int{id}, SVHealth(id)).first->second;
-                const Update update(static_cast<Update::Mode>(draw(0, 4)), id, draw(-1, 7));
-                if (kind < 20) {
-                    (sets[i].*obtain)(id).SetIsEnabled(false);
-                    expected.SetIsEnabled(false);
-                } else {
-                    EXPECT_EQ(sets[i].Refresh(update), expected.Refresh(update));
-                }
-            };
-            const int number = draw(-1, 35);  // those outside are the null satellite, and 0 is PRN 32
-            if (draw(0, 1) == 0) {
-                apply(PRN(number), models[i].gps.records, &SVHealth::Set::ObtainSV);
-            } else {
-                apply(Slot(number), models[i].glonass.records, &SVHealth::Set::ObtainSlot);
-            }
+            const Update update(static_cast<Update::Mode>(draw(0, 4)), id, draw(-1, 7));
+            EXPECT_EQ(sets[i].Refresh(update), models[i].try_emplace(id, id).first->second.Refresh(update));
         }
         for (std::size_t j = 0; j < 3; ++j) {
-            models[j].gps.Expect(sets[j]);
-            models[j].glonass.Expect(sets[j]);
+            const int nmr = static_cast<int>(models[j].size());
+            EXPECT_EQ(sets[j].NmrSV() + sets[j].NmrSlot(), nmr);
+            for (const int outside : {-1, nmr}) EXPECT_EQ(get(sets[j], outside), SVHealth(Id::Null));
+            int index = 0;
+            for (const auto& [known, record] : models[j]) EXPECT_EQ(get(sets[j], index++), record);
+            const auto found = models[j].find(id);
+            const bool knows = found != models[j].end();
+            EXPECT_EQ(find(sets[j], id), knows ? std::distance(models[j].begin(), found) : -1);
+            EXPECT_EQ(sets[j].IsHealthy(id), knows && found->second.IsHealthy());
+            EXPECT_EQ(sets[j].IsEnabledAndHealthy(id), knows && found->second.IsEnabledAndHealthy());
         }
     }
+}
+
+TEST(SVHealthSet, HandlesAgainstModels) {
+    TestHandlesAgainstModels<PRN>();
+    TestHandlesAgainstModels<Slot>();
 }
 
 }  // namespace
