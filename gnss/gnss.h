@@ -69,3 +69,5 @@
 
 // The stores of live data, and the types of their links.
 #include "gnss/store/GNSSLink.h"
+#include "gnss/store/GPSEphemStore.h"
+#include "gnss/store/GlonassEphemStore.h"

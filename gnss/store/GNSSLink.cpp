@@ -11,6 +11,8 @@ const Type GNSSLink::GPSEphemerideType("GPS Ephemeride");
 const Type GNSSLink::GlonassEphemerideType("GLONASS Ephemeride");
 const Type GNSSLink::GPSEphemerisType("GPS Ephemeris");
 const Type GNSSLink::GlonassEphemerisType("GLONASS Ephemeris");
+const Type GNSSLink::FullGPSEphemerisType("Full GPS Ephemeris");
+const Type GNSSLink::FullGlonassEphemerisType("Full GLONASS Ephemeris");
 const Type GNSSLink::GPSEphemerisCalcType("GPS Ephemeris Calculator");
 const Type GNSSLink::GlonassEphemerisCalcType("GLONASS Ephemeris Calculator");
 const Type GNSSLink::IODEDataType("IODE Data");

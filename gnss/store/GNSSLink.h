@@ -22,9 +22,13 @@ struct GNSS_EXPORT GNSSLink {
     // GPSEphemeride and Glonass::Ephemeride: a decoded record, to the stores.
     static const Corvane::Type GPSEphemerideType;
     static const Corvane::Type GlonassEphemerideType;
-    // GPSEphemeris and Glonass::Ephemeris: a whole history, to the stores and from them.
+    // GPSEphemeris and Glonass::Ephemeris: a whole history, from the stores.
     static const Corvane::Type GPSEphemerisType;
     static const Corvane::Type GlonassEphemerisType;
+    // The same classes: a whole history that is to replace what a store holds. A type of its own, so that two stores
+    // of a system in one tree do not go on replacing each other's.
+    static const Corvane::Type FullGPSEphemerisType;
+    static const Corvane::Type FullGlonassEphemerisType;
     // GPSEphemerisCalc and Glonass::EphemerisCalc, from the stores.
     static const Corvane::Type GPSEphemerisCalcType;
     static const Corvane::Type GlonassEphemerisCalcType;
