@@ -68,4 +68,5 @@
 #include "gnss/health/SVHealthUpdate.h"
 
 // The stores of live data, and the types of their links.
+#include "gnss/store/AlmanacStore.h"
 #include "gnss/store/GNSSLink.h"
