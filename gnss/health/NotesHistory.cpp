@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <utility>
 
 #include "gnss/platform/Number.h"
 
@@ -40,30 +42,55 @@ Notes::History::HistoricalNote::HistoricalNote(const Note& note, const TimeDate&
 }
 
 Notes::History::Interval Notes::History::HistoricalNote::GetInterval(int index) const {
-    return index >= 0 && index < NmrInterval() ? intervals_[static_cast<std::size_t>(index)] : Interval();
+    if (index < 0 || index >= NmrInterval()) return {};
+    const std::size_t place = static_cast<std::size_t>(index) + nmrPurged_;
+    return place < NmrFiled() ? (*(*blocks_)[place / BlockSize])[place % BlockSize] : recent_[place - NmrFiled()];
 }
 
 void Notes::History::HistoricalNote::Update(const TimeDate& t) {
-    if (!continuous_ || intervals_.empty()) {
+    if (!continuous_ || recent_.empty()) {
         AddInterval(t);
     } else {
-        intervals_.back().Update(t);
+        recent_.back().Update(t);
     }
 }
 
 void Notes::History::HistoricalNote::AddInterval(const TimeDate& t) {
-    intervals_.emplace_back(t);
+    if (recent_.size() == BlockSize) {
+        auto blocks = blocks_ ? std::make_shared<Blocks>(*blocks_) : std::make_shared<Blocks>();
+        blocks->push_back(std::make_shared<const Block>(recent_));
+        blocks_ = std::move(blocks);
+        recent_.clear();
+    }
+    recent_.emplace_back(t);
     continuous_ = true;
 }
 
 bool Notes::History::HistoricalNote::Purge(const TimeDate& cutoff) {
-    while (!intervals_.empty() && intervals_.front().GetEnd() < cutoff) intervals_.pop_front();
-    return !intervals_.empty();
+    const int count = NmrInterval();
+    int ended = 0;
+    while (ended < count && GetInterval(ended).GetEnd() < cutoff) ++ended;
+    if (ended == count) {
+        blocks_.reset();
+        recent_.clear();
+        nmrPurged_ = 0;
+        return false;
+    }
+    const std::size_t purged = nmrPurged_ + static_cast<std::size_t>(ended);
+    const std::size_t dropped = std::min(purged, NmrFiled()) / BlockSize;
+    if (dropped != 0) {
+        const auto kept = blocks_->begin() + static_cast<std::ptrdiff_t>(dropped);
+        blocks_ = kept == blocks_->end() ? nullptr : std::make_shared<const Blocks>(kept, blocks_->end());
+    }
+    nmrPurged_ = purged - dropped * BlockSize;
+    return true;
 }
 
 bool Notes::History::HistoricalNote::IsIncluded(const Interval& interval) const {
-    return std::any_of(intervals_.begin(), intervals_.end(),
-                       [&](const Interval& own) { return own.IsIntersect(interval); });
+    for (int i = 0; i < NmrInterval(); ++i) {
+        if (GetInterval(i).IsIntersect(interval)) return true;
+    }
+    return false;
 }
 
 void Notes::History::Inner::Update(const TimeDate& t, const Notes& notes) {
@@ -75,19 +102,19 @@ void Notes::History::Inner::Update(const TimeDate& t, const Notes& notes) {
 }
 
 Notes::History::HistoricalNote& Notes::History::Inner::Add(const Note& note, const TimeDate& t) {
-    return notes_.emplace_back(note, t, NmrNote());
+    return notes_.emplace_back(std::in_place, note, t, NmrNote()).Write();
 }
 
 int Notes::History::Inner::AddNew(const TimeDate& t, const Notes& notes) {
     const int before = NmrNote();
     for (const Note& note : notes) {
-        const auto known = std::find_if(notes_.rbegin(), notes_.rend(), [&](const HistoricalNote& historical) {
-            return historical.GetNote().Matches(note);
+        const auto known = std::find_if(notes_.rbegin(), notes_.rend(), [&](const auto& historical) {
+            return historical.Read().GetNote().Matches(note);
         });
         if (known == notes_.rend()) {
             Add(note, t);
         } else {
-            known->Update(t);
+            known->Write().Update(t);
         }
     }
     return NmrNote() - before;
@@ -95,9 +122,9 @@ int Notes::History::Inner::AddNew(const TimeDate& t, const Notes& notes) {
 
 int Notes::History::Inner::Discontinue(const Notes& notes) {
     int count = 0;
-    for (HistoricalNote& historical : notes_) {
-        if (notes.Find(historical.GetNote()) >= 0) continue;
-        historical.SetDiscontinuous();
+    for (auto& historical : notes_) {
+        if (notes.Find(historical.Read().GetNote()) >= 0) continue;
+        if (historical.Read().IsContinuous()) historical.Write().SetDiscontinuous();
         ++count;
     }
     return count;
@@ -105,18 +132,20 @@ int Notes::History::Inner::Discontinue(const Notes& notes) {
 
 int Notes::History::Inner::Validate(const TimeDate& t) {
     const TimeDate cutoff = t - validTime_;
-    for (HistoricalNote& historical : notes_) historical.Purge(cutoff);
-    std::erase_if(notes_, [](const HistoricalNote& historical) { return historical.NmrInterval() == 0; });
+    for (auto& historical : notes_) {
+        if (historical.Read().GetInterval(0).GetEnd() < cutoff) historical.Write().Purge(cutoff);
+    }
+    std::erase_if(notes_, [](const auto& historical) { return historical.Read().NmrInterval() == 0; });
     return NmrNote();
 }
 
 bool Notes::History::Inner::Purge(int index, const TimeDate& t) {
-    return index >= 0 && index < NmrNote() && notes_[static_cast<std::size_t>(index)].Purge(t);
+    return index >= 0 && index < NmrNote() && notes_[static_cast<std::size_t>(index)].Write().Purge(t);
 }
 
 const Notes::History::HistoricalNote& Notes::History::Inner::operator[](int index) const {
     static const HistoricalNote none;
-    return index >= 0 && index < NmrNote() ? notes_[static_cast<std::size_t>(index)] : none;
+    return index >= 0 && index < NmrNote() ? notes_[static_cast<std::size_t>(index)].Read() : none;
 }
 
 Notes::History::History() = default;

@@ -1,8 +1,11 @@
 // GNSS::Notes::History: which notes there have been, and when.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <memory>
+#include <vector>
 
 #include "gnss/health/Notes.h"
 #include "gnss/platform/CopyOnWrite.h"
@@ -105,7 +108,7 @@ public:
     // Whether the note is still present, so that its next sighting extends the last interval.
     [[nodiscard]] bool IsContinuous() const { return continuous_; }
 
-    [[nodiscard]] int NmrInterval() const { return static_cast<int>(intervals_.size()); }
+    [[nodiscard]] int NmrInterval() const { return static_cast<int>(NmrFiled() + recent_.size() - nmrPurged_); }
     // The interval at an index, oldest first; one that is not set outside the list.
     [[nodiscard]] Interval GetInterval(int index) const;
     [[nodiscard]] Interval GetLastInterval() const { return GetInterval(NmrInterval() - 1); }
@@ -120,13 +123,24 @@ public:
     [[nodiscard]] bool IsIncluded(const Interval& interval) const;
 
 private:
-    std::deque<Interval> intervals_;
+    static constexpr std::size_t BlockSize = 64;
+    using Block = std::vector<Interval>;
+    using Blocks = std::vector<std::shared_ptr<const Block>>;
+
+    // Number of intervals in the blocks, with those that have been purged.
+    [[nodiscard]] std::size_t NmrFiled() const { return blocks_ ? blocks_->size() * BlockSize : 0; }
+
+    // Copies share what is old, however long it is: all but the newest intervals are in full blocks, which no longer
+    // change.
+    std::shared_ptr<const Blocks> blocks_;  // null when there are none
+    Block recent_;                          // at most BlockSize; never empty while there are blocks
+    std::size_t nmrPurged_ = 0;             // of the first block or, without blocks, of the recent ones
     Note note_;
     std::int32_t sequence_ = 0;
     bool continuous_ = false;
 };
 
-// The body of a history. A plain value; its copies share nothing.
+// The body of a history. A plain value; its copies share the notes that have not changed since.
 class GNSS_EXPORT Notes::History::Inner {
 public:
     // Takes the notes of the epoch t. A note that is known is extended or, after an absence, begins another interval;
@@ -136,7 +150,7 @@ public:
     void Update(const Corvane::TimeDate& t, const Notes& notes);
 
     // The steps of Update.
-    // Appends a note that is not there yet.
+    // Appends a note that is not there yet. Good until the history is next changed or copied.
     HistoricalNote& Add(const Note& note, const Corvane::TimeDate& t);
     // Adds and extends; the number of notes added.
     int AddNew(const Corvane::TimeDate& t, const Notes& notes);
@@ -163,7 +177,7 @@ public:
     [[nodiscard]] Corvane::Time GetValidTime() const { return validTime_; }
 
 private:
-    std::deque<HistoricalNote> notes_;
+    std::deque<Corvane::CopyOnWrite<HistoricalNote>> notes_;
     Corvane::String title_;
     Corvane::TimeDate lastUpdate_;
     Corvane::Time validTime_ = Corvane::Time::Day;

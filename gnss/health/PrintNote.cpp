@@ -13,7 +13,7 @@ using std::string_view;
 
 namespace {
 
-// One conversion: %[flags][width][.precision]letter.
+// One conversion: %[flags][width][.precision][length]letter.
 struct Conversion {
     bool left = false;
     bool plus = false;
@@ -22,6 +22,7 @@ struct Conversion {
     bool zeros = false;
     size_t width = 0;
     std::optional<size_t> precision;
+    string_view length;
     char letter = '\0';
 };
 
@@ -65,6 +66,11 @@ Conversion TakeConversion(string_view& text) {
         text.remove_prefix(1);
         conversion.precision = TakeCount(text);
     }
+    for (const string_view length : {"hh", "h", "ll", "l"}) {
+        if (!conversion.length.empty() || !text.starts_with(length)) continue;
+        conversion.length = length;
+        text.remove_prefix(length.size());
+    }
     if (!text.empty()) {
         conversion.letter = text.front();
         text.remove_prefix(1);
@@ -83,36 +89,40 @@ public:
 
     // False when the letter does not fit the kind of argument.
     bool Add(const Conversion& conversion, const PrintArgument& argument) {
-        const std::int32_t* number = std::get_if<std::int32_t>(&argument);
-        if (number == nullptr) {
+        const std::int32_t* given = std::get_if<std::int32_t>(&argument);
+        // A length goes with numbers only.
+        if (!conversion.length.empty() && (given == nullptr || conversion.letter == 'c')) return false;
+        if (given == nullptr) {
             if (conversion.letter != 's') return false;
             AddField(conversion, {}, 0, std::get<string_view>(argument).substr(0, conversion.precision.value_or(-1)));
             return true;
         }
+        const bool isSigned = conversion.letter == 'd' || conversion.letter == 'i';
+        const std::int32_t number = Shorten(*given, conversion.length, isSigned);
         switch (conversion.letter) {
             case 'c': {
-                const char character = static_cast<char>(*number);
+                const char character = static_cast<char>(number);
                 AddField(conversion, {}, 0, string_view(&character, 1));
                 return true;
             }
             case 'd':
             case 'i': {
                 const string_view positive = conversion.plus ? "+" : (conversion.blank ? " " : "");
-                const auto bits = static_cast<std::uint32_t>(*number);
-                AddNumber(conversion, *number < 0 ? "-" : positive, *number < 0 ? 0U - bits : bits, 10);
+                const auto bits = static_cast<std::uint32_t>(number);
+                AddNumber(conversion, number < 0 ? "-" : positive, number < 0 ? 0U - bits : bits, 10);
                 return true;
             }
             case 'u':
-                AddNumber(conversion, {}, static_cast<std::uint32_t>(*number), 10);
+                AddNumber(conversion, {}, static_cast<std::uint32_t>(number), 10);
                 return true;
             case 'o':
-                AddNumber(conversion, {}, static_cast<std::uint32_t>(*number), 8);
+                AddNumber(conversion, {}, static_cast<std::uint32_t>(number), 8);
                 return true;
             case 'x':
             case 'X': {
-                const bool marked = conversion.alternative && *number != 0;
+                const bool marked = conversion.alternative && number != 0;
                 AddNumber(conversion, !marked ? "" : (conversion.letter == 'x' ? "0x" : "0X"),
-                          static_cast<std::uint32_t>(*number), 16);
+                          static_cast<std::uint32_t>(number), 16);
                 return true;
             }
             default:
@@ -121,6 +131,13 @@ public:
     }
 
 private:
+    // The number as its length takes it; those of `long` and more hold every one.
+    static std::int32_t Shorten(std::int32_t number, string_view length, bool isSigned) {
+        if (length == "h") return isSigned ? static_cast<std::int16_t>(number) : static_cast<std::uint16_t>(number);
+        if (length == "hh") return isSigned ? static_cast<std::int8_t>(number) : static_cast<std::uint8_t>(number);
+        return number;
+    }
+
     void AddNumber(const Conversion& conversion, string_view prefix, std::uint32_t magnitude, int base) {
         std::array<char, 12> buffer{};
         char* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), magnitude, base).ptr;

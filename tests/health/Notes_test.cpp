@@ -73,6 +73,7 @@ TEST(Notes, PrintArguments) {
              Row{"%s %x", "low", "", "low 2a"},
              Row{"%s/%4s|%-4s", "a", "b", "%s/%4s|%-4s"},  // more than there is
              Row{"%s/%4s|", "a", "b", "a/   b|"},
+             Row{"%ld %llx", "", "", "7 2a"},
              Row{"100%% %i", "", "", "100% 7"},
              Row{"nothing", "a", "b", "nothing"},
              Row{"", "", "", ""},
@@ -82,7 +83,9 @@ TEST(Notes, PrintArguments) {
              Row{"%d", "a", "", "%d"},
              Row{"%n", "", "", "%n"},
              Row{"%f", "", "", "%f"},
-             Row{"%ld", "", "", "%ld"},
+             Row{"%ls", "a", "", "%ls"},
+             Row{"%lc", "", "", "%lc"},
+             Row{"%lhd", "", "", "%lhd"},
              Row{"%*d", "", "", "%*d"},
              Row{"%1$d", "", "", "%1$d"},
              Row{"%-", "", "", "%-"},
@@ -139,6 +142,7 @@ TEST(Notes, PrintsAsTheCLibrary) {
         }
         if (draw(0, 1) == 0) format += std::to_string(draw(1, 60));
         if (draw(0, 1) == 0 && !isCharacter) format += "." + (draw(0, 3) == 0 ? "" : std::to_string(draw(0, 60)));
+        if (!isText && !isCharacter && draw(0, 3) == 0) format += draw(0, 1) == 0 ? "h" : "hh";
         format += letter;
         format += "%%b";
         int number = draw(-20, 20);
