@@ -1,6 +1,8 @@
 #include "gnss/store/AlmanacFile.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -12,7 +14,6 @@
 #include "gnss/platform/Event.h"
 #include "gnss/platform/FileStream.h"
 #include "gnss/platform/SafeFile.h"
-#include "gnss/platform/SetAside.h"
 #include "gnss/platform/Stream.h"
 
 namespace GNSS {
@@ -105,78 +106,95 @@ bool AlmanacFile::Load(const String& path, Almanac& almanac) {
 }
 
 void AlmanacFile::SaveTo(const String& path, const Almanac& almanac) {
-    if (Use(path)) Save(almanac);
+    // A whole almanac may be replaced, as that is asked for; what else stands there is somebody's.
+    if (Use(path)) mustSetAside_ = Look().kind != Content::Whole;
+    Save(almanac);
 }
 
 void AlmanacFile::Save(const Almanac& almanac) {
-    if (path_.IsEmpty() || isHeldByOther_) return;
+    if (path_.IsEmpty()) return;
     unsaved_ = almanac;
     Flush();
 }
 
 bool AlmanacFile::Use(const String& path) {
     Flush();
+    if (unsaved_) Tell("the newest almanac is never saved as " + path_ + ": the path is now " + path);
     unsaved_.reset();
     failure_.Clear();
-    isHeldByOther_ = false;
     mustSetAside_ = false;
     if (path != path_) lock_.Release();
     path_ = path;
-    return TakeLock() || !isHeldByOther_;
+    String failure;
+    if (TakeLock(failure) != FileLock::Held) return true;
+    Tell(failure + ": nothing is loaded, and nothing is saved until that has ended");
+    failure_ = failure;
+    return false;
 }
 
-bool AlmanacFile::TakeLock() {
-    if (lock_.IsTaken()) return true;
+FileLock::Result AlmanacFile::TakeLock(String& failure) {
+    if (lock_.IsTaken()) return FileLock::Taken;
     const FileLock::Result result = lock_.Take(path_ + ".lock");
+    if (result == FileLock::Failed) failure = lock_.GetFailure();
     if (result == FileLock::Held) {
-        isHeldByOther_ = true;
-        unsaved_.reset();
-        const String holder = lock_.GetHolder() == 0 ? String("another process")
-                                                     : String("process ") + String::FormatInt(lock_.GetHolder());
-        Tell(holder + " uses the almanac file " + path_ + ": nothing is loaded from it or saved there");
+        // Whatever stands there when it lets go is not ours.
+        mustSetAside_ = true;
+        failure = (lock_.GetHolder() == 0 ? String("another process")
+                                          : String("process ") + String::FormatInt(lock_.GetHolder())) +
+                  " uses the almanac file " + path_;
     }
-    return result == FileLock::Taken;
+    return result;
+}
+
+AlmanacFile::Content AlmanacFile::Look() const {
+    Corvane::FileInput file(path_, Corvane::ByteOrder::PC);
+    const auto bytes = file.IsOpen() ? ReadBytes(file) : std::nullopt;
+    if (!bytes) return {Content::Unreadable, {}, {}};
+    Corvane::Stream::MemoryInput input(*bytes);
+    Almanac almanac;
+    if (!almanac.Read(input)) return {Content::Refused, {}, {}};
+    const String loss = DescribeLoss(*bytes, almanac);
+    return {loss.IsEmpty() ? Content::Whole : Content::Part, almanac, loss};
 }
 
 bool AlmanacFile::Read(Almanac& almanac) {
-    mustSetAside_ = true;
-    Corvane::FileInput file(path_, Corvane::ByteOrder::PC);
-    const auto bytes = file.IsOpen() ? ReadBytes(file) : std::nullopt;
-    if (!bytes) {
-        Tell("nothing was loaded: " + path_ + " is not there or cannot be read; the almanac stays as it is");
-        return false;
+    const Content content = Look();
+    mustSetAside_ = content.kind != Content::Whole;
+    switch (content.kind) {
+        case Content::Unreadable:
+            Tell("nothing was loaded: " + path_ + " is not there or cannot be read; the almanac stays as it is");
+            return false;
+        case Content::Refused:
+            Tell("the almanac file " + path_ + " is damaged: nothing was loaded, and the almanac stays as it is; " +
+                 SetRefusedAside());
+            return false;
+        case Content::Part:
+            Tell("the almanac file " + path_ + " is damaged: loaded were " +
+                 Count(content.almanac.NmrSV(), "GPS satellite") + ", the ionosphere and " +
+                 Count(content.almanac.NmrGlonassSV(), "GLONASS satellite") + ", but not " + content.loss +
+                 "; the file is renamed when the almanac is next saved");
+            break;
+        case Content::Whole:
+            break;
     }
-    file.Close();
-    Corvane::Stream::MemoryInput input(*bytes);
-    Almanac read;
-    if (!read.Read(input)) {
-        Tell("the almanac file " + path_ + " is damaged: nothing was loaded, and the almanac stays as it is; " +
-             SetRefusedAside());
-        return false;
-    }
-    const String loss = DescribeLoss(*bytes, read);
-    if (loss.IsEmpty()) {
-        mustSetAside_ = false;
-    } else {
-        Tell("the almanac file " + path_ + " is damaged: loaded were " + Count(read.NmrSV(), "GPS satellite") +
-             ", the ionosphere and " + Count(read.NmrGlonassSV(), "GLONASS satellite") + ", but not " + loss + "; " +
-             SetRefusedAside());
-    }
-    almanac = read;
+    almanac = content.almanac;
     return true;
 }
 
 String AlmanacFile::SetRefusedAside() {
-    const auto result = Corvane::SetAside(path_, ".refused-" + NowForName());
+    const auto result = SetAside();
     mustSetAside_ = !result.isFree;
     if (!result.isFree) return result.failure + ", and nothing is saved there until that can be done";
     return result.path.IsEmpty() ? String("the file is gone") : "the file is now " + result.path;
 }
 
+Corvane::SetAsideResult AlmanacFile::SetAside() const {
+    return Corvane::SetAside(path_, ".refused-" + NowForName());
+}
+
 void AlmanacFile::Flush() {
     if (!unsaved_) return;
     const String failure = Write(*unsaved_);
-    if (isHeldByOther_) return;  // which has been told
     if (failure.IsEmpty()) {
         unsaved_.reset();
         if (!failure_.IsEmpty()) Tell("the almanac is saved again as " + path_);
@@ -187,18 +205,32 @@ void AlmanacFile::Flush() {
 }
 
 String AlmanacFile::Write(const Almanac& almanac) {
-    if (!TakeLock()) return lock_.GetFailure();
-    if (mustSetAside_) {
-        const auto aside = Corvane::SetAside(path_, ".refused-" + NowForName());
-        if (!aside.isFree) return aside.failure;
-        if (!aside.path.IsEmpty()) Tell("the file that stood at " + path_ + " was not loaded and is now " + aside.path);
-    }
+    String failure;
+    if (TakeLock(failure) != FileLock::Taken) return failure;
     Corvane::Stream::MemoryOutput output;
     if (!almanac.Write(output)) return "a number does not fit into the almanac file " + path_;
+    // Before the new file is begun: where a link leads elsewhere it is the link that makes way.
+    Corvane::SetAsideResult aside;
+    if (mustSetAside_) aside = SetAside();
+    if (mustSetAside_ && !aside.isFree) return aside.failure;
     Corvane::SafeFile file;
-    if (!file.Open(path_) || !file.Write(output.Bytes()) || !file.Commit()) return file.GetFailure();
-    mustSetAside_ = false;
-    return {};
+    if (!file.Open(path_) || !file.Write(output.Bytes()) || !file.Commit()) {
+        // A part of an almanac is better at the next start than none.
+        if (PutBack(aside.path)) aside.path.Clear();
+        failure = file.GetFailure();
+    }
+    if (!aside.path.IsEmpty())
+        Tell("the file that stood at " + path_ + " was not wholly loaded; it is now " + aside.path);
+    if (failure.IsEmpty()) mustSetAside_ = false;
+    return failure;
+}
+
+// Unless something stands at the path again.
+bool AlmanacFile::PutBack(const String& aside) const {
+    std::error_code error;
+    if (aside.IsEmpty()) return true;
+    std::filesystem::create_hard_link(aside.str(), path_.str(), error);
+    return !error && std::filesystem::remove(aside.str(), error);
 }
 
 }  // namespace GNSS

@@ -1,12 +1,16 @@
 #include "gnss/store/AlmanacStore.h"
 
+#include <utility>
+
 #include "gnss/almanac/AlmanacGlonassSV.h"
 #include "gnss/almanac/AlmanacIono.h"
 #include "gnss/almanac/AlmanacSV.h"
 #include "gnss/almanac/AlmanacUTC.h"
+#include "gnss/platform/Stream.h"
 #include "gnss/platform/Text.h"
 #include "gnss/store/AlmanacFile.h"
 #include "gnss/store/GNSSLink.h"
+#include "gnss/store/TryAll.h"
 #include "gnss/time/GPSTime.h"
 
 namespace GNSS {
@@ -25,9 +29,34 @@ std::shared_ptr<Corvane::Component> CreateStore(const Param<ParamList>& params) 
     return std::make_shared<AlmanacStore>(params);
 }
 
-// The leap second takes effect at the end of day DN, counted in UTC.
+// The leap second takes effect at the end of day DN, counted in UTC. The built-in parameters are nobody's news: GPSTime
+// may have been told better ones.
 void SetUTCParam(const Almanac::UTC& utc) {
+    if (utc == Almanac::UTC()) return;
     GPSTime::SetUTCParam(GPSTime(utc.WNLSF, utc.DN * GPSTime::SecsInDay), utc.DtLS, utc.DtLSF);
+}
+
+using Healths = std::vector<std::shared_ptr<const SVHealth::Update>>;
+
+// Of one record, where its kind has a health.
+void AddHealth(Healths& healths, const Almanac::SV& sv) {
+    healths.push_back(std::make_shared<const SVHealth::Update>(SVHealth::Update::AlmanacHealth, sv.prn, sv.health));
+}
+void AddHealth(Healths& healths, const Almanac::GlonassSV& sv) {
+    healths.push_back(std::make_shared<const SVHealth::Update>(SVHealth::Update::AlmanacHealth, sv.slot, sv.health));
+}
+void AddHealth(Healths&, const Almanac::Iono&) {}
+void AddHealth(Healths&, const Almanac::UTC&) {}
+void AddHealth(Healths& healths, const Almanac& almanac) {
+    for (int i = 0; i < almanac.NmrSV(); ++i) AddHealth(healths, almanac.GetSV(i));
+    for (int i = 0; i < almanac.NmrGlonassSV(); ++i) AddHealth(healths, almanac.GetGlonassSV(i));
+}
+
+template <class Record>
+Healths HealthsOf(const Record& record) {
+    Healths healths;
+    AddHealth(healths, record);
+    return healths;
 }
 
 }  // namespace
@@ -50,7 +79,7 @@ AlmanacStore::AlmanacStore(const Param<ParamList>&)
       updateLink_(*this, GNSSLink::AlmanacUpdateType, LinkName),
       calculatorLink_(*this, GNSSLink::AlmanacCalcType, LinkName),
       healthLink_(*this, SVHealth::Update::Type),
-      almanacResponse_(*this, GNSSLink::AlmanacType, &AlmanacStore::OnFullAlmanacUpdate),
+      almanacResponse_(*this, GNSSLink::FullAlmanacType, &AlmanacStore::OnFullAlmanacUpdate),
       updateResponse_(*this, GNSSLink::AlmanacUpdateType, &AlmanacStore::OnAlmanacUpdate) {
     almanacLink_.Set(Almanac());
     CalculatorInit();
@@ -59,8 +88,9 @@ AlmanacStore::AlmanacStore(const Param<ParamList>&)
 AlmanacStore::~AlmanacStore() = default;
 
 void AlmanacStore::OnJoin() {
-    logPoint_.Connect(ID, GNSSLink::AlmanacType,
-                      [this](Corvane::Stream::Output& output) { almanacLink_.Get()->Write(output); });
+    logPoint_.Connect(ID, GNSSLink::AlmanacType, [this](Corvane::Stream::Output& output) {
+        if (!almanacLink_.Get()->Write(output)) throw Corvane::Stream::Error("an almanac that has no stream form");
+    });
 }
 
 void AlmanacStore::ReplayChange(bool) {}
@@ -76,13 +106,16 @@ void AlmanacStore::RootPathChange(const String& root, bool save) {
         return;
     }
     if (!file_->Load(path, almanac)) return;
-    almanacLink_.Set(almanac);
-    logPoint_.Refresh();
-    HealthUpdate(almanac);
-    updateLink_.Send(Almanac::Update(Almanac::Update::Full));
-    lock.Close();
-    CalculatorUpdate(almanac);
-    SetUTCParam(almanac.GetUTC());
+    auto loaded = std::make_shared<const Almanac>(almanac);
+    const Healths healths = HealthsOf(almanac);
+    const auto update = std::make_shared<const Almanac::Update>(Almanac::Update::Full);
+    almanacLink_.Set(std::move(loaded));
+    TryAll([&] { logPoint_.Refresh(); }, [&] { HealthUpdate(healths); }, [&] { updateLink_.Send(update); },
+           [&] {
+               lock.Close();
+               CalculatorUpdate(almanac);
+           },
+           [&] { SetUTCParam(almanac.GetUTC()); });
 }
 
 void AlmanacStore::Clear() {
@@ -90,7 +123,6 @@ void AlmanacStore::Clear() {
     const Almanac almanac;
     LinkBase::Lock lock(almanacLink_);
     almanacLink_.Set(almanac);
-    HealthUpdate(almanac);
     lock.Close();
     CalculatorUpdate(almanac);
 }
@@ -104,55 +136,57 @@ void AlmanacStore::OnAlmanacUpdate(const Almanac::Update& update) {
 
 void AlmanacStore::OnFullAlmanacUpdate(const Almanac& almanac) {
     const WriteLock turn(*this);
+    auto replaced = std::make_shared<const Almanac>(almanac);
+    const Healths healths = HealthsOf(almanac);
     LinkBase::Lock lock(almanacLink_);
-    almanacLink_.Set(almanac);
-    HealthUpdate(almanac);
-    lock.Close();
-    CalculatorUpdate(almanac);
-    SetUTCParam(almanac.GetUTC());
-    SaveAlmanac(almanac);
+    almanacLink_.Set(std::move(replaced));
+    TryAll([&] { HealthUpdate(healths); },
+           [&] {
+               lock.Close();
+               CalculatorUpdate(almanac);
+           },
+           [&] { SetUTCParam(almanac.GetUTC()); }, [&] { SaveAlmanac(almanac); });
 }
 
 void AlmanacStore::OnAlmanacSV(const Almanac::SV& sv) {
-    AcceptSV(sv, &Almanac::UpdateSV);
+    Accept(
+        sv, &Almanac::UpdateSV, [this](const Almanac& changed) { SaveAlmanac(changed); },
+        [this](const Almanac&) { logPoint_.Refresh(); });
 }
 
 void AlmanacStore::OnAlmanacGlonassSV(const Almanac::GlonassSV& sv) {
-    AcceptSV(sv, &Almanac::UpdateGlonassSV);
+    Accept(
+        sv, &Almanac::UpdateGlonassSV, [this](const Almanac& changed) { SaveAlmanac(changed); },
+        [this](const Almanac&) { logPoint_.Refresh(); });
 }
 
 void AlmanacStore::OnAlmanacIono(const Almanac::Iono& iono) {
-    const WriteLock turn(*this);
-    if (Accept(iono, &Almanac::UpdateIono)) SaveAlmanac(*almanacLink_.Get());
+    Accept(iono, &Almanac::UpdateIono, [this](const Almanac& changed) { SaveAlmanac(changed); });
 }
 
 void AlmanacStore::OnAlmanacUTC(const Almanac::UTC& utc) {
-    const WriteLock turn(*this);
-    if (!Accept(utc, &Almanac::UpdateUTC)) return;
-    SetUTCParam(utc);
-    SaveAlmanac(*almanacLink_.Get());
+    Accept(
+        utc, &Almanac::UpdateUTC, [&](const Almanac&) { SetUTCParam(utc); },
+        [this](const Almanac& changed) { SaveAlmanac(changed); });
 }
 
-template <class Record>
-void AlmanacStore::AcceptSV(const Record& record, bool (Almanac::*update)(const Record&)) {
+// All is made before the first of it is seen. The steps are those that come after the calculator.
+template <class Record, class... Steps>
+void AlmanacStore::Accept(const Record& record, bool (Almanac::*update)(const Record&), const Steps&... steps) {
     const WriteLock turn(*this);
-    if (!Accept(record, update)) return;
-    SaveAlmanac(*almanacLink_.Get());
-    logPoint_.Refresh();
-}
-
-// The steps that all kinds of records have in common: up to the calculator.
-template <class Record>
-bool AlmanacStore::Accept(const Record& record, bool (Almanac::*update)(const Record&)) {
     LinkBase::Lock lock(almanacLink_);
     Almanac almanac = *almanacLink_.Get();
-    if (!(almanac.*update)(record)) return false;
-    almanacLink_.Set(almanac);
-    HealthUpdate(record);
-    if (updateLink_.HasSubscribers()) updateLink_.Send(Almanac::Update(record));
-    lock.Close();
-    CalculatorUpdate(almanac);
-    return true;
+    if (!(almanac.*update)(record)) return;
+    auto changed = std::make_shared<const Almanac>(almanac);
+    const Healths healths = HealthsOf(record);
+    const auto message = std::make_shared<const Almanac::Update>(record);
+    almanacLink_.Set(std::move(changed));
+    TryAll([&] { HealthUpdate(healths); }, [&] { updateLink_.Send(message); },
+           [&] {
+               lock.Close();
+               CalculatorUpdate(almanac);
+           },
+           [&] { steps(almanac); }...);
 }
 
 void AlmanacStore::SaveAlmanac(const Almanac& almanac) {
@@ -171,17 +205,8 @@ void AlmanacStore::CalculatorUpdate(const Almanac& almanac) {
     if (calculatorLink_.HasSubscribers()) calculatorLink_.Notify();
 }
 
-void AlmanacStore::HealthUpdate(const Almanac& almanac) {
-    for (int i = 0; i < almanac.NmrSV(); ++i) HealthUpdate(almanac.GetSV(i));
-    for (int i = 0; i < almanac.NmrGlonassSV(); ++i) HealthUpdate(almanac.GetGlonassSV(i));
-}
-
-void AlmanacStore::HealthUpdate(const Almanac::SV& sv) {
-    healthLink_.Send(SVHealth::Update(SVHealth::Update::AlmanacHealth, sv.prn, sv.health));
-}
-
-void AlmanacStore::HealthUpdate(const Almanac::GlonassSV& sv) {
-    healthLink_.Send(SVHealth::Update(SVHealth::Update::AlmanacHealth, sv.slot, sv.health));
+void AlmanacStore::HealthUpdate(const Healths& healths) {
+    for (const auto& health : healths) healthLink_.Send(health);
 }
 
 }  // namespace GNSS

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "gnss/almanac/Almanac.h"
 #include "gnss/almanac/AlmanacCalculator.h"
@@ -23,18 +24,20 @@ namespace GNSS {
 
 class AlmanacFile;
 
-// Hears whole almanacs (GNSSLink::AlmanacType) and updates (AlmanacUpdateType) from all others of its tree, takes what
-// is newer than what it has, and publishes, in the order in which each function says,
+// Hears whole almanacs (GNSSLink::FullAlmanacType) and updates (AlmanacUpdateType) from all others of its tree, takes
+// what is newer than what it has, and publishes, in the order in which each function says,
 //   the almanac             kept on a link named "Almanac"; replaced without telling its subscribers, whom an update
-//                           tells to look (they find it by Response::Get; who joins gets it)
+//                           tells to look. They find it by Response::Get, which is the almanac of now; the one that was
+//                           delivered to who joined is the almanac of then.
 //   its accepted updates    on a link named "Almanac"
 //   the calculator          kept on a link named "Almanac": one object for the store's whole life, which refers to one
 //                           almanac after the other
 //   the satellites' health  in updates of mode AlmanacHealth
-// Who wants these names the link, so as not to hear what others send to the store under the same type.
+// Who wants the updates names the link, so as not to hear what others send to the store under the same type.
 //
-// An almanac that has been published never changes; the next one shares the records of all unchanged satellites. A tree
-// has one almanac store: two would take each other's whole almanacs.
+// An almanac that has been published never changes; the next one shares the records of all unchanged satellites. Of two
+// stores in a tree each takes the changes that the other has accepted. A record is accepted and published, or refused
+// and nothing of it is; when memory runs out after it was accepted, each further step is tried all the same.
 //
 // Everything public may be called from any thread, but not inside another component's handler or under a link's lock;
 // handlers and calls follow one another. The almanac is exchanged, and its health and update are published, under the
@@ -72,7 +75,8 @@ public:
     // The record of an update goes to the function of its kind; an update without one is ignored.
     void OnAlmanacUpdate(const Almanac::Update& update);
     // Takes the almanac, whatever is older in it, and publishes the health of all satellites and the calculator, hands
-    // the leap second over and saves. No update is published.
+    // the leap second over and saves. As in RootPathChange, there is none to hand over while the almanac has the
+    // built-in UTC parameters. No update is published.
     void OnFullAlmanacUpdate(const Almanac& almanac);
     // Each takes a record by the rules of Almanac. One that is refused changes and publishes nothing.
     //
@@ -85,19 +89,14 @@ public:
     void OnAlmanacUTC(const Almanac::UTC& utc);
 
 private:
-    template <class Record>
-    bool Accept(const Record& record, bool (Almanac::*update)(const Record&));
-    template <class Record>
-    void AcceptSV(const Record& record, bool (Almanac::*update)(const Record&));
+    using Healths = std::vector<std::shared_ptr<const SVHealth::Update>>;
+
+    template <class Record, class... Steps>
+    void Accept(const Record& record, bool (Almanac::*update)(const Record&), const Steps&... steps);
     void SaveAlmanac(const Almanac& almanac);
     void CalculatorInit();
     void CalculatorUpdate(const Almanac& almanac);
-    void HealthUpdate(const Almanac& almanac);
-    // Of one record, where its kind has a health.
-    void HealthUpdate(const Almanac::SV& sv);
-    void HealthUpdate(const Almanac::GlonassSV& sv);
-    void HealthUpdate(const Almanac::Iono&) {}
-    void HealthUpdate(const Almanac::UTC&) {}
+    void HealthUpdate(const Healths& healths);
 
     const std::unique_ptr<AlmanacFile> file_;  // used in the component's turn
     std::shared_ptr<Almanac::Calculator> calculator_;

@@ -6,6 +6,7 @@
 #include "gnss/ephemeris/TbData.h"
 #include "gnss/store/GPSEphemStore.h"
 #include "gnss/store/GlonassEphemStore.h"
+#include "gnss/store/TryAll.h"
 
 namespace GNSS {
 
@@ -20,26 +21,39 @@ std::shared_ptr<Corvane::Component> Create(const Corvane::Param<Corvane::ParamLi
     return std::make_shared<EphemerisStore<System>>(params);
 }
 
+// Where not all of the subscribers can be told, the value is kept all the same.
+template <typename T>
+void PublishOrKeep(Corvane::ManagedLink<T>& link, const std::shared_ptr<const T>& value) {
+    try {
+        link.Publish(value);
+    } catch (...) {
+        link.Set(value);
+        throw;
+    }
+}
+
 }  // namespace
 
 template <typename System>
 const Corvane::Ident EphemerisStore<System>::ID(Rules::Name);
 template <typename System>
-const Corvane::Factory EphemerisStore<System>::TheFactory(Rules::Name, Rules::Name, Corvane::Text(Rules::Description),
-                                                          &Create<System>);
+const typename EphemerisStore<System>::Factory EphemerisStore<System>::TheFactory;
+
+template <typename System>
+EphemerisStore<System>::Factory::Factory()
+    : Corvane::Factory(Rules::Name, Rules::Name, Corvane::Text(Rules::Description), &Create<System>) {}
 
 template <typename System>
 EphemerisStore<System>::EphemerisStore(const Corvane::Param<Corvane::ParamList>&)
     : Component(Corvane::Ident(Rules::Name), CycleMS, &TheFactory),
-      dataAge_(Rules::Name),
       healthLink_(*this, SVHealth::Update::Type, OutputName),
       historyLink_(*this, Rules::HistoryType(), OutputName, Rules::HistoryIndex),
       calculatorLink_(*this, Rules::CalcType(), OutputName, Rules::CalcIndex),
       dataAgeLink_(*this, Rules::DataAgeType(), OutputName, Rules::DataAgeIndex),
       ephemResponse_(*this, Rules::RecordType(), &EphemerisStore::OnEphem) {
-    historyLink_.Set(history_);
+    historyLink_.Set(History());
     calculatorLink_.Set(calculator_);
-    dataAgeLink_.Set(dataAge_);
+    dataAgeLink_.Set(Ages(Rules::Name));
 }
 
 template <typename System>
@@ -55,60 +69,74 @@ template <typename System>
 void EphemerisStore<System>::OnEphem(const Record& record) {
     const WriteLock turn(*this);
     LinkBase::Lock historyLock(historyLink_);
-    if (!history_.Update(record)) return;
-    const auto changed = std::make_shared<const History>(history_);
+    // All is made before the first of it is seen.
+    const auto changed = std::make_shared<History>(*historyLink_.Get());
+    if (!changed->Update(record)) return;
+    Healths health;
+    AddHealth(health, History::Rules::GetId(record), record);
+    const AgesPtr ages = MakeDataAge(*changed);
     historyLock.Close();
 
-    SendHealth(History::Rules::GetId(record), record);
-    PublishHistory(changed);
-    InstallInCalculator(changed);
-    UpdateDataAge();
+    TryAll([&] { SendHealth(health); }, [&] { PublishHistory(changed); }, [&] { InstallInCalculator(changed); },
+           [&] { PublishDataAge(ages); });
 }
 
 template <typename System>
 void EphemerisStore<System>::OnFullEphem(const History& history) {
     const WriteLock turn(*this);
     const auto replaced = std::make_shared<const History>(history);
-    LinkBase::Lock historyLock(historyLink_);
-    history_ = *replaced;
+    Healths healths;
     for (int number = Id::Min; number <= Id::Max; ++number) {
-        if (const auto* sv = replaced->FindSV(number)) SendHealth(number, *sv->GetEphem(0));
+        if (const auto* sv = replaced->FindSV(number)) AddHealth(healths, number, *sv->GetEphem(0));
     }
-    PublishHistory(replaced);
-    historyLock.Close();
-
-    InstallInCalculator(replaced);
+    LinkBase::Lock historyLock(historyLink_);
+    TryAll([&] { SendHealth(healths); }, [&] { PublishHistory(replaced); },
+           [&] {
+               historyLock.Close();
+               InstallInCalculator(replaced);
+           });
 }
 
 template <typename System>
 void EphemerisStore<System>::Clear() {
     const WriteLock turn(*this);
-    {
-        const LinkBase::Lock lock(historyLink_);
-        history_.Reset();
-        historyLink_.Publish(history_);
-    }
-    {
-        const LinkBase::Lock lock(calculatorLink_);
-        calculator_.Reset();
-        calculatorLink_.Notify();
-    }
-    const LinkBase::Lock lock(dataAgeLink_);
-    dataAge_.Reset();
-    dataAgeLink_.Publish(dataAge_);
+    const auto history = std::make_shared<const History>();
+    const auto ages = std::make_shared<const Ages>(Rules::Name);
+    TryAll(
+        [&] {
+            const LinkBase::Lock lock(historyLink_);
+            PublishOrKeep(historyLink_, history);
+        },
+        [&] {
+            const LinkBase::Lock lock(calculatorLink_);
+            calculator_.Reset();
+            calculatorLink_.Notify();
+        },
+        [&] {
+            const LinkBase::Lock lock(dataAgeLink_);
+            PublishDataAge(ages);
+        });
 }
 
 template <typename System>
-void EphemerisStore<System>::SendHealth(const Id& id, const Record& record) {
-    healthLink_.Send(SVHealth::Update(SVHealth::Update::EphemerisHealth, id, Rules::GetHealth(record)));
+void EphemerisStore<System>::AddHealth(Healths& healths, const Id& id, const Record& record) {
+    healths.push_back(
+        std::make_shared<const SVHealth::Update>(SVHealth::Update::EphemerisHealth, id, Rules::GetHealth(record)));
+}
+
+template <typename System>
+void EphemerisStore<System>::SendHealth(const Healths& healths) {
+    for (const auto& health : healths) healthLink_.Send(health);
 }
 
 template <typename System>
 void EphemerisStore<System>::PublishHistory(const HistoryPtr& history) {
-    historyLink_.Publish(history);
-    logPoint_.Log([&history](Corvane::Stream::Output& output) {
-        if (!history->Write(output)) throw Corvane::Stream::Error("a history that has no stream form");
-    });
+    TryAll([&] { PublishOrKeep(historyLink_, history); },
+           [&] {
+               logPoint_.Log([&history](Corvane::Stream::Output& output) {
+                   if (!history->Write(output)) throw Corvane::Stream::Error("a history that has no stream form");
+               });
+           });
 }
 
 template <typename System>
@@ -119,11 +147,22 @@ void EphemerisStore<System>::InstallInCalculator(const HistoryPtr& history) {
 }
 
 template <typename System>
+typename EphemerisStore<System>::AgesPtr EphemerisStore<System>::MakeDataAge(const History& history) const {
+    auto ages = std::make_shared<Ages>(*dataAgeLink_.Get());
+    ages->UpdateEphem(history);
+    return ages;
+}
+
+template <typename System>
+void EphemerisStore<System>::PublishDataAge(const AgesPtr& ages) {
+    PublishOrKeep(dataAgeLink_, ages);
+}
+
+template <typename System>
 void EphemerisStore<System>::UpdateDataAge() {
     const WriteLock turn(*this);
     const LinkBase::Lock lock(historyLink_);
-    dataAge_.UpdateEphem(history_);
-    dataAgeLink_.Publish(dataAge_);
+    PublishDataAge(MakeDataAge(*historyLink_.Get()));
 }
 
 template class EphemerisStore<GPSSystem>;

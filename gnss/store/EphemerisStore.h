@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "gnss/ephemeris/DataAge.h"
 #include "gnss/ephemeris/EphemerisCalculator.h"
@@ -42,8 +43,9 @@ namespace GNSS {
 // form of EphemerisHistory::Write.
 //
 // Subscribers see the outputs change in the order of the steps told below, and what a step does not name is not
-// published. They share what is published; nobody changes it. Nothing is published of a record that the history
-// refuses.
+// published. They share what is published; nobody changes it. What was delivered to who joined late may be older than
+// what Response::Get answers, which is the state of now. Nothing is published of a record that the history refuses;
+// when memory runs out after it was accepted, each further step is tried all the same.
 //
 // The store's links are each locked for a step at a time, the history's first; it is let go before the calculator's is
 // taken. The operations below take the store's turn, which a handler has anyway: not for inside another component's
@@ -63,8 +65,8 @@ public:
     static const Corvane::Ident ID;
     // Period of the cycle, milliseconds.
     static constexpr std::int32_t CycleMS = 100;
-    // Finds no parameter of its own in the list that it is given.
-    static const Corvane::Factory TheFactory;
+    class Factory;
+    static const Factory TheFactory;
 
     explicit EphemerisStore(const Corvane::Param<Corvane::ParamList>& params);
     ~EphemerisStore() override;
@@ -93,15 +95,20 @@ public:
 private:
     using HistoryPtr = std::shared_ptr<const History>;
 
-    void SendHealth(const Id& id, const Record& record);
+    using AgesPtr = std::shared_ptr<const Ages>;
+    using Healths = std::vector<std::shared_ptr<const SVHealth::Update>>;
+
+    static void AddHealth(Healths& healths, const Id& id, const Record& record);
+    void SendHealth(const Healths& healths);
     void PublishHistory(const HistoryPtr& history);
     void InstallInCalculator(const HistoryPtr& history);
+    [[nodiscard]] AgesPtr MakeDataAge(const History& history) const;
+    void PublishDataAge(const AgesPtr& ages);
     void UpdateDataAge();
 
-    // Changed in the store's turn, under the lock of the link that publishes it.
-    History history_;
+    // A handle on the one that is published. The history and the data age that the store holds are those that their
+    // links keep, which are never empty and are replaced in the store's turn.
     Calc calculator_;
-    Ages dataAge_;
 
     Corvane::Link<SVHealth::Update> healthLink_;
     Corvane::ManagedLink<History> historyLink_;
@@ -110,6 +117,13 @@ private:
     Corvane::LogDataControl::GenPoint logPoint_;
     Corvane::Response<Record> ephemResponse_;
     std::optional<Corvane::Response<History>> fullEphemResponse_;
+};
+
+// Makes the store under its name. Finds no parameter of its own in the list that it is given.
+template <typename System>
+class GNSS_EXPORT EphemerisStore<System>::Factory : public Corvane::Factory {
+public:
+    Factory();
 };
 
 }  // namespace GNSS

@@ -5,6 +5,7 @@ namespace GNSS {
 using Corvane::Type;
 
 const Type GNSSLink::AlmanacType("Almanac");
+const Type GNSSLink::FullAlmanacType("Full Almanac");
 const Type GNSSLink::AlmanacUpdateType("Almanac Update");
 const Type GNSSLink::AlmanacCalcType("Almanac Calculator");
 const Type GNSSLink::GPSEphemerideType("GPS Ephemeride");

@@ -7,13 +7,17 @@
 namespace GNSS {
 
 // Each type goes with one class. Both ends of a link name the type: who has decoded a record sends it on a link of the
-// type that a store listens to, and who wants what a store holds makes a response of the type that it publishes. What a
-// store does not hear from itself it may publish under the type that it listens to.
+// type that a store listens to, and who wants what a store holds makes a response of the type that it publishes. Only
+// accepted changes of the almanac are published under the type that its store listens to: another store refuses, after
+// the first time, what is not newer than its own.
 //
 // Health updates of all stores travel under SVHealth::Update::Type.
 struct GNSS_EXPORT GNSSLink {
-    // Almanac: a whole one, to the store and from it.
+    // Almanac: a whole one, from the store.
     static const Corvane::Type AlmanacType;
+    // The same class: a whole one that is to replace what a store holds. A type of its own, since the one that a store
+    // keeps goes to whoever joins: an empty one of a second store would replace the first one's.
+    static const Corvane::Type FullAlmanacType;
     // Almanac::Update: a changed record, to the store and, once it has been accepted, from it.
     static const Corvane::Type AlmanacUpdateType;
     // Almanac::Calculator, from the store.
@@ -25,8 +29,7 @@ struct GNSS_EXPORT GNSSLink {
     // GPSEphemeris and Glonass::Ephemeris: a whole history, from the stores.
     static const Corvane::Type GPSEphemerisType;
     static const Corvane::Type GlonassEphemerisType;
-    // The same classes: a whole history that is to replace what a store holds. A type of its own, so that two stores
-    // of a system in one tree do not go on replacing each other's.
+    // The same classes: a whole history that is to replace what a store holds; likewise.
     static const Corvane::Type FullGPSEphemerisType;
     static const Corvane::Type FullGlonassEphemerisType;
     // GPSEphemerisCalc and Glonass::EphemerisCalc, from the stores.

@@ -75,6 +75,15 @@ protected:
         return ReadAll(path_);
     }
 
+    // Of what this process can write to a file.
+    static void Limit(rlim_t size) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit now{};
+        getrlimit(RLIMIT_FSIZE, &now);
+        now.rlim_cur = size;
+        setrlimit(RLIMIT_FSIZE, &now);
+    }
+
     std::string root_;
     std::string path_;
     std::string aside_;
@@ -99,12 +108,12 @@ TEST_F(AlmanacFile, DamagedFilesAreKeptAside) {
     };
     std::vector<Case> cases = {
         {dropped, "loaded were 2 GPS satellites, the ionosphere and 1 GLONASS satellite, but not 1 of 2 GLONASS sat"},
-        {whole + "abc", "but not 3 bytes at the end; the file is now "},
+        {whole + "abc", "but not 3 bytes at the end; the file is renamed when "},
         {std::string(1000, '\xFF'), "nothing was loaded, and the almanac stays as it is; the file is now "}};
     for (std::size_t length = 0; length < whole.size(); ++length) {
         const char* told = "nothing was loaded, and the almanac stays as it is; the file is now ";
         if (length >= 268 && length < 322) told = "but not the UTC parameters, whatever GLONASS satellites there were";
-        if (length >= 322 && length < 324) told = "but not whatever GLONASS satellites there were; the file is now ";
+        if (length >= 322 && length < 324) told = "but not whatever GLONASS satellites there were; ";
         cases.push_back({whole.substr(0, length), told});
     }
     for (const auto& [content, told] : cases) {
@@ -115,10 +124,38 @@ TEST_F(AlmanacFile, DamagedFilesAreKeptAside) {
         EXPECT_TRUE(Contains(events, told)) << (events.empty() ? "" : events[0]);
         const bool isPart = std::string(told).find("but not") != std::string::npos;
         EXPECT_EQ(loaded.NmrSV(), isPart ? 2 : 0);
-        EXPECT_EQ(ReadAll(aside_), content);
-        EXPECT_FALSE(fs::exists(path_));
+        EXPECT_EQ(ReadAll(isPart ? path_ : aside_), content);
+        EXPECT_EQ(List().size(), 1U);
+        if (isPart) continue;
         fs::remove(aside_);
     }
+}
+
+// What a file that lies in part gives is there at every start until something is saved, and its bytes for ever.
+TEST_F(AlmanacFile, PartsStayUntilTheNextSave) {
+    const std::string part = MakeFile().substr(0, 300);
+    WriteAll(path_, part);
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(Load(root_).NmrSV(), 2);
+    {
+        const auto store = MakeStore();
+        store->RootPathChange(root_, false);
+        TakeEvents();
+        Limit(0);
+        store->OnAlmanacSV(MakeSV(1, 1.0));
+        Limit(RLIM_INFINITY);
+        EXPECT_TRUE(Contains(TakeEvents(), "File too large"));
+        EXPECT_EQ(ReadAll(path_), part);
+        store->OnAlmanacSV(MakeSV(1, 2.0));
+    }
+    EXPECT_EQ(ReadAll(aside_), part);
+    EXPECT_EQ(Load(root_).NmrSV(), 2);
+    EXPECT_EQ(List(), (std::set<std::string>{"x.alm", "x.alm.refused-2024-02-05T12:34:56Z"}));
+    // One that cannot be renamed is not replaced by asking to save there either: each name for it is taken.
+    WriteAll(path_, "damaged");
+    for (int i = 2; i <= 1000; ++i) WriteAll(aside_ + "-" + std::to_string(i), "");
+    const auto store = MakeStore();
+    for (const bool save : {false, true}) store->RootPathChange(root_, save);
+    EXPECT_EQ(ReadAll(path_), "damaged");
 }
 
 TEST_F(AlmanacFile, NothingThatWasNotLoadedIsReplaced) {
@@ -142,21 +179,17 @@ TEST_F(AlmanacFile, NothingThatWasNotLoadedIsReplaced) {
     store->OnAlmanacSV(MakeSV(3, 1.0));
     EXPECT_EQ(ReadAll(folder_ / "late" / "x.alm.refused-2024-02-05T12:34:56Z"), "late");
     EXPECT_EQ(TakeEvents().size(), 2U) << "of the renaming, and that saving works again";
-    // And when saving there is asked for, it is replaced.
-    WriteAll(folder_ / "y.alm", "old");
-    store->RootPathChange((folder_ / "y").string(), true);
-    EXPECT_EQ(ReadAll(folder_ / "y.alm").size(), ReadAll(folder_ / "late" / "x.alm").size());
+    // And when saving there is asked for, a whole almanac is replaced, and what else stands there is kept.
+    const std::string saved = ReadAll(folder_ / "late" / "x.alm");
+    WriteAll(folder_ / "y.alm", "other");
+    for (int i = 0; i < 2; ++i) store->RootPathChange((folder_ / "y").string(), true);
+    EXPECT_EQ(ReadAll(folder_ / "y.alm"), saved);
+    EXPECT_EQ(ReadAll(folder_ / "y.alm.refused-2024-02-05T12:34:56Z"), "other");
+    EXPECT_FALSE(fs::exists(folder_ / "y.alm.refused-2024-02-05T12:34:56Z-2"));
 }
 
 // Each fault: one event, the store goes on, and the next save that can succeed does; also that at the end.
 TEST_F(AlmanacFile, FailedSavesAreTriedAgain) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const auto limit = [](rlim_t size) {
-        rlimit now{};
-        getrlimit(RLIMIT_FSIZE, &now);
-        now.rlim_cur = size;
-        setrlimit(RLIMIT_FSIZE, &now);
-    };
     const fs::path data = folder_ / "data";
     fs::create_directory(data);
     fs::permissions(folder_, fs::perms(0755));
@@ -181,7 +214,7 @@ TEST_F(AlmanacFile, FailedSavesAreTriedAgain) {
              }
              fs::permissions(data, fs::perms(0755));
          }},
-        {"File too large", [&] { limit(0); }, [&] { limit(RLIM_INFINITY); }},
+        {"File too large", [&] { Limit(0); }, [&] { Limit(RLIM_INFINITY); }},
     };
     double seconds = 0.0;
     const std::string root = (data / "x").string();
@@ -284,22 +317,27 @@ TEST_F(AlmanacFile, OneProcessAtATime) {
     const std::string held = ReadAll(path_);
 
     auto store = MakeStore();
+    const std::string told = "process " + std::to_string(child) + " uses the almanac file " + path_;
     for (const bool save : {false, true}) {
         store->RootPathChange(root_, save);
-        store->OnAlmanacSV(MakeSV(1, save ? 1e5 : 2e5));
-        EXPECT_TRUE(Contains(TakeEvents(), "process " + std::to_string(child) + " uses the almanac file " + path_));
+        EXPECT_TRUE(Contains(TakeEvents(), told));
+        for (const double more : {1e5, 2e5}) store->OnAlmanacSV(MakeSV(1, more + (save ? 2e5 : 0.0)));
+        EXPECT_TRUE(TakeEvents().empty()) << "told once";
+        store->RootPathChange((folder_ / "y").string(), true);
+        EXPECT_TRUE(Contains(TakeEvents(), "the newest almanac is never saved as " + path_));
     }
+    store->RootPathChange(root_, false);
     EXPECT_EQ(ReadAll(path_), held);
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
-    store->OnAlmanacSV(MakeSV(1, 3e5));
-    EXPECT_EQ(ReadAll(path_), held) << "refused until the path is set again";
-    store->RootPathChange(root_, false);
-    EXPECT_TRUE(TakeEvents().empty());
+    TakeEvents();
+    store->OnAlmanacSV(MakeSV(1, 5e5));
+    EXPECT_EQ(TakeEvents().size(), 2U) << "of the renaming, and that saving works again";
+    EXPECT_EQ(ReadAll(aside_), held) << "what the other has saved";
     EXPECT_EQ(Load(root_).NmrSV(), 0) << "a second store of the process";
     EXPECT_TRUE(Contains(TakeEvents(), "process " + std::to_string(getpid())));
     store.reset();
-    EXPECT_EQ(Load(root_).NmrSV(), 2);
+    EXPECT_EQ(Load(root_).NmrSV(), 1);
     close(ends[0]);
     close(ends[1]);
 }

@@ -60,7 +60,7 @@ struct Watcher : Corvane::Component {
 struct Sender : Corvane::Component {
     Sender()
         : Component(Corvane::Ident("Sender"), 100),
-          almanac(*this, GNSSLink::AlmanacType),
+          almanac(*this, GNSSLink::FullAlmanacType),
           update(*this, GNSSLink::AlmanacUpdateType) {}
     Corvane::Link<Almanac> almanac;
     Corvane::Link<Almanac::Update> update;
@@ -191,6 +191,45 @@ TEST_F(AlmanacStoreOrder, OfLoading) {
     EXPECT_EQ(fs::last_write_time(root.string() + ".alm"), written);
     store_->OnAlmanacSV(MakeSV(1, 1.0));
     EXPECT_NE(fs::last_write_time(root.string() + ".alm"), written);
+}
+
+TEST_F(AlmanacStoreOrder, OfTwoInOneTree) {
+    store_->RootPathChange((folder_ / "x").string(), true);
+    sender_->almanac.Send(tests::MakeAlmanac(2, 1));
+    root_.CycleAll();
+    const std::string file = ReadAll(folder_ / "x.alm");
+    // One that comes later, with its empty almanac, and one that comes again.
+    const auto other = std::dynamic_pointer_cast<AlmanacStore>(AlmanacStore::TheFactory.CreateComponent());
+    root_.Join(other);
+    TakeTrace();
+    root_.Leave(*store_);
+    root_.Join(store_);
+    TakeTrace();
+    EXPECT_EQ(ReadAll(folder_ / "x.alm"), file);
+    // A change reaches both, and they come to rest.
+    sender_->update.Send(Almanac::Update(MakeSV(9, 10.0)));
+    for (int i = 0; i < 4; ++i) root_.CycleAll();
+    EXPECT_EQ(root_.NmrQueued(), 0U);
+    EXPECT_EQ(watcher_->almanac.Get()->NmrSV(), 1) << "of the other";
+    root_.Leave(*other);
+    EXPECT_EQ(watcher_->almanac.Get()->NmrSV(), 3);
+}
+
+// Built-in UTC parameters are not handed over: GPSTime may know better.
+TEST_F(AlmanacStoreOrder, OfLeapSecondsIsThatOfTheirParameters) {
+    Almanac almanac;
+    almanac.UpdateSV(MakeSV(1, 0.0));
+    for (const bool withUTC : {false, true}) {
+        if (withUTC) almanac.UpdateUTC(MakeUTC(0.0));
+        const std::string root = (folder_ / "x").string();
+        for (const bool load : {false, true}) {
+            GNSS::GPSTime::SetUTCParam(GNSS::GPSTime(1000, 0.0), 30, 33);
+            if (load) store_->RootPathChange(root, false);
+            if (!load) store_->OnFullAlmanacUpdate(almanac);
+            EXPECT_EQ(GNSS::GPSTime::LeapChange(), withUTC ? 2.0 : 3.0);
+            if (!load) store_->RootPathChange(root, true);
+        }
+    }
 }
 
 TEST(AlmanacStoreFactory, TellsWhatItMakes) {
