@@ -85,7 +85,16 @@ struct Watcher : Component {
         }
         last = history;
     }
-    void OnCalc(const typename Store::Calc&) { Enter(Calc, step == AHistory); }
+    void OnCalc(const typename Store::Calc& calc) {
+        Enter(Calc, step == AHistory);
+        if (!isAlone) return;
+        // It may be further by now, but not behind.
+        const auto implementation = calc.GetImplementation();
+        const auto* history = dynamic_cast<const History*>(implementation.get());
+        const auto* sv = history == nullptr ? nullptr : history->FindSV(id);
+        const auto* told = last->FindSV(id);
+        if (told != nullptr && (sv == nullptr || IssueOf(*sv->GetEphem(0)) < IssueOf(*told->GetEphem(0)))) ++nmrWrong;
+    }
     void OnAges(const typename Store::Ages& ages) {
         Enter(Age, isAlone ? step == Calc : step == Calc || step == Age);
         lastAges = ages;
