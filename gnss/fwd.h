@@ -46,9 +46,23 @@ using GPSEphemerisCalc = EphemerisCalculator<GPSSystem>;
 using IODEData = DataAge<GPSSystem>;
 using TbData = DataAge<GlonassSystem>;
 
+// Stores.
+template <typename System>
+class GNSS_EXPORT EphemerisStore;
+
+using GPSEphemStore = EphemerisStore<GPSSystem>;
+
 // Navigation messages.
 class ICD;
 class ICDGlonass;
+
+// Health and notes.
+class SVHealth;
+class Notes;
+
+// Stores.
+struct GNSSLink;
+class AlmanacStore;
 
 namespace Glonass {
 
@@ -60,6 +74,7 @@ using Frequency = SignalFrequency<GlonassSystem>;
 using Measurement = SignalMeasurement<GlonassSystem>;
 using Ephemeris = EphemerisHistory<GlonassSystem>;
 using EphemerisCalc = EphemerisCalculator<GlonassSystem>;
+using EphemStore = EphemerisStore<GlonassSystem>;
 
 }  // namespace Glonass
 }  // namespace GNSS

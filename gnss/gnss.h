@@ -59,3 +59,16 @@
 // Navigation messages.
 #include "gnss/icd/ICD.h"
 #include "gnss/icd/ICDGlonass.h"
+
+// Health and notes.
+#include "gnss/health/Notes.h"
+#include "gnss/health/NotesHistory.h"
+#include "gnss/health/SVHealth.h"
+#include "gnss/health/SVHealthSet.h"
+#include "gnss/health/SVHealthUpdate.h"
+
+// The stores of live data, and the types of their links.
+#include "gnss/store/AlmanacStore.h"
+#include "gnss/store/GNSSLink.h"
+#include "gnss/store/GPSEphemStore.h"
+#include "gnss/store/GlonassEphemStore.h"

@@ -1,6 +1,7 @@
 #include "gnss/ephemeris/EphemerisHistory.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "gnss/ephemeris/GPSEphemeris.h"
@@ -52,6 +53,44 @@ bool EphemerisHistory<System>::CalculateSecondPosn(const Id& id, const GPSTime& 
     if (const SV* sv = FindSV(id)) return sv->CalculateSecondPosn(t, result);
     result.Reset();
     return false;
+}
+
+template <typename System>
+bool EphemerisHistory<System>::Write(Corvane::Stream::Output& output) const {
+    return Corvane::Stream::Succeeds([&] {
+        for (const auto& sv : body_.Read()) {
+            if (!sv) continue;
+            output.WriteUChar(static_cast<std::uint8_t>(sv->NmrEphem()));
+            for (int i = 0; i < sv->NmrEphem(); ++i) {
+                if (!sv->GetEphem(i)->Write(output)) return false;
+            }
+        }
+        output.WriteUChar(0);
+        return true;
+    });
+}
+
+template <typename System>
+bool EphemerisHistory<System>::Read(Corvane::Stream::Input& input) {
+    return Corvane::Stream::Succeeds([&] {
+        EphemerisHistory read;
+        Body& body = read.body_.Write();
+        Id before;
+        while (const int nmr = input.ReadUChar()) {
+            if (nmr > SV::Depth) return false;
+            auto sv = std::make_shared<SV>();
+            for (; sv->nmrEphem_ < nmr; ++sv->nmrEphem_) {
+                Record& record = sv->records_[static_cast<std::size_t>(sv->nmrEphem_)];
+                if (!record.Read(input) || Rules::GetId(record) != Rules::GetId(sv->records_.front())) return false;
+            }
+            const Id id = Rules::GetId(sv->records_.front());
+            if (id <= before) return false;
+            body[Place(id)] = std::move(sv);
+            before = id;
+        }
+        *this = read;
+        return true;
+    });
 }
 
 template <typename System>

@@ -11,6 +11,7 @@
 #include "gnss/fwd.h"
 #include "gnss/platform/CopyOnWrite.h"
 #include "gnss/platform/Export.h"
+#include "gnss/platform/Stream.h"
 #include "gnss/time/GPSTime.h"
 
 namespace GNSS {
@@ -48,6 +49,13 @@ public:
     // unhealthy satellite, with Result::valid false. Nothing is allocated.
     bool CalculatePosn(const Id& id, const GPSTime& t, Result& result) const override;
     bool CalculateSecondPosn(const Id& id, const GPSTime& t, Result& result) const override;
+
+    // The satellites in ascending order, each as the number of its records in a byte and these records, newest first;
+    // a byte 0 ends them. False when the stream fails.
+    bool Write(Corvane::Stream::Output& output) const;
+    // False, and the history is as it was, when the stream fails or what it holds is no such form. The records are
+    // taken as they were: no rule of Update is applied.
+    bool Read(Corvane::Stream::Input& input);
 
 private:
     using Body = std::array<std::shared_ptr<const SV>, static_cast<std::size_t>(Id::Max)>;

@@ -30,9 +30,9 @@ public:
     [[nodiscard]] const String& GetText() const { return text_; }
 
     // Adds an entry with the clock's time and hands it to every sink, on the calling thread and with the locks that
-    // this thread holds: a sink does not wait for other threads. A sink may be called by several threads at once, may
-    // add events (it is not called for those that are added inside its own call), and may install and remove sinks.
-    // What it throws is dropped.
+    // this thread holds: a sink does not wait for other threads, and takes no component's turn and no link's lock. A
+    // sink may be called by several threads at once, may add events (it is not called for those that are added inside
+    // its own call), and may install and remove sinks. What it throws is dropped.
     static void AddEvent(const String& source, const String& text);
 
     // Installs a sink for the events to come; an empty function is never called. The result, never 0, names it.

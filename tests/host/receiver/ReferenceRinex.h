@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "gnss/time/GPSTime.h"
-#include "host/receiver/RinexNavigation.h"
+#include "tests/host/receiver/NavigationData.h"
 #include "tests/host/receiver/ReceiverRecording.h"
 #include "tests/host/receiver/Table.h"
 
@@ -54,13 +54,6 @@ inline std::vector<ObservedEpoch> ReadObservations(const std::string& path) {
         }
     }
     return epochs;
-}
-
-inline Host::RinexNavigation ReadNavigation(const std::string& path) {
-    Host::RinexNavigation navigation;
-    Host::FileError error;
-    EXPECT_TRUE(navigation.Read(path, error)) << error.Print();
-    return navigation;
 }
 
 }  // namespace tests
