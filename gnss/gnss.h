@@ -68,6 +68,7 @@
 #include "gnss/health/SVHealthUpdate.h"
 
 // The stores of live data, and the types of their links.
+#include "gnss/store/AlmanacStore.h"
 #include "gnss/store/GNSSLink.h"
 #include "gnss/store/GPSEphemStore.h"
 #include "gnss/store/GlonassEphemStore.h"
