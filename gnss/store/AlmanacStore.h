@@ -31,6 +31,8 @@ class AlmanacFile;
 //   the calculator          kept on a link named "Almanac": one object for the store's whole life, which refers to one
 //                           almanac after the other
 //   the satellites' health  in updates of mode AlmanacHealth
+// Who wants these names the link, so as not to hear what others send to the store under the same type.
+//
 // An almanac that has been published never changes; the next one shares the records of all unchanged satellites. A tree
 // has one almanac store: two would take each other's whole almanacs.
 //

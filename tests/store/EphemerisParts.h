@@ -28,13 +28,13 @@ inline GNSS::Glonass::Ephemeride MakeRecord(GNSS::Glonass::Slot slot, int issue)
     record.clock = {static_cast<double>(issue), 0.0};
     return record;
 }
+// -1 when what tells it twice does not agree.
 inline int IssueOf(const GNSS::GPSEphemeride& record) {
-    return record.posn.IODE;
+    return record.clock.Tgd == record.posn.IODE ? record.posn.IODE : -1;
 }
 inline int IssueOf(const GNSS::Glonass::Ephemeride& record) {
-    return Corvane::ToInt(record.clock.tau);
+    return record.clock.tau == record.posn.frameTime ? Corvane::ToInt(record.clock.tau) : -1;
 }
-// -1 when what the record tells twice does not agree.
 inline int IssueOf(const GNSS::GPSEphemeride::Result& result) {
     return result.groupDelay == result.IODE ? result.IODE : -1;
 }

@@ -6,15 +6,13 @@
 #include <iterator>
 #include <memory>
 #include <string>
-#include <type_traits>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "gnss/ephemeris/GPSEphemeris.h"
 #include "gnss/ephemeris/GlonassEphemeris.h"
 #include "host/cli/LeapRule.h"
-#include "host/receiver/RinexNavigation.h"
+#include "tests/host/receiver/NavigationData.h"
 #include "tests/host/receiver/Table.h"
 #include "tests/support/TestData.h"
 
@@ -24,19 +22,6 @@ using GNSS::ECEF;
 using GNSS::GPSTime;
 using tests::Number;
 using tests::Row;
-
-// Records in the order of their transmission, which is their reference time.
-template <typename Records>
-auto BySending(const Records& records) {
-    std::vector<std::remove_cvref_t<decltype(records.front().ephemeride)>> sorted;
-    for (const auto& record : records) {
-        sorted.push_back(record.ephemeride);
-        if (record.transmission) sorted.back().reference = *record.transmission;
-    }
-    std::stable_sort(sorted.begin(), sorted.end(),
-                     [](const auto& a, const auto& b) { return a.reference - b.reference < Corvane::Time(); });
-    return sorted;
-}
 
 struct Outcome {
     int taken = 0;
@@ -120,17 +105,10 @@ void Replay(const Records& records, const std::string& table, const std::string&
               << outcome.largest << " m\n";
 }
 
-Host::RinexNavigation Read(const std::string& path) {
-    Host::RinexNavigation navigation;
-    Host::FileError error;
-    EXPECT_TRUE(navigation.Read(path, error)) << error.Print();
-    return navigation;
-}
-
 TEST(EphemerisHistoryData, ADayOfGPS) {
     GNSS_REQUIRE_TEST_DATA(path, "data/brdc1820.10n");
     GNSS_REQUIRE_TEST_DATA(table, "reference/sat_gps_2010182.csv");
-    const auto records = BySending(Read(path).gps);
+    const auto records = tests::BySending(tests::ReadNavigation(path).gps);
     Outcome outcome;
     Replay<GNSS::GPSEphemeris, GNSS::GPSEphemerisCalc>(
         records, table, "", [](const Row& row) { return std::stoi(row.at("iode")); }, outcome);
@@ -148,7 +126,7 @@ TEST(EphemerisHistoryData, ADayOfGlonass) {
     GNSS_REQUIRE_TEST_DATA(path, "data/brdc0910.09g");
     GNSS_REQUIRE_TEST_DATA(table, "reference/sat_glo_2009091.csv");
     Host::LeapRule().SetFor(GPSTime(1525, 259200.0));
-    const auto records = BySending(Read(path).glonass);
+    const auto records = tests::BySending(tests::ReadNavigation(path).glonass);
     Outcome outcome;
     Replay<GNSS::Glonass::Ephemeris, GNSS::Glonass::EphemerisCalc>(
         records, table, "_PZ90", [](const Row& row) { return 900 * std::stoi(row.at("tb_15min_MoscowTime")); },
