@@ -74,7 +74,7 @@ private:
         record.posn.e = 0.01;
         record.posn.i0 = Angle::FromDegrees(55.0);
         record.posn.Omega0 = Angle::FromDegrees(prn % 6 * 60.0);
-        record.posn.M0 = Angle::FromDegrees(prn * 11.0 + second / GPSIssue * 60.0);
+        record.posn.M0 = Angle::FromDegrees(prn * 11.0 + static_cast<double>(second / GPSIssue) * 60.0);
         record.status.SetHealth(0);
         Send(record);
     }

@@ -36,8 +36,8 @@ std::optional<std::int64_t> StoreTree::FindHolder(const std::string& root) {
 }
 
 void StoreTree::AdvanceTo(const GNSS::GPSTime& t) {
-    const Corvane::Time span = time_ ? t - *time_ : Corvane::Time();
     constexpr double Period = CycleMS / 1000.0;
+    const Corvane::Time span = time_ ? t - *time_ : -Corvane::Time::Second;
     // Also where the span is no number.
     if (!(span >= Corvane::Time::Zero && span <= MaxSpan)) {
         rest_ = 0.0;

@@ -44,7 +44,7 @@ public:
 
     // Cycles the tree every CycleMS from the time of the last call up to t, so that whatever was sent meanwhile is
     // handled under the clock as it stands: who leads the process's clock sets it to t after this call. After a longer
-    // silence or a step back one cycle stands for all.
+    // silence or a step back, and at the first call, one cycle stands for all.
     void AdvanceTo(const GNSS::GPSTime& t);
     // Cycles until all queues are empty.
     void Drain();
