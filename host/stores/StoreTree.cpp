@@ -46,7 +46,11 @@ void StoreTree::AdvanceTo(const GNSS::GPSTime& t) {
         return;
     }
     // Within a period's rounding: a hundred milliseconds are no whole number of the clock's steps.
-    for (rest_ += span.Seconds(); rest_ > Period - GNSS::GPSTime::Tolerance; rest_ -= Period) Cycle();
+    rest_ += span.Seconds();
+    while (rest_ > Period - GNSS::GPSTime::Tolerance) {
+        Cycle();
+        rest_ -= Period;
+    }
     time_ = t;
 }
 
