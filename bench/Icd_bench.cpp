@@ -73,7 +73,7 @@ void GPSEphemeris(benchmark::State& state) {
     GNSS::GPSEphemeride ephemeride;
     for (auto _ : state) {
         benchmark::DoNotOptimize(icd);
-        icd.GetEphemerisData(ephemeride);
+        benchmark::DoNotOptimize(icd.GetEphemerisData(ephemeride));
         benchmark::DoNotOptimize(ephemeride);
     }
 }
@@ -84,7 +84,7 @@ void GPSAlmanac(benchmark::State& state) {
     GNSS::Almanac::SV sv;
     for (auto _ : state) {
         benchmark::DoNotOptimize(icd);
-        icd.GetAlmanac(sv, 2300, 5);
+        benchmark::DoNotOptimize(icd.GetAlmanac(sv, 2300, 5));
         benchmark::DoNotOptimize(sv);
     }
 }
@@ -122,7 +122,7 @@ void GlonassEphemeris(benchmark::State& state) {
     ephemeride.slot = 1;
     for (auto _ : state) {
         benchmark::DoNotOptimize(icd);
-        icd.GetEphemeride(ephemeride, 1);
+        benchmark::DoNotOptimize(icd.GetEphemeride(ephemeride, 1));
         benchmark::DoNotOptimize(ephemeride);
     }
 }

@@ -1,4 +1,5 @@
-// The receiver side: a log's bytes through its decoder, as the label tells a real one or one made here.
+// The receiver side: a log's bytes through its decoder, alone and with the records made of them. The label tells
+// whether the log is a real one or made here.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -8,7 +9,11 @@
 #include <benchmark/benchmark.h>
 
 #include "host/receiver/FileText.h"
+#include "host/receiver/OemDecoder.h"
+#include "host/receiver/RecordMaker.h"
+#include "host/receiver/RtcmDecoder.h"
 #include "host/receiver/UbxDecoder.h"
+#include "host/receiver/UbxKinds.h"
 
 namespace {
 
@@ -17,6 +22,7 @@ struct Log {
     const char* label;
 };
 
+// A message whose payload is written number by number.
 class Message {
 public:
     explicit Message(std::size_t size) : payload_(size, '\0') {}
@@ -25,11 +31,10 @@ public:
         std::memcpy(payload_.data() + at, &number, sizeof(Number));
         return *this;
     }
-    // Adds it to a stream.
-    void AppendTo(std::string& stream, int messageClass, int id) const {
+    void AppendTo(std::string& stream, std::uint32_t kind) const {
         std::string body;
-        for (const std::size_t byte : {static_cast<std::size_t>(messageClass), static_cast<std::size_t>(id),
-                                       payload_.size() % 256, payload_.size() / 256}) {
+        for (const std::size_t byte :
+             {std::size_t{kind >> 8U}, std::size_t{kind & 0xFFU}, payload_.size() % 256, payload_.size() / 256}) {
             body += static_cast<char>(byte);
         }
         body += payload_;
@@ -48,6 +53,7 @@ private:
 
 // Ten minutes of what a receiver that tracks 12 GPS satellites is asked for most: measurements, time, subframes.
 std::string MakeUbx() {
+    using Host::UbxKinds::NavTIMEGPS, Host::UbxKinds::RxmRAWX, Host::UbxKinds::RxmSFRBX;
     constexpr int NmrSatellites = 12;
     std::string stream;
     for (int second = 0; second < 600; ++second) {
@@ -59,40 +65,64 @@ std::string MakeUbx() {
             measurements.Put(at + 21, static_cast<std::uint8_t>(i + 1)).Put(at + 24, std::uint16_t{64500});
             measurements.Put(at + 26, std::uint8_t{45}).Put(at + 30, std::uint8_t{0xF});
         }
-        measurements.AppendTo(stream, 0x02, 0x15);
         Message time(16);
         time.Put(0, static_cast<std::uint32_t>(1000 + second) * 1000U).Put(8, std::int16_t{2300}).Put(11, '\7');
-        time.AppendTo(stream, 0x01, 0x20);
+        measurements.AppendTo(stream, RxmRAWX);
+        time.AppendTo(stream, NavTIMEGPS);
         for (int i = 0; i < NmrSatellites && second % 6 == 0; ++i) {
             Message subframe(48);
             subframe.Put(1, static_cast<std::uint8_t>(i + 1)).Put(4, std::uint8_t{10}).Put(8, 0x22C00000U);
-            subframe.AppendTo(stream, 0x02, 0x13);
+            subframe.AppendTo(stream, RxmSFRBX);
         }
     }
     return stream;
 }
 
+// A log of the test data; its bytes are none where there is no test data.
+Log Find(const char* name) {
+    Host::FileText file;
+    Host::FileError error;
+    const char* folder = std::getenv("GNSS_TEST_DATA");
+    if (folder == nullptr || !file.Open(std::string(folder) + "/data/" + name, error)) return {"", "no log"};
+    return {std::string(file.Text()), "real log"};
+}
+
 const Log& UbxLog() {
     static const Log log = [] {
-        if (const char* folder = std::getenv("GNSS_TEST_DATA"); folder != nullptr) {
-            Host::FileText file;
-            Host::FileError error;
-            const std::string path = std::string(folder) + "/data/16dBatt_no_interference_coldstart.ubx.gz";
-            if (file.Open(path, error)) return Log{std::string(file.Text()), "real log"};
-        }
-        return Log{MakeUbx(), "made log"};
+        Log real = Find("16dBatt_no_interference_coldstart.ubx.gz");
+        return real.bytes.empty() ? Log{MakeUbx(), "made log"} : real;
     }();
     return log;
 }
 
-// A fresh decoder for each round, fed in pieces as a port gives them. The sink belongs to the round as well.
-template <typename Decoder, typename Sink>
+const Log& OemLog() {
+    static const Log log = Find("oemv_200911218.gps");
+    return log;
+}
+
+const Log& RtcmLog() {
+    static const Log log = Find("testglo.rtcm3");
+    return log;
+}
+
+// The decoder alone, and the decoder with the records made of what it says.
+struct Alone {
+    Host::ReceiverSink sink;
+};
+struct WithRecords {
+    Host::RecordSink records;
+    Host::RecordMaker sink{records};
+};
+
+// All fresh for each round, fed in pieces as a port gives them.
+template <typename Decoder, typename Sinks>
 void Decode(benchmark::State& state, const Log& log) {
+    if (log.bytes.empty()) return state.SkipWithError(log.label);
     constexpr std::size_t Piece = 65536;
     std::int64_t nmr = 0;
     for (auto _ : state) {
-        Sink sink;
-        Decoder decoder(sink);
+        Sinks sinks;
+        Decoder decoder(sinks.sink);
         for (std::size_t at = 0; at < log.bytes.size(); at += Piece) {
             decoder.Feed(std::string_view(log.bytes).substr(at, Piece));
         }
@@ -104,10 +134,30 @@ void Decode(benchmark::State& state, const Log& log) {
     state.SetLabel(std::string(log.label) + ", " + std::to_string(nmr) + " messages");
 }
 
-void UbxIntoEmptySink(benchmark::State& state) {
-    Decode<Host::UbxDecoder, Host::ReceiverSink>(state, UbxLog());
+void UbxDecoding(benchmark::State& state) {
+    Decode<Host::UbxDecoder, Alone>(state, UbxLog());
+}
+void UbxRecords(benchmark::State& state) {
+    Decode<Host::UbxDecoder, WithRecords>(state, UbxLog());
+}
+void OemDecoding(benchmark::State& state) {
+    Decode<Host::OemDecoder, Alone>(state, OemLog());
+}
+void OemRecords(benchmark::State& state) {
+    Decode<Host::OemDecoder, WithRecords>(state, OemLog());
+}
+void RtcmDecoding(benchmark::State& state) {
+    Decode<Host::RtcmDecoder, Alone>(state, RtcmLog());
+}
+void RtcmRecords(benchmark::State& state) {
+    Decode<Host::RtcmDecoder, WithRecords>(state, RtcmLog());
 }
 
-BENCHMARK(UbxIntoEmptySink)->Unit(benchmark::kMillisecond);
+BENCHMARK(UbxDecoding)->Unit(benchmark::kMillisecond);
+BENCHMARK(UbxRecords)->Unit(benchmark::kMillisecond);
+BENCHMARK(OemDecoding)->Unit(benchmark::kMillisecond);
+BENCHMARK(OemRecords)->Unit(benchmark::kMillisecond);
+BENCHMARK(RtcmDecoding)->Unit(benchmark::kMillisecond);
+BENCHMARK(RtcmRecords)->Unit(benchmark::kMillisecond);
 
 }  // namespace

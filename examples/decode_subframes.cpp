@@ -20,7 +20,7 @@ int main() {
         int svId = 0;
         if (icd.AddSubframe(words, subframe, svId) != GNSS::ICD::Ephemeris) continue;
         GNSS::GPSEphemeride ephemeride;
-        icd.GetEphemerisData(ephemeride);
+        if (!icd.GetEphemerisData(ephemeride)) continue;
         std::cout << "IODE " << ephemeride.posn.IODE << ", toe " << ephemeride.posn.toe << " s, sqrt A "
                   << ephemeride.posn.sqrtA << " m^0.5, e " << ephemeride.posn.e << ", i "
                   << ephemeride.posn.i0.Degrees() << " degrees, af0 " << ephemeride.clock.af0 << " s\n";

@@ -1,6 +1,6 @@
 // OEM messages: whatever the bytes and the pieces in which they come, every byte is counted once, the calls do not
-// depend on the pieces, and what is delivered is sensible. Each input is read as it is, and once more with the checksum
-// of its first message put right, so that bodies are reached.
+// depend on the pieces, and what is delivered, and the records made of it, are sensible. Each input is read as it is,
+// and once more with the checksum of its first message put right, so that bodies are reached.
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -11,6 +11,8 @@
 #include <zlib.h>
 
 #include "host/receiver/OemDecoder.h"
+#include "host/receiver/RecordInvariants.h"
+#include "host/receiver/RecordMaker.h"
 
 namespace {
 
@@ -39,9 +41,9 @@ public:
     }
     void OnEphemeride(const Host::GlonassDecodedEphemeride& record) override {
         ++calls;
-        Check(record.ephemeride.slot.IsValid() && record.reference && record.fourYears);
+        Check(record.ephemeride.slot.IsValid() && record.reference.has_value());
         Check(std::isfinite(record.ephemeride.posn.posn.Radius()) && std::isfinite(record.ephemeride.clock.tau));
-        Check(record.ephemeride.posn.day >= 1 && record.ephemeride.posn.day <= 1461);
+        Check(record.ephemeride.posn.day >= 0 && record.ephemeride.posn.day <= 1461);
     }
     void OnIono(const GNSS::Almanac::Iono& record) override { Check(std::isfinite(record.alpha0 + record.beta3)); }
     void OnUTC(const GNSS::Almanac::UTC& record) override { Check(record.DN >= 1 && record.DN <= 7); }
@@ -81,8 +83,19 @@ std::int64_t Decode(std::string_view bytes, std::size_t piece) {
     return sink.calls;
 }
 
+// The whole receiver side.
+void MakeRecords(std::string_view bytes) {
+    Host::RecordInvariants records;
+    Host::RecordMaker maker(records);
+    Host::OemDecoder decoder(maker);
+    decoder.Feed(bytes);
+    decoder.Finish();
+    Check(records.AreHeld() && (!maker.GetClock().GetTime() || maker.GetNmrWaiting() == 0));
+}
+
 void DecodeInPieces(const std::string& bytes, std::size_t piece) {
     Check(Decode(bytes, piece) == Decode(bytes, ~0U));
+    MakeRecords(bytes);
 }
 
 }  // namespace

@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "host/receiver/Crc24q.h"
+#include "host/receiver/RecordInvariants.h"
+#include "host/receiver/RecordMaker.h"
 #include "host/receiver/RtcmDecoder.h"
 
 namespace {
@@ -66,6 +68,8 @@ private:
     }
 };
 
+const GNSS::GPSTime Known(2200, 100.0);
+
 struct Outcome {
     std::vector<GNSS::MeasSet> sets;
     std::size_t nmrRecords = 0;
@@ -76,13 +80,24 @@ struct Outcome {
 Outcome Run(std::string_view bytes, std::size_t piece, bool isTimeKnown) {
     Sink sink;
     Host::RtcmDecoder decoder(sink);
-    if (isTimeKnown) decoder.SetApproximateTime(GNSS::GPSTime(2200, 100.0));
+    if (isTimeKnown) decoder.SetApproximateTime(Known);
     const auto size = static_cast<std::int64_t>(bytes.size());
     for (; !bytes.empty(); bytes.remove_prefix(std::min(piece, bytes.size()))) decoder.Feed(bytes.substr(0, piece));
     decoder.Finish();
     const Host::StreamCounts& counts = decoder.GetCounts();
     Check(counts.bytes == size && counts.skipped <= size && counts.GetNmrRefused() <= counts.GetNmrMessages());
     return {sink.sets, sink.nmrRecords, counts.skipped, counts.GetNmrMessages(), decoder.GetNmrUndated()};
+}
+
+// The whole receiver side.
+void MakeRecords(std::string_view bytes, const std::optional<GNSS::GPSTime>& approximate) {
+    Host::RecordInvariants records;
+    Host::RecordMaker maker(records);
+    Host::RtcmDecoder decoder(maker);
+    if (approximate) decoder.SetApproximateTime(*approximate);
+    decoder.Feed(bytes);
+    decoder.Finish();
+    Check(records.AreHeld() && (!maker.GetClock().GetTime() || maker.GetNmrWaiting() == 0));
 }
 
 // The same bytes with good checksums: everything that begins like a frame is taken for one, and its sum written anew.
@@ -111,5 +126,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string mended = Mend(std::string(bytes));
     const Outcome whole = Run(mended, mended.size() + 1, isTimeKnown);
     Check(Run(mended, 5, isTimeKnown) == whole);
+    MakeRecords(mended, isTimeKnown ? std::optional(Known) : std::nullopt);
     return 0;
 }

@@ -1,5 +1,5 @@
-// UBX: whatever the bytes and the pieces they come in, nothing that reaches the sink is out of range or undated, and
-// every byte belongs to a message or is counted as skipped.
+// UBX: whatever the bytes and the pieces they come in, nothing that reaches the sink is out of range or undated, nor
+// are the records made of it, and every byte belongs to a message or is counted as skipped.
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "host/receiver/RecordInvariants.h"
+#include "host/receiver/RecordMaker.h"
 #include "host/receiver/UbxDecoder.h"
 
 namespace {
@@ -71,6 +73,16 @@ private:
     }
 };
 
+// The whole receiver side.
+void MakeRecords(std::string_view bytes) {
+    Host::RecordInvariants records;
+    Host::RecordMaker maker(records);
+    Host::UbxDecoder decoder(maker);
+    decoder.Feed(bytes);
+    decoder.Finish();
+    Check(records.AreHeld() && (!maker.GetClock().GetTime() || maker.GetNmrWaiting() == 0));
+}
+
 }  // namespace
 
 // The first byte is the size of the pieces.
@@ -87,6 +99,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t piece = std::max<std::size_t>(data[0], 1);
     for (std::size_t at = 0; at < bytes.size(); at += piece) again.Feed(bytes.substr(at, piece));
     again.Finish();
+
+    MakeRecords(bytes);
 
     const Host::StreamCounts& counts = decoder.GetCounts();
     Check(pieces.calls == whole.calls && again.GetCounts().skipped == counts.skipped);

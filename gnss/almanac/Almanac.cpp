@@ -12,13 +12,27 @@ using Corvane::String;
 using Corvane::TimeDate;
 using Corvane::Stream::Succeeds;
 
+namespace {
+
+// Whether the almanac file can hold a record and give it back. One that it cannot would make every save fail.
+template <class Record>
+bool FitsFile(const Record& record) {
+    Corvane::Stream::MemoryOutput output;
+    if (!record.Write(output)) return false;
+    Corvane::Stream::MemoryInput input(output.Bytes());
+    Record read;
+    return read.Read(input);
+}
+
+}  // namespace
+
 Almanac::Almanac() = default;
 Almanac::Almanac(const Almanac& other) noexcept = default;
 Almanac& Almanac::operator=(const Almanac& other) noexcept = default;
 Almanac::~Almanac() = default;
 
 bool Almanac::UpdateSV(const SV& sv) {
-    if (!inner_.Read().IsNewer(sv)) return false;
+    if (!inner_.Read().ShouldStore(sv) || !FitsFile(sv)) return false;
     inner_.Write().svs.Store(sv);
     return true;
 }
@@ -30,19 +44,19 @@ bool Almanac::UpdateGlonassSV(const GlonassSV& sv) {
                                    " is rejected due to an inconsistent day number " + String::FormatInt(sv.day) + ".");
         return false;
     }
-    if (!inner_.Read().IsNewer(sv)) return false;
+    if (!inner_.Read().ShouldStore(sv) || !FitsFile(sv)) return false;
     inner_.Write().glonassSVs.Store(sv);
     return true;
 }
 
 bool Almanac::UpdateIono(const Iono& iono) {
-    if (iono.time <= GetIono().time) return false;
+    if (iono.time <= GetIono().time || !FitsFile(iono)) return false;
     inner_.Write().iono = iono;
     return true;
 }
 
 bool Almanac::UpdateUTC(const UTC& utc) {
-    if (utc.time <= GetUTC().time) return false;
+    if (utc.time <= GetUTC().time || !FitsFile(utc)) return false;
     inner_.Write().utc = utc;
     return true;
 }

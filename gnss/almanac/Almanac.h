@@ -54,7 +54,8 @@ public:
     // changes nothing.
     //
     // Newer is dated later, by more than 1e-7 s within a week. A record of a satellite that has none is stored; one
-    // that names no satellite is refused.
+    // that names no satellite is refused, and so is one with a number that the almanac file cannot hold (a week beyond
+    // 16 bits): what has been taken can be saved.
     bool UpdateSV(const SV& sv);
     bool UpdateIono(const Iono& iono);
     bool UpdateUTC(const UTC& utc);
@@ -94,7 +95,8 @@ public:
     // does not fit its form.
     bool Write(Corvane::Stream::Output& output) const;
     // All or nothing, except that what ends within the UTC record or the number of GLONASS records is an almanac with
-    // the built-in UTC (or that which was read) and no GLONASS records.
+    // the built-in UTC (or that which was read) and no GLONASS records, and that a UTC record of a time that could not
+    // be written again is passed over for the built-in one.
     //
     // What the records say is taken by the rules of the updates, silently: a GLONASS record whose node crossing does
     // not fit its date is left out, as is one that names no satellite, and of two records of one satellite the newer

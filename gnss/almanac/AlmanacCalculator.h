@@ -27,7 +27,8 @@ public:
     Calculator(const Calculator& other) : almanac_(other.Current()) {}
     Calculator& operator=(const Calculator& other);
 
-    // What a calculator of another source replaces. Called by any thread.
+    // What a calculator of another source replaces. Called by any thread. The order of the virtual functions is part of
+    // the interface, which is why the destructor comes last.
     virtual bool SVPosn(const PRN& prn, const GPSTime& t, ECEF& posn, double& clockOffset) const;
     virtual bool GlonassSVPosn(const Glonass::Slot& slot, const GPSTime& t, ECEF& posn, double& clockOffset) const;
     virtual bool GetGlonassIonoSF(const Glonass::Slot& slot, double& sf) const;

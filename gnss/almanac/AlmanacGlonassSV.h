@@ -20,6 +20,13 @@ namespace GNSS {
 // rate they stay within five kilometres, over a revolution, of the full almanac algorithm of the document, which Orbit
 // and Delta (AlmanacGlonassOrbit.h) follow.
 //
+// The class's own earth rate, which is intended, puts every position further west: by 1e-6 rad per second since the
+// node crossing, 2.5 degrees after half a day and 4.95 after a day, without end as the almanac ages. In a log of June
+// 2023, 13 to 15 hours after the node, the positions of R02, R03, R11 and R12 were 1009, 553, 660 and 782 km from the
+// ephemerides, and 1.67, 1.91, 3.72 and 2.91 km once turned back. Seen from middle latitudes within half a day of the
+// node, directions are up to 3.0 degrees off and risings and settings up to 5.7 minutes; within a day up to 5.9 degrees
+// and, for passes that graze the mask, 19 minutes (docs/accuracy.md).
+//
 // NaN or infinite fields give positions of NaN.
 class GNSS_EXPORT Almanac::GlonassSV {
 public:
@@ -38,7 +45,7 @@ public:
 
     Glonass::Slot slot;
     int channel = 0;        // frequency channel, -7 to 24
-    GPSTime time;           // when the record was received; orders updates
+    GPSTime time;           // dates the record; the node crossing must lie within two weeks of it
     int health = 0;         // 1 = usable
     int day = 0;            // day of the four-year interval that the node crossing belongs to, 1 to 1461
     Corvane::Angle Lambda;  // longitude of the first ascending node of the day, earth-fixed

@@ -1,13 +1,21 @@
 #include "gnss/almanac/AlmanacInner.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <utility>
 
 #include "gnss/platform/Clock.h"
 
 namespace GNSS {
 
 using Corvane::Stream::Succeeds;
+
+namespace {
+
+constexpr std::size_t UTCSize = 2 + 3 * 8 + 4 + 8 + 4 * 4;  // of a UTC record in the file
+
+}  // namespace
 
 template <class Record, class Id, Id Record::*Number>
 auto AlmanacRecords<Record, Id, Number>::FindPlace(const Id& id) const {
@@ -41,14 +49,16 @@ void AlmanacRecords<Record, Id, Number>::Store(const Record& record) {
 template class AlmanacRecords<Almanac::SV, PRN, &Almanac::SV::prn>;
 template class AlmanacRecords<Almanac::GlonassSV, Glonass::Slot, &Almanac::GlonassSV::slot>;
 
-bool Almanac::Inner::IsNewer(const SV& sv) const {
+bool Almanac::Inner::ShouldStore(const SV& sv) const {
+    if (sv.prn.IsNull()) return false;
     const SV* held = svs.FindRecord(sv.prn);
-    return sv.prn.IsValid() && (held == nullptr || sv.time > held->time);
+    return held == nullptr || sv.time > held->time;
 }
 
-bool Almanac::Inner::IsNewer(const GlonassSV& sv) const {
+bool Almanac::Inner::ShouldStore(const GlonassSV& sv) const {
+    if (sv.slot.IsNull()) return false;
     const GlonassSV* held = glonassSVs.FindRecord(sv.slot);
-    if (sv.slot.IsNull() || held == nullptr) return sv.slot.IsValid();
+    if (held == nullptr) return true;
     const Corvane::Date today = Corvane::Now.GetTimeDate().GetDate();
     GloTime offered = sv.GetEpoch();
     GloTime present = held->GetEpoch();
@@ -76,17 +86,26 @@ bool Almanac::Inner::Read(Corvane::Stream::Input& input) {
     for (int i = 0; i < nmrSV; ++i) {
         SV sv;
         if (!sv.Read(input)) return false;
-        if (IsNewer(sv)) svs.Store(sv);
+        if (ShouldStore(sv)) svs.Store(sv);
     }
     if (!iono.Read(input)) return false;
 
-    // From here on a file may end. After a UTC record that was cut short nothing can be told from the bytes left.
+    // From here on a file may end. What is left of a UTC record that was cut short is not taken for anything else; a
+    // whole one that cannot be read leaves the built-in parameters, and the file goes on.
+    std::array<std::byte, UTCSize> bytes{};
     int nmrGlonassSV = 0;
-    if (utc.Read(input)) Succeeds([&] { nmrGlonassSV = input.ReadShortAsInt(); });
+    const bool isWhole = Succeeds([&] {
+        for (std::byte& byte : bytes) byte = std::byte{input.ReadUChar()};
+    });
+    if (isWhole) {
+        Corvane::Stream::MemoryInput record(bytes);
+        utc.Read(record);
+        Succeeds([&] { nmrGlonassSV = input.ReadShortAsInt(); });
+    }
     for (int i = 0; i < nmrGlonassSV; ++i) {
         GlonassSV sv;
         if (!sv.Read(input)) return false;
-        if (sv.IsTimeConsistentWithToI() && IsNewer(sv)) glonassSVs.Store(sv);
+        if (sv.IsTimeConsistentWithToI() && ShouldStore(sv)) glonassSVs.Store(sv);
     }
     return true;
 }

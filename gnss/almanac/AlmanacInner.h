@@ -41,9 +41,9 @@ public:
     UTC utc;
     AlmanacRecords<GlonassSV, Glonass::Slot, &GlonassSV::slot> glonassSVs;
 
-    // Whether a record names a satellite and is newer than what is held of it.
-    [[nodiscard]] bool IsNewer(const SV& sv) const;
-    [[nodiscard]] bool IsNewer(const GlonassSV& sv) const;
+    // Whether a record names a satellite of which there is none yet, or only an older one.
+    [[nodiscard]] bool ShouldStore(const SV& sv) const;
+    [[nodiscard]] bool ShouldStore(const GlonassSV& sv) const;
 
     bool Write(Corvane::Stream::Output& output) const;
     // Into a fresh body, which is half read when the answer is false or the stream throws.

@@ -66,8 +66,9 @@ bool Almanac::SV::Write(Corvane::Stream::Output& output) const {
 bool Almanac::SV::Read(Corvane::Stream::Input& input) {
     return Succeeds([&] {
         SV read;
-        // By Set, to which the number 0 is PRN 32: a record without a satellite comes back as one of PRN 32.
-        read.prn.Set(input.ReadShortAsInt());
+        // A record without a satellite stays one: to Set the number 0 would be PRN 32.
+        const int number = input.ReadShortAsInt();
+        if (number != 0) read.prn.Set(number);
         read.time = GPSTimeStream::Read(input);
         read.toa = GPSTimeStream::Read(input);
         read.health = input.ReadShortAsInt();

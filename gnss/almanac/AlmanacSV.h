@@ -46,7 +46,8 @@ public:
     bool CalculatePosn(const GPSTime& t, ECEF& posn, double& clockOffset) const;
     bool CalculatePosn(const GPSTime& t, ECEF& posn) const;
 
-    // False when the stream fails or the week does not fit into 16 bits; a failed read leaves the object as it was.
+    // False when the stream fails or a number does not fit into 16 bits; a failed read leaves the object as it was. A
+    // stored number that is no satellite's, 0 included, gives a record without a satellite.
     bool Write(Corvane::Stream::Output& output) const;
     bool Read(Corvane::Stream::Input& input);
 };

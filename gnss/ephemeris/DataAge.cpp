@@ -82,7 +82,7 @@ template <typename System>
 bool DataAge<System>::UpdateRTCM(const Id& id, Value issue) {
     if (id.IsNull()) return false;
     SV& sv = Obtain(id);
-    sv.ResetTimer();
+    if (sv.IsTimed()) sv.ResetTimer();
     return sv.Update(issue);
 }
 

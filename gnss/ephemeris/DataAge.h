@@ -40,7 +40,8 @@ struct DataAgeRules<GlonassSystem> {
 // ephemeris than the one it has.
 //
 // A plain value under a name, with one entry per satellite in the order in which they came. An entry of corrections
-// expires 120 s after the last of them, and goes at the next Purge; one of ephemerides lasts as long as they do.
+// expires 120 s after the last of them, and goes at the next Purge; once UpdateEphem has set it, it lasts as long as
+// the ephemerides do, corrections or not.
 template <typename System>
 class GNSS_EXPORT DataAge {
 public:
@@ -79,12 +80,13 @@ public:
     bool UpdateEphem(const Id& id, Value current, Value previous);
     // The same for all satellites of a history; the entries of others go.
     bool UpdateEphem(const History& history);
-    // Counts an issue named by a correction (see SV::Update), and lets the entry live on. The entry is made where there
-    // is none, with no issue known. Whether its issue or its candidate has changed. A null satellite is ignored.
+    // Counts an issue named by a correction (see SV::Update), and starts the timer of an entry of corrections again.
+    // The entry is made where there is none, with no issue known. Whether its issue or its candidate has changed. A
+    // null satellite is ignored.
     bool UpdateRTCM(const Id& id, Value issue);
 
-    // Adds to `out` the satellites with a measurement and an entry in both records, a's of which does not match b's;
-    // none twice. Whether there is any satellite in `out`.
+    // Adds to `out` the satellites with a measurement (a record, as HasMeas counts them) and an entry in both records,
+    // a's of which does not match b's; none twice. Whether there is any satellite in `out`.
     static bool Match(const DataAge& a, const DataAge& b, const MeasurementSet& measured, List& out);
     // Adds to `out` the satellites with a measurement and no entry in a; none twice, and none without an identity.
     // Whether there is any satellite in `out`.
@@ -138,6 +140,7 @@ public:
 
     void ResetTimer();
     void StopTimer() { isTimed_ = false; }
+    [[nodiscard]] bool IsTimed() const { return isTimed_; }
     // Whether the timer runs and has run out.
     [[nodiscard]] bool HasExpired() const { return isTimed_ && expiry_.HasExpired(); }
 

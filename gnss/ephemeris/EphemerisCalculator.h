@@ -20,7 +20,7 @@ namespace GNSS {
 // any value.) Who needs several answers from one and the same history takes GetImplementation and asks that.
 //
 // Times are GPS system time; positions are earth-fixed, in metres, as of the record that gave them. A false answer
-// leaves the result reset. Nothing is allocated.
+// leaves the result reset, but for the health of a GPS record that is too old. Nothing is allocated.
 template <typename System>
 class GNSS_EXPORT EphemerisCalculator : public EphemerisRules<System>::CalculatorMembers {
 public:

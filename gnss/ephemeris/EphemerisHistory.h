@@ -44,8 +44,9 @@ public:
     // The number of satellites with records.
     [[nodiscard]] int NmrSV() const;
 
-    // From the satellite's newest record, and from the one before it: false, with the result reset, when there is none
-    // or it is too old for t. True for an unhealthy satellite, with Result::valid false. Nothing is allocated.
+    // From the satellite's newest record, and from the one before it. False, with the result reset, when there is none
+    // or it is too old for t; of a GPS record that is too old, the result still says that it is healthy. True for an
+    // unhealthy satellite, with Result::valid false. Nothing is allocated.
     bool CalculatePosn(const Id& id, const GPSTime& t, Result& result) const override;
     bool CalculateSecondPosn(const Id& id, const GPSTime& t, Result& result) const override;
 

@@ -63,8 +63,8 @@ struct GNSS_EXPORT EphemerisRules<GlonassSystem> {
     // Refused when it is the newest record, or its reference time or its day is earlier: so is day 1 of the next
     // four-year interval after day 1461, until the history is cleared. A repetition in a later frame replaces the
     // newest. Sets the record's sequence counter, which tells the bodies of one tb from each other: -1 for a first
-    // record or after a gap, 0 at a new tb, one more at the same tb (-1 after -1). So the
-    // first record of a history, while it is the only one or the older of two, answers with -1.
+    // record or after a gap, 0 at a new tb, one more at the same tb (-1 after -1). So the first record of a
+    // history, while it is the only one or the older of two, answers with -1.
     [[nodiscard]] static Reception Receive(const Record* newest, Record& record);
     // The second position is given for longer (2100 s from tb) than the first (1200 s); intended.
     static bool CalculatePosn(const Record& record, const GPSTime& t, Result& result, bool isSecond);

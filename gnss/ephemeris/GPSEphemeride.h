@@ -113,7 +113,8 @@ public:
     // Kepler's equation for this record's eccentricity.
     [[nodiscard]] Corvane::Angle EccentricAnomaly(const Corvane::Angle& M) const;
 
-    // False when the stream fails; a failed read leaves the object as it was.
+    // False when the stream fails or the week does not fit into 16 bits; a failed read leaves the object as it was. A
+    // stored satellite number is taken as by PRN::Set: 0, as a record without a satellite has it, becomes PRN 32.
     bool Write(Corvane::Stream::Output& output) const;
     bool Read(Corvane::Stream::Input& input);
 };

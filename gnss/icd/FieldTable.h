@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -64,12 +65,20 @@ template <auto... Path>
 inline constexpr auto SemiCircles =
     [](auto& record, const Raw& raw) { Assign(record, Corvane::Angle::FromSemiCircles(raw.Value()), Path...); };
 
-// Whether every field has 1 to 32 bits, lies within bits firstBit to lastBit of units 1 to nmrUnits, and shares no bit
-// with another.
+// Whether a scale is a power of two or, as those of some times, a whole number.
+consteval bool IsSoundScale(double scale) {
+    if (!(scale > 0.0 && scale < 1e9)) return false;
+    const bool isPowerOfTwo = (std::bit_cast<std::uint64_t>(scale) & ((std::uint64_t{1} << 52) - 1)) == 0;
+    return isPowerOfTwo || scale == static_cast<double>(static_cast<int>(scale));
+}
+
+// Whether every field has 1 to 32 bits and a sound scale, lies within bits firstBit to lastBit of units 1 to nmrUnits,
+// and shares no bit with another.
 template <typename Record, std::size_t Size>
 consteval bool IsSound(const std::array<Field<Record>, Size>& table, int nmrUnits, int firstBit, int lastBit) {
     std::array<std::array<bool, 128>, 16> isTaken{};
     for (const auto& field : table) {
+        if (!IsSoundScale(field.scale)) return false;
         if (field.bits.width < 1 || field.bits.width + field.rest.width > 32) return false;
         for (const Bits& bits : {field.bits, field.rest}) {
             if (bits.width == 0) continue;
@@ -88,6 +97,8 @@ consteval bool IsSound(const std::array<Field<Record>, Size>& table, int nmrUnit
 template <const auto& Table, std::size_t Row, typename Record, typename Reader>
 inline void DecodeRow(const Reader& reader, Record& record) {
     constexpr const auto& Line = Table[Row];
+    static_assert(Line.coding == Coding::Unsigned || Line.rest.width == 0 || Reader::IsTwosComplement,
+                  "the parts of a signed field can only be joined in two's complement");
     std::int64_t number = Line.coding == Coding::Signed ? std::int64_t{reader.Signed(Line.bits)}
                                                         : std::int64_t{reader.Unsigned(Line.bits)};
     if constexpr (Line.rest.width > 0) number = number * (1LL << Line.rest.width) + reader.Unsigned(Line.rest);

@@ -120,6 +120,7 @@ static_assert(IsWithinWords(Subframe1) && IsWithinWords(Subframe2) && IsWithinWo
 static_assert(IsWithinWords(AlmanacPage) && IsWithinWords(IonoPage) && IsWithinWords(UTCPage));
 
 struct Reader {
+    static constexpr bool IsTwosComplement = true;
     const ICD::Subframe& subframe;
 
     [[nodiscard]] std::uint32_t Unsigned(const Bits& bits) const {

@@ -25,7 +25,7 @@ class GNSS_EXPORT ICD {
 public:
     // What AddSubframe has completed.
     enum Type : std::int32_t {
-        None = 0,
+        None = 0,              // nothing; also for the text of SV ID 55: GetSpecialMessage has it
         Ephemeris = 1,         // subframes 1, 2 and 3: ask GetEphemerisData
         AlmanacSubframe4 = 2,  // a satellite's almanac in subframe 4: ask GetAlmanac
         AlmanacSubframe5 = 3,  // a satellite's almanac in subframe 5
@@ -163,14 +163,14 @@ public:
 
         // A page with a satellite's almanac: satellite, toa in the given week, orbit, clock, health. False when the SV
         // ID is not 1 to 32; the preamble is not tested.
-        bool DecodeAlmanac(Almanac::SV& sv, int week) const;
+        [[nodiscard]] bool DecodeAlmanac(Almanac::SV& sv, int week) const;
         // The part of the ephemeris that subframe 1, 2 or 3 carries; no other has one. The week of subframe 1 is left
         // out: with ten bits it cannot date a record by itself. Subframe 2 needs the IODC of subframe 1 in the record.
-        bool DecodeEphemeris(GPSEphemeride& ephemeride, int subframe) const;
+        [[nodiscard]] bool DecodeEphemeris(GPSEphemeride& ephemeride, int subframe) const;
         // The page of SV ID 56. False without the preamble; data ID and SV ID are not tested.
-        bool DecodeIono(Almanac::Iono& iono) const;
+        [[nodiscard]] bool DecodeIono(Almanac::Iono& iono) const;
         // Likewise; the weeks WNt and WNLSF are 256 weekHigh plus the eight bits of the message.
-        bool DecodeUTC(Almanac::UTC& utc, int weekHigh) const;
+        [[nodiscard]] bool DecodeUTC(Almanac::UTC& utc, int weekHigh) const;
 
         friend constexpr bool operator==(const Subframe&, const Subframe&) = default;
 
@@ -210,11 +210,11 @@ public:
     // Whether subframes 1, 2 and 3 all have the preamble.
     [[nodiscard]] bool IsEphemerisValid() const;
     // Decodes subframes 1, 2 and 3, as they are. True.
-    bool GetEphemerisData(GPSEphemeride& ephemeride) const;
-    // See the operations of Subframe; of the subframe of that number, 4 or 5.
-    bool GetAlmanac(Almanac::SV& sv, int week, int subframe) const;
-    bool GetIono(Almanac::Iono& iono, int subframe) const;
-    bool GetUTC(Almanac::UTC& utc, int weekHigh, int subframe) const;
+    [[nodiscard]] bool GetEphemerisData(GPSEphemeride& ephemeride) const;
+    // By the operations of Subframe, of the subframe of that number, 1 to 5 (pages come in 4 and 5). False for others.
+    [[nodiscard]] bool GetAlmanac(Almanac::SV& sv, int week, int subframe) const;
+    [[nodiscard]] bool GetIono(Almanac::Iono& iono, int subframe) const;
+    [[nodiscard]] bool GetUTC(Almanac::UTC& utc, int weekHigh, int subframe) const;
     // The 22 bytes of the text in subframe 4 (SV ID 55, which is not tested), as they were sent.
     [[nodiscard]] Corvane::String GetSpecialMessage() const;
 

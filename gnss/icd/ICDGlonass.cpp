@@ -94,6 +94,7 @@ static_assert(FieldTable::IsSound(AlmanacStrings, 3, 9, 80));
 // The units of a table are strings: unit n is the n-th of these.
 template <std::size_t Count>
 struct Reader {
+    static constexpr bool IsTwosComplement = false;  // but sign and magnitude
     std::array<const ICDGlonass::String*, Count> strings;
 
     [[nodiscard]] std::uint32_t Unsigned(const Bits& bits) const {
@@ -177,7 +178,8 @@ bool ICDGlonass::GetEphemeride(Glonass::Ephemeride& ephemeride, int frame) const
     if (ephemeride.slot.IsNull() || frame < 1 || frame > NmrFrame) return false;
     const Frame& strings = (*this)[frame - 1];
     FieldTable::Decode<Immediate>(Reader<4>{{&strings[0], &strings[1], &strings[2], &strings[3]}}, ephemeride);
-    ephemeride.accuracy = Glonass::Ephemeride::UnknownAccuracy;  // no string says more
+    // String 4 has an index of the accuracy (F_T, bits 30 to 33), which is not decoded: intended.
+    ephemeride.accuracy = Glonass::Ephemeride::UnknownAccuracy;
     return true;
 }
 

@@ -108,7 +108,7 @@ public:
         // The element that holds a slot's almanac (its first string): the one where it belongs, else the first of
         // elements 5 to 14 that names the slot, whichever string of an almanac it is: intended. False, the index as it
         // was, when there is none or the slot is below 1.
-        bool FindIndex(int slot, int& index) const;
+        [[nodiscard]] bool FindIndex(int slot, int& index) const;
 
         friend constexpr bool operator==(const Frame&, const Frame&) = default;
 
@@ -133,10 +133,10 @@ public:
     // Fills the almanac of the record's slot and dates it with the current GPS time (GPSTime::SetTo). False, the record
     // unchanged, when the slot is null or not found, when its almanac seems to begin with string 15, or when the clock
     // throws. False also for channel 0 with health 0, which is no almanac, but then the record is filled: intended.
-    bool GetAlmanac(Almanac::GlonassSV& sv) const;
+    [[nodiscard]] bool GetAlmanac(Almanac::GlonassSV& sv) const;
     // Fills the record from strings 1 to 4 of frame 1 to 5, received or not: all but slot, reference, sequence counter
     // and accuracy index. False, the record unchanged, when its slot is null or there is no such frame.
-    bool GetEphemeride(Glonass::Ephemeride& ephemeride, int frame) const;
+    [[nodiscard]] bool GetEphemeride(Glonass::Ephemeride& ephemeride, int frame) const;
 
     friend constexpr bool operator==(const ICDGlonass&, const ICDGlonass&) = default;
 
@@ -144,7 +144,7 @@ private:
     static constexpr std::size_t IndexOf(int n) {
         return static_cast<std::size_t>(n < 0 ? 0 : (n >= NmrFrame ? NmrFrame - 1 : n));
     }
-    bool FindIndex(int slot, int& frame, int& index) const;
+    [[nodiscard]] bool FindIndex(int slot, int& frame, int& index) const;
 
     std::array<Frame, static_cast<std::size_t>(NmrFrame)> frames_{};
 };

@@ -1,4 +1,5 @@
 // GPSMeas: the measurement of a GPS signal, with its SV, Inner and Set. See SignalMeasurement.
+// A GPSMeas::Set is copy-on-write: copies share one body until one of them is changed.
 #pragma once
 
 #include "gnss/measurement/SignalMeasurementSet.h"

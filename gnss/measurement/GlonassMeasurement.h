@@ -1,4 +1,5 @@
 // Glonass::Measurement: the measurement of a GLONASS signal, with its SV, Inner and Set. See SignalMeasurement.
+// A Glonass::Measurement::Set is copy-on-write: copies share one body until one of them is changed.
 #pragma once
 
 #include "gnss/measurement/SignalMeasurementSet.h"

@@ -1,8 +1,8 @@
 #include "gnss/measurement/MSAdjust.h"
 
 #include <cmath>
-#include <cstdint>
 
+#include "gnss/measurement/MSAdjustGroup.h"
 #include "gnss/platform/Number.h"
 
 namespace GNSS {
@@ -15,303 +15,257 @@ namespace {
 // Milliseconds; no signal of these systems is on its way for a hundred seconds.
 constexpr double MaxDifference = 1e5;
 
-// How far x lies from the nearest whole number.
-double Residual(double x) {
-    return x - std::round(x);
-}
-
 // The first range of a satellite, else its first smoothed one, metres.
 template <typename SV>
 std::optional<double> FirstRange(const SV& sv) {
     std::optional<double> smoothed;
     for (int i = 0; i < sv.NmrMeas(); ++i) {
         const auto& record = sv.GetMeas(i);
-        if (record.IsValid(GPSMeas::Range)) return record.GetRange();
-        if (!smoothed && record.IsValid(GPSMeas::SmoothRange)) smoothed = record.GetSmoothRange();
+        if (record.IsValid(GPSMeas::Range) && std::isfinite(record.GetRange())) return record.GetRange();
+        if (!smoothed && record.IsValid(GPSMeas::SmoothRange) && std::isfinite(record.GetSmoothRange())) {
+            smoothed = record.GetSmoothRange();
+        }
     }
     return smoothed;
 }
 
-// Cycles of light travel of a millisecond. The GLONASS satellites differ, intended.
-std::optional<double> CyclesPerMS(const GPSFreqy& freqy, const MSAdjust::GPSRange*) {
-    return freqy.GetFrequency() * 1e-3;
+// Cycles of light travel of a millisecond; exact for all known signals. The GLONASS satellites differ, intended.
+std::optional<double> CyclesPerMS(const GPSFreqy& freqy, const std::optional<int>&) {
+    return freqy.GetFrequency() / 1000.0;
 }
-std::optional<double> CyclesPerMS(const Glonass::Frequency& freqy, const MSAdjust::GlonassRange* computed) {
-    if (computed == nullptr || !computed->frequencyChannel) return std::nullopt;
-    return freqy.GetChannelFrequency(*computed->frequencyChannel) * 1e-3;
+std::optional<double> CyclesPerMS(const Glonass::Frequency& freqy, const std::optional<int>& channel) {
+    if (!channel) return std::nullopt;
+    return freqy.GetChannelFrequency(*channel) / 1000.0;
 }
-
-// Whole milliseconds with the number of satellites that have them; one for each satellite at most.
-class Tally {
-public:
-    void Add(int ms) {
-        ++nmr_;
-        for (std::size_t i = 0; i < nmrValues_; ++i) {
-            if (values_[i].ms == ms) {
-                ++values_[i].nmr;
-                return;
-            }
-        }
-        values_[nmrValues_++] = {ms, 1};
-    }
-    [[nodiscard]] int Nmr() const { return nmr_; }
-
-    struct Value {
-        int ms = 0;
-        int nmr = 0;
-    };
-    // The most frequent; of equals the one nearest zero, then the greater.
-    [[nodiscard]] Value Best() const {
-        Value best;
-        for (std::size_t i = 0; i < nmrValues_; ++i) {
-            const Value& value = values_[i];
-            const int nearer = std::abs(best.ms) - std::abs(value.ms);
-            if (value.nmr > best.nmr ||
-                (value.nmr == best.nmr && (nearer > 0 || (nearer == 0 && value.ms > best.ms)))) {
-                best = value;
-            }
-        }
-        return best;
-    }
-
-private:
-    std::array<Value, PRN::Max + Glonass::Slot::Max> values_{};
-    std::size_t nmrValues_ = 0;
-    int nmr_ = 0;
-};
-
-// The differences measured - computed of an epoch in milliseconds, one for each satellite at most.
-class Differences {
-public:
-    void Add(double ms) { values_[nmr_++] = ms; }
-
-    // The largest group of those that agree with one of them, whole milliseconds aside; of equals the closest one.
-    struct Group {
-        int nmr = 0;
-        double reference = 0.0;  // the one that they agree with
-        double mean = 0.0;       // of the group, from the reference
-        double spread = 0.0;     // sum of the distances from the reference
-    };
-    [[nodiscard]] Group FindGroup() const {
-        Group best;
-        for (std::size_t i = 0; i < nmr_; ++i) {
-            Group group{.nmr = 0, .reference = values_[i], .mean = 0.0, .spread = 0.0};
-            for (std::size_t j = 0; j < nmr_; ++j) {
-                const double residual = Residual(values_[j] - group.reference);
-                if (!(std::abs(residual) <= MSAdjust::Tolerance)) continue;
-                ++group.nmr;
-                group.mean += residual;
-                group.spread += std::abs(residual);
-            }
-            group.mean /= group.nmr;
-            if (group.nmr > best.nmr || (group.nmr == best.nmr && group.spread < best.spread)) best = group;
-        }
-        return best;
-    }
-
-private:
-    std::array<double, PRN::Max + Glonass::Slot::Max> values_{};
-    std::size_t nmr_ = 0;
-};
 
 }  // namespace
 
-// What the steps of one epoch share.
-class MSAdjust::Epoch {
+// What an epoch does to all phases.
+struct MSAdjust::PhaseStep {
+    int ms = 0;               // to take out
+    bool isDoubtful = false;  // start anew, jump or undecided change: mark them
+    std::optional<int> seen;  // ms by which those have jumped that need no mark at a jump
+    int jump = 0;             // ms, of the ranges
+    double drift = 0.0;       // ms, of the clock since the epoch before
+};
+
+// One system's part of an epoch, with the steps that are taken on it. The arrays go by the satellite's number.
+template <typename Set, typename Range, std::size_t N>
+class MSAdjust::Part {
 public:
-    // One system's part of it. The arrays go by the satellite's number.
-    template <typename Set, typename Range, std::size_t N>
-    struct Part {
-        Part(Set& measured, std::span<const Range> ranges, std::array<Track, N>& tracksBefore,
-             std::array<std::optional<int>, N>& takenOut)
-            : set(measured), tracks(tracksBefore), taken(takenOut) {
-            for (const Range& range : ranges) {
-                const Range*& place = computed[static_cast<std::size_t>(int{range.id})];
-                if (range.id.IsValid() && place == nullptr && std::isfinite(range.range)) place = &range;
+    using Record = typename Set::Record;
+
+    Part(Set& set, std::span<const Range> ranges, std::array<Track, N>& tracks,
+         std::array<std::optional<int>, N>& taken)
+        : set_(set), tracks_(tracks), taken_(taken) {
+        for (const Range& range : ranges) {
+            const auto number = static_cast<std::size_t>(int{range.id});
+            if (!range.id.IsValid() || computed_[number] || !std::isfinite(range.range)) continue;
+            computed_[number] = range.range;
+            if constexpr (requires { range.frequencyChannel; }) {
+                const std::optional<int>& channel = range.frequencyChannel;
+                if (channel && *channel >= -7 && *channel <= 24) tracks_[number].frequencyChannel = channel;
             }
         }
+    }
 
-        Set& set;
-        std::array<Track, N>& tracks;
-        std::array<std::optional<int>, N>& taken;
-        std::array<const Range*, N> computed{};
-    };
-
-    template <typename P>
-    static void Collect(const P& part, Differences& differences) {
-        auto waiting = part.computed;
-        for (int i = 0; i < part.set.NmrSV(); ++i) {
-            const auto& sv = part.set.GetSV(i);
-            auto& computed = waiting[static_cast<std::size_t>(int{sv.GetId()})];
-            const std::optional<double> range = FirstRange(sv);
-            if (computed == nullptr || !range) continue;
-            const double difference = (*range - computed->range) / MSRange;
+    // Adds measured - computed, once for each satellite.
+    void Compare(MSDifferences& differences) const {
+        std::array<bool, N> done{};
+        for (int i = 0; i < set_.NmrSV(); ++i) {
+            const std::size_t number = Number(i);
+            const std::optional<double> range = FirstRange(set_.GetSV(i));
+            if (done[number] || !computed_[number] || !range) continue;
+            const double difference = (*range - *computed_[number]) / MSRange;
             if (!(std::abs(difference) < MaxDifference)) continue;
             differences.Add(difference);
-            computed = nullptr;
+            done[number] = true;
         }
     }
 
-    // The milliseconds to take out of a range, if it fits.
-    [[nodiscard]] std::optional<int> WholeMS(double range, double computed) const {
-        const double difference = (range - computed) / MSRange;
-        const double ms = difference - reference;
-        if (!(std::abs(difference) < MaxDifference && std::abs(Residual(ms)) <= Tolerance)) return std::nullopt;
-        return ToInt(std::round(ms));
-    }
-
-    template <typename P>
-    void AdjustRanges(const P& part) const {
-        for (int i = 0; i < part.set.NmrSV(); ++i) {
-            const auto number = static_cast<std::size_t>(int{part.set.GetSV(i).GetId()});
-            const auto* const computed = part.computed[number];
-            if (computed == nullptr) continue;
-            for (int k = 0; k < part.set.GetSV(i).NmrMeas(); ++k) {
-                auto record = part.set.GetSV(i).GetMeas(k);
+    // Brings every range that fits to `reference` ms from the computed one, within half a millisecond.
+    void AdjustRanges(double reference) {
+        for (int i = 0; i < set_.NmrSV(); ++i) {
+            const std::size_t number = Number(i);
+            if (!computed_[number]) continue;
+            for (int k = 0; k < set_.GetSV(i).NmrMeas(); ++k) {
+                Record record = set_.GetSV(i).GetMeas(k);
                 bool changed = false;
-                const auto take = [&](const QValue& value) {
-                    const std::optional<int> ms = WholeMS(value.Value(), computed->range);
-                    if (ms && !part.taken[number]) part.taken[number] = ms;
+                const auto adjusted = [&](const QValue& value) {
+                    const std::optional<int> ms = WholeMS(value.Value() - *computed_[number], reference);
+                    if (ms && !taken_[number]) taken_[number] = ms;
                     changed = changed || ms.value_or(0) != 0;
                     return QValue(value.Value() - ms.value_or(0) * MSRange, value.Quality());
                 };
-                if (record.IsValid(GPSMeas::Range)) record.SetRange(take(record.GetRangeQ()));
-                if (record.IsValid(GPSMeas::SmoothRange)) record.SetSmoothRange(take(record.GetSmoothRangeQ()));
-                if (changed) *part.set.ChangeSV(i)->ChangeMeas(k) = record;
+                if (record.IsValid(GPSMeas::Range)) record.SetRange(adjusted(record.GetRangeQ()));
+                if (record.IsValid(GPSMeas::SmoothRange)) record.SetSmoothRange(adjusted(record.GetSmoothRangeQ()));
+                if (changed) *set_.ChangeSV(i)->ChangeMeas(k) = record;
             }
         }
     }
 
-    template <typename P>
-    static void TallyTaken(const P& part, Tally& taken, Tally& changes) {
-        for (std::size_t number = 0; number < part.taken.size(); ++number) {
-            if (!part.taken[number]) continue;
-            taken.Add(*part.taken[number]);
-            if (part.tracks[number].known) changes.Add(*part.taken[number] - part.tracks[number].taken);
+    // What was taken out of the satellites, and by how much that changed for those that were there before.
+    void Count(MSTally& taken, MSTally& changes) const {
+        for (std::size_t number = 0; number < N; ++number) {
+            if (!taken_[number]) continue;
+            taken.Add(*taken_[number]);
+            if (tracks_[number].taken) changes.Add(*taken_[number] - *tracks_[number].taken);
         }
     }
 
-    // How many phases jumped with the ranges, less those that did not. The plain wavelength will do for GLONASS: the
-    // channels differ by less than half a percent.
-    template <typename P>
-    [[nodiscard]] int CountPhaseJumps(const P& part, int jump) const {
+    // How many phases jumped with the ranges, less those that did not.
+    [[nodiscard]] int CountVotes(const PhaseStep& step) const {
         int votes = 0;
-        for (int i = 0; i < part.set.NmrSV(); ++i) {
-            const auto& sv = part.set.GetSV(i);
-            const auto number = static_cast<std::size_t>(int{sv.GetId()});
-            const Track& track = part.tracks[number];
-            if (!track.known || !part.taken[number]) continue;
-            const double moved = (part.computed[number]->range - track.computed) / MSRange + drift;
-            for (int k = 0; k < sv.NmrMeas(); ++k) {
-                const auto& record = sv.GetMeas(k);
-                const std::optional<double> before = PhaseOf(track, record);
-                if (!before || !record.IsValid(GPSMeas::Phase) || record.IsCycleSlip() || record.IsLostLock()) continue;
-                const double ms = (record.GetPhase() - *before) * record.GetFreqy().GetWaveLength() / MSRange - moved;
-                if (std::abs(ms - jump) <= Tolerance) ++votes;
-                if (std::abs(ms) <= Tolerance) --votes;
-            }
-        }
+        ForPhases([&](int i, int k, std::size_t signal) {
+            const std::optional<double> own = PhaseJump(i, k, signal, step.drift);
+            if (!own) return;
+            if (std::abs(*own - step.jump) <= Tolerance) ++votes;
+            if (std::abs(*own) <= Tolerance) --votes;
+        });
         return votes;
     }
 
-    // Replaces the tracks by those of this epoch; before the phases are adjusted.
-    template <typename P>
-    static void Remember(const P& part) {
-        part.tracks = {};
-        for (int i = 0; i < part.set.NmrSV(); ++i) {
-            const auto& sv = part.set.GetSV(i);
-            const auto number = static_cast<std::size_t>(int{sv.GetId()});
-            Track& track = part.tracks[number];
-            if (!part.taken[number]) continue;
-            track.known = true;
-            track.taken = *part.taken[number];
-            track.computed = part.computed[number]->range;
-            for (int k = 0; k < sv.NmrMeas(); ++k) {
-                const auto& record = sv.GetMeas(k);
-                const std::size_t signal = SignalIndex(record);
-                if (record.IsValid(GPSMeas::Phase) && signal < track.phase.size()) {
-                    track.phase[signal] = record.GetPhase();
-                }
-            }
-        }
+    void AdjustPhases(const PhaseStep& step, std::uint32_t doubts) {
+        ForPhases([&](int i, int k, std::size_t signal) {
+            Record record = set_.GetSV(i).GetMeas(k);
+            const std::optional<GivenPhase>& given = tracks_[Number(i)].given[signal];
+            const double taken = CyclesOf(i, k, step.ms);
+            const bool isContinuous = step.isDoubtful
+                                          ? step.seen && given && taken == given->taken + CyclesOf(i, k, *step.seen) &&
+                                                IsNear(PhaseJump(i, k, signal, step.drift), *step.seen)
+                                          : given && taken == given->taken && given->doubts == doubts;
+            const bool isMarked = given && !isContinuous;
+            if (taken == 0.0 && !isMarked) return;
+            record.SetPhase({record.GetPhase() - taken, record.GetPhaseQ().Quality()});
+            if (isMarked) record.SetCycleSlip(Record::Slip);
+            *set_.ChangeSV(i)->ChangeMeas(k) = record;
+        });
     }
 
-    template <typename P>
-    static void AdjustPhases(const P& part, int phase, bool jumped, bool broken) {
-        if (phase == 0 && !jumped && !broken) return;
-        for (int i = 0; i < part.set.NmrSV(); ++i) {
-            const auto* const computed = part.computed[static_cast<std::size_t>(int{part.set.GetSV(i).GetId()})];
-            for (int k = 0; k < part.set.GetSV(i).NmrMeas(); ++k) {
-                auto record = part.set.GetSV(i).GetMeas(k);
-                if (!record.IsValid(GPSMeas::Phase)) continue;
-                const std::optional<double> cycles = CyclesPerMS(record.GetFreqy(), computed);
-                if (cycles) record.SetPhase({record.GetPhase() - phase * *cycles, record.GetPhaseQ().Quality()});
-                if (broken || (jumped && !cycles)) record.SetCycleSlip(decltype(record)::Slip);
-                *part.set.ChangeSV(i)->ChangeMeas(k) = record;
-            }
+    // After the phases have been adjusted; what the epochs go by only of one that counted.
+    void Remember(const PhaseStep& step, std::uint32_t doubts, bool counted) {
+        for (std::size_t number = 0; counted && number < N; ++number) {
+            tracks_[number].taken = taken_[number];
+            tracks_[number].computed = computed_[number].value_or(0.0);
+            tracks_[number].measured = {};
         }
+        ForPhases([&](int i, int k, std::size_t signal) {
+            Track& track = tracks_[Number(i)];
+            const double taken = CyclesOf(i, k, step.ms);
+            track.given[signal] = {taken, doubts};
+            if (counted) track.measured[signal] = set_.GetSV(i).GetMeas(k).GetPhase() + taken;
+        });
     }
-
-    double reference = 0.0;  // difference that the ranges of the group are near after the adjustment, ms
-    double drift = 0.0;      // of the clock offset since the epoch before, ms
 
 private:
-    template <typename Record>
-    static std::size_t SignalIndex(const Record& record) {
-        return static_cast<std::size_t>(record.GetFreqy().GetIdent() - 1);
+    [[nodiscard]] std::size_t Number(int i) const { return static_cast<std::size_t>(int{set_.GetSV(i).GetId()}); }
+
+    // Calls with the satellite's index, the record's index and the signal, 0 to 2, of every phase.
+    template <typename Call>
+    void ForPhases(const Call& call) const {
+        for (int i = 0; i < set_.NmrSV(); ++i) {
+            for (int k = 0; k < set_.GetSV(i).NmrMeas(); ++k) {
+                const Record& record = set_.GetSV(i).GetMeas(k);
+                const auto signal = static_cast<std::size_t>(record.GetFreqy().GetIdent() - 1);
+                if (record.IsValid(GPSMeas::Phase) && signal < 3) call(i, k, signal);
+            }
+        }
     }
-    template <typename Record>
-    static std::optional<double> PhaseOf(const Track& track, const Record& record) {
-        const std::size_t signal = SignalIndex(record);
-        return signal < track.phase.size() ? track.phase[signal] : std::nullopt;
+
+    // The whole ms in a range's distance from the computed one, if it fits.
+    [[nodiscard]] static std::optional<int> WholeMS(double distance, double reference) {
+        const double difference = distance / MSRange;
+        const double ms = difference - reference;
+        if (!(std::abs(difference) < MaxDifference && std::abs(ResidualMS(ms)) <= Tolerance)) return std::nullopt;
+        return ToInt(std::round(ms));
     }
+
+    // Zero for a phase that cannot be adjusted.
+    [[nodiscard]] double CyclesOf(int i, int k, int ms) const {
+        const auto& freqy = set_.GetSV(i).GetMeas(k).GetFreqy();
+        return ms * CyclesPerMS(freqy, tracks_[Number(i)].frequencyChannel).value_or(0.0);
+    }
+
+    // By how many ms an unadjusted phase moved more than range and clock, if it ran on since the epoch before.
+    [[nodiscard]] std::optional<double> PhaseJump(int i, int k, std::size_t signal, double drift) const {
+        const Record& record = set_.GetSV(i).GetMeas(k);
+        const Track& track = tracks_[Number(i)];
+        const std::optional<double> cycles = CyclesPerMS(record.GetFreqy(), track.frequencyChannel);
+        if (!track.taken || !taken_[Number(i)] || !track.measured[signal] || !cycles) return std::nullopt;
+        if (record.IsCycleSlip() || record.IsLostLock()) return std::nullopt;
+        return (record.GetPhase() - *track.measured[signal]) / *cycles -
+               (*computed_[Number(i)] - track.computed) / MSRange - drift;
+    }
+    [[nodiscard]] static bool IsNear(const std::optional<double>& jump, int ms) {
+        return jump && std::abs(*jump - ms) <= Tolerance;
+    }
+
+    Set& set_;
+    std::array<Track, N>& tracks_;
+    std::array<std::optional<int>, N>& taken_;  // ms out of each satellite's first range that fits
+    std::array<std::optional<double>, N> computed_{};
 };
 
 MSAdjust::Report MSAdjust::Adjust(MeasSet& set, std::span<const GPSRange> gps, std::span<const GlonassRange> glonass) {
     Report report;
-    const Epoch::Part gpsPart(set.GetGPS(), gps, gps_, report.gps);
-    const Epoch::Part glonassPart(set.GetGlonass(), glonass, glonass_, report.glonass);
+    Part gpsPart(set.GetGPS(), gps, gps_, report.gps);
+    Part glonassPart(set.GetGlonass(), glonass, glonass_, report.glonass);
+    const auto forBoth = [&](const auto& call) {
+        call(gpsPart);
+        call(glonassPart);
+    };
 
-    Differences differences;
-    Epoch::Collect(gpsPart, differences);
-    Epoch::Collect(glonassPart, differences);
-    const Differences::Group group = differences.FindGroup();
+    MSDifferences differences(Tolerance);
+    forBoth([&](const auto& part) { part.Compare(differences); });
+    const MSDifferences::Group group = differences.FindGroup();
     report.nmrAgree = group.nmr;
-    if (group.nmr < 2) return report;
-    report.adjusted = true;
+    report.adjusted = group.nmr >= 2;
+    report.counted = report.adjusted && 2 * group.nmr > differences.Nmr();
 
-    const double gap = (set.GetGPSTime() - time_).Seconds();
-    report.started = !hasEpoch_ || !(gap >= 0.0 && gap <= MaxGap + GPSTime::Tolerance);
-    const bool broken = report.started && (phase_ != 0 || std::round(offset_) != 0.0);
-    if (report.started) Reset();
-    hasEpoch_ = true;
-    time_ = set.GetGPSTime();
+    PhaseStep step;
+    double offset = 0.0;
+    if (report.adjusted) {
+        const double gap = (set.GetGPSTime() - time_).Seconds();
+        report.started = !hasEpoch_ || !(gap > GPSTime::Tolerance && gap <= MaxGap + GPSTime::Tolerance) ||
+                         !(std::abs(offset_) < MaxDifference);
+        const double before = report.started ? 0.0 : offset_;
+        step.drift = ResidualMS(group.reference + group.mean - before);
+        offset = before + step.drift;
+        report.clockOffset = offset * 1e-3;
+        forBoth([&](auto& part) { part.AdjustRanges(offset - group.mean); });
 
-    Epoch epoch;
-    epoch.drift = Residual(group.reference + group.mean - offset_);
-    offset_ += epoch.drift;
-    epoch.reference = offset_ - group.mean;
-    report.clockOffset = offset_ * 1e-3;
-    epoch.AdjustRanges(gpsPart);
-    epoch.AdjustRanges(glonassPart);
-
-    Tally taken;
-    Tally changes;
-    Epoch::TallyTaken(gpsPart, taken, changes);
-    Epoch::TallyTaken(glonassPart, taken, changes);
-    report.common = taken.Best().ms;
-    const Tally::Value change = changes.Best();
-    if (change.nmr >= 2 && 2 * change.nmr > changes.Nmr()) report.jump = change.ms;
-    if (report.jump != 0) {
-        const int votes = epoch.CountPhaseJumps(gpsPart, report.jump) + epoch.CountPhaseJumps(glonassPart, report.jump);
-        report.phaseJumped = votes > 0;
-        if (report.phaseJumped) phase_ += report.jump;
+        MSTally taken;
+        MSTally changes;
+        forBoth([&](const auto& part) { part.Count(taken, changes); });
+        report.common = taken.Best().ms;
+        step.isDoubtful = report.started;
+        if (!report.started) step.ms = phase_;
+        if (report.counted && !report.started) {
+            const std::optional<int> jump = changes.Majority();
+            step.isDoubtful = jump != 0;
+            step.jump = report.jump = jump.value_or(0);
+        }
+        if (report.jump != 0) {
+            int votes = 0;
+            forBoth([&](const auto& part) { votes += part.CountVotes(step); });
+            report.phaseJumped = votes > 0;
+            // An epoch in between may have shown the phases otherwise.
+            if (votes != 0 && !interrupted_) step.seen = report.phaseJumped ? report.jump : 0;
+            if (report.phaseJumped) step.ms += report.jump;
+            if (std::abs(step.ms) > MaxPhase) step.ms = 0;
+        }
+        report.phase = step.ms;
     }
-    report.phase = phase_;
-    Epoch::Remember(gpsPart);
-    Epoch::Remember(glonassPart);
-    Epoch::AdjustPhases(gpsPart, phase_, report.phaseJumped, broken);
-    Epoch::AdjustPhases(glonassPart, phase_, report.phaseJumped, broken);
+    forBoth([&](auto& part) { part.AdjustPhases(step, doubts_); });
+    if (report.counted) {
+        hasEpoch_ = true;
+        time_ = set.GetGPSTime();
+        offset_ = offset;
+        phase_ = step.ms;
+        if (step.isDoubtful) ++doubts_;
+    }
+    interrupted_ = !report.counted;
+    forBoth([&](auto& part) { part.Remember(step, doubts_, report.counted); });
     for (std::optional<int>& own : report.gps) {
         if (own) *own -= report.common;
     }

@@ -51,14 +51,14 @@ public:
         return (GetKinds(signal) & kinds) == kinds;
     }
 
-    // Clears from the records what is not in use, and removes those that have none of the five kinds left. Satellites
-    // stay, without records too, for their directions are still worth showing; lock times, slips and warnings stay with
-    // their records. A set from which nothing is to go keeps sharing its body.
+    // Clears from the records what is not in use, and removes those that have none of the five kinds left, so that
+    // HasMeas and the data age no longer count them. Satellites stay, without records too, for their directions are
+    // still worth showing; lock times, slips and warnings stay with their records. A set from which nothing is to go
+    // keeps sharing its body.
     void Apply(MeasSet& set) const;
 
     // "GPS CA NRPDS, L1 RP, L2 -; GLONASS CA NRPDS, L1 -, L2 -": N is SNR, R range, P phase, D Doppler, S smoothed
-    // range,
-    // - none of them.
+    // range, - none of them.
     [[nodiscard]] Corvane::String Print() const;
     // Reads that. The letters stand in any order; systems and signals may be left out, which leaves nothing in use on
     // them; the empty text is Nothing(). Blanks may surround the words. False, with nothing changed, for anything else:

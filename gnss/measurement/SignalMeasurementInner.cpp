@@ -34,14 +34,16 @@ int SignalMeasurement<System>::Inner::FindSV(const Id& id) const {
 
 template <typename System>
 int SignalMeasurement<System>::Inner::FindOnChannel(const Id& id, int channel) const {
-    const auto found =
-        std::find_if(svs_.begin(), svs_.end(), [&](const SV& sv) { return sv.id_ == id && sv.channel_ == channel; });
-    return found == svs_.end() ? -1 : static_cast<int>(found - svs_.begin());
+    SV sought(id);
+    sought.channel_ = channel;
+    return FindSame(sought);
 }
 
 template <typename System>
-int SignalMeasurement<System>::Inner::FindSame(const SV& sv) const {
-    return sv.channel_ ? FindOnChannel(sv.id_, *sv.channel_) : FindSV(sv.id_);
+int SignalMeasurement<System>::Inner::FindSame(const SV& sought) const {
+    const auto found = std::find_if(
+        svs_.begin(), svs_.end(), [&](const SV& sv) { return sv.id_ == sought.id_ && sv.channel_ == sought.channel_; });
+    return found == svs_.end() ? -1 : static_cast<int>(found - svs_.begin());
 }
 
 template <typename System>
@@ -51,6 +53,12 @@ int SignalMeasurement<System>::Inner::ObtainSV(const SV& sv) {
     if (found >= 0 || !known || NmrSV() >= MaxSV) return found;
     svs_.push_back(sv);
     return NmrSV() - 1;
+}
+
+template <typename System>
+int SignalMeasurement<System>::Inner::AddSV(const Id& id) {
+    const int index = FindSV(id);
+    return index >= 0 ? index : ObtainSV(SV(id));
 }
 
 template <typename System>

@@ -48,7 +48,8 @@ void SignalMeasurement<System>::SV::RemoveMeas(int index) {
 }
 
 template <typename System>
-bool SignalMeasurement<System>::SV::CalcIonoDelay(QValue& delay, bool smoothed, bool useCA) const {
+bool SignalMeasurement<System>::SV::CalcIonoDelay([[maybe_unused]] QValue& delay, [[maybe_unused]] bool smoothed,
+                                                  [[maybe_unused]] bool useCA) const {
     if constexpr (Rules::HasIonoDelay) {
         const int index1 = FindFreqy(useCA ? Freqy::CA : Freqy::L1);
         const int index2 = FindFreqy(Freqy::L2);
@@ -63,9 +64,6 @@ bool SignalMeasurement<System>::SV::CalcIonoDelay(QValue& delay, bool smoothed, 
         delay = p1.Add(-ionoFree);
         return true;
     } else {
-        static_cast<void>(delay);
-        static_cast<void>(smoothed);
-        static_cast<void>(useCA);
         return false;
     }
 }

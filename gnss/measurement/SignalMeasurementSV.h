@@ -22,6 +22,8 @@ public:
     SV() = default;
     explicit SV(const Id& id) : id_(id) {}
     SV(const Id& id, Corvane::Angle azi, Corvane::Angle elev) : id_(id) { SetInfo(azi, elev); }
+    // On a receiver channel.
+    SV(const Id& id, int channel) requires(Rules::HasReceiverChannel) : id_(id), channel_(channel) {}
 
     [[nodiscard]] Id GetId() const { return id_; }
 
@@ -40,10 +42,10 @@ public:
     [[nodiscard]] Corvane::Angle GetElev() const { return elev_; }
 
     // Number of the receiver's channel that tracks the satellite, not its frequency channel; 0 when there is none.
-    void SetChannel(int channel) requires(Rules::HasReceiverChannel) { channel_ = channel; }
     [[nodiscard]] bool HasChannel() const requires(Rules::HasReceiverChannel) { return channel_.has_value(); }
     [[nodiscard]] int GetChannel() const requires(Rules::HasReceiverChannel) { return channel_.value_or(0); }
 
+    // The number of records: a satellite counts as measured wherever it has one, whatever is valid in it.
     [[nodiscard]] int NmrMeas() const { return static_cast<int>(records_.size()); }
     // The record at an index; one with nothing measured outside the list.
     [[nodiscard]] const Record& GetMeas(int index) const;

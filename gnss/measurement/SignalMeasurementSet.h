@@ -6,9 +6,9 @@
 
 namespace GNSS {
 
-// A handle on an Inner with the same operations; see there. Copying shares the body; what changes a set takes a private
-// copy first when the body is shared, so that the other handles keep what they had. Distinct handles may be used by
-// distinct threads at once, one handle by one at a time.
+// A handle on an Inner with the same operations; see there. A set is copy-on-write: copying it shares the body, and
+// what changes it, ChangeSV included, takes a private copy first when the body is shared. So no handle ever sees what
+// is done through another. Distinct handles may be used by distinct threads at once, one handle by one at a time.
 //
 // References and pointers into a set are good until it is next changed, assigned or destroyed.
 template <typename System>

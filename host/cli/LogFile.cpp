@@ -17,14 +17,17 @@ namespace Host {
 namespace {
 
 bool ReadText(std::string_view text, LogReader& reader) {
-    if (!reader.Begin(DetectFormat(text.substr(0, DetectionSize)))) return false;
+    const DetectedFormat detected = DetectFormat(text.substr(0, DetectionSize));
+    if (detected.format == StreamFormat::RinexNavigation) return reader.TakeNavigation(text);
+    if (!reader.Begin(detected, text.empty())) return false;
     constexpr std::size_t Piece = std::size_t{64} * 1024;
     Progress progress("bytes", static_cast<std::int64_t>(text.size()));
     for (std::size_t at = 0; at < text.size(); at += Piece) {
         reader.Feed(text.substr(at, Piece));
         progress.SetDone(static_cast<std::int64_t>(at));
     }
-    return reader.End();
+    reader.End();
+    return true;
 }
 
 // The next bytes of standard input; false with a line on standard error when it cannot be read.
@@ -43,36 +46,42 @@ bool ReadPiece(std::string& piece) {
     return true;
 }
 
+bool ReadWhole(const std::string& input, LogReader& reader) {
+    if (!IsGzip(input)) return ReadText(input, reader);
+    const Inflated content = Inflate(input, FileText::MaxInflated);
+    if (content.state != Inflated::State::Whole && content.state != Inflated::State::Cut)
+        return Complain("standard input: its compressed data are damaged or too large"), false;
+    if (content.state == Inflated::State::Cut) Complain("standard input: its compressed data end early");
+    return ReadText({content.bytes.get(), content.size}, reader);
+}
+
+// What gzip has compressed and the text of a file are read to their end first, everything else comes as it is read.
 bool ReadStandardInput(LogReader& reader) {
     constexpr std::int64_t Enough = 3;  // messages to know a protocol by
     std::string beginning;
     std::string piece;
     std::size_t nextLook = 1024;
-    for (bool isPacked = false;;) {
+    for (bool isFile = false;;) {
         if (!ReadPiece(piece)) return false;
         beginning += piece;
-        isPacked = isPacked || IsGzip(beginning);
-        if (isPacked) {
-            if (beginning.size() > FileText::MaxInflated) return Complain("standard input: too large"), false;
-            if (!piece.empty()) continue;
-            const Inflated content = Inflate(beginning, FileText::MaxInflated);
-            if (content.state != Inflated::State::Whole && content.state != Inflated::State::Cut)
-                return Complain("standard input: its compressed data are damaged or too large"), false;
-            if (content.state == Inflated::State::Cut) Complain("standard input: its compressed data end early");
-            return ReadText({content.bytes.get(), content.size}, reader);
-        }
+        isFile = isFile || IsGzip(beginning);
+        if (isFile && piece.empty()) return ReadWhole(beginning, reader);
+        if (isFile && beginning.size() > FileText::MaxInflated) return Complain("standard input: too large"), false;
         const bool isAll = piece.empty() || beginning.size() >= DetectionSize;
-        if (!isAll && beginning.size() < nextLook) continue;
+        if (isFile || (!isAll && beginning.size() < nextLook)) continue;
         nextLook = 2 * beginning.size();
         const DetectedFormat detected = DetectFormat(beginning);
-        if (!isAll && detected.messages < Enough) continue;
-        if (!reader.Begin(detected)) return false;
+        isFile = detected.format == StreamFormat::RinexNavigation;
+        if (isFile && piece.empty()) return ReadWhole(beginning, reader);
+        if (isFile || (!isAll && detected.messages < Enough)) continue;
+        if (!reader.Begin(detected, beginning.empty())) return false;
         break;
     }
     for (reader.Feed(beginning); !piece.empty(); reader.Feed(piece)) {
         if (!ReadPiece(piece)) return false;
     }
-    return reader.End();
+    reader.End();
+    return true;
 }
 
 }  // namespace
@@ -95,9 +104,11 @@ bool IsReadOnce(const std::vector<std::string>& paths) {
     return false;
 }
 
-std::string DescribeNoStream(const std::string& file, StreamFormat format) {
-    if (format == StreamFormat::Unknown) return file + ": no messages of UBX, NovAtel OEM or RTCM 3 in its beginning";
-    return fmt::format("{}: {} file, not the bytes of a receiver", file, Name(format));
+std::string DescribeUnread(StreamFormat format, bool isEmpty, std::string_view command) {
+    if (isEmpty) return ": is empty";
+    if (format == StreamFormat::Unknown) return ": no messages of UBX, NovAtel OEM or RTCM 3 in its beginning";
+    if (format == StreamFormat::Sp3) return ": an SP3 file; gnss compare reads it";
+    return fmt::format(": a {} file, which gnss {} does not read", Name(format), command);
 }
 
 }  // namespace Host

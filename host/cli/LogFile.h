@@ -12,7 +12,7 @@ namespace Host {
 // Standard input among the files of a command line.
 inline constexpr const char* StandardInput = "-";
 
-// Who reads a log. What stops it says the reason on standard error.
+// Who reads a log.
 class LogReader {
 public:
     LogReader() = default;
@@ -20,21 +20,25 @@ public:
     LogReader& operator=(const LogReader&) = delete;
     virtual ~LogReader() = default;
 
-    // The format that the beginning of the bytes is in, which come next; false when it cannot be read.
-    [[nodiscard]] virtual bool Begin(const DetectedFormat& detected) = 0;
+    // Takes the format found in the beginning of a stream's bytes, which come next, and then their end. False, with the
+    // reason on standard error, when it is none that comes as a stream.
+    [[nodiscard]] virtual bool Begin(const DetectedFormat& detected, bool isEmpty) = 0;
     virtual void Feed(std::string_view bytes) = 0;
-    // After the last bytes; false when they make nothing.
-    [[nodiscard]] virtual bool End() = 0;
+    virtual void End() = 0;
+    // Takes the whole text of a RINEX navigation file instead. False, with the reason on standard error, when it cannot
+    // be read.
+    [[nodiscard]] virtual bool TakeNavigation(std::string_view text) = 0;
 };
 
-// Reads a log from its beginning to its end. What gzip has compressed is inflated as a whole, everything else comes as
-// it is read. False, with the reason on standard error, when it cannot be opened or read, or the reader stops.
+// Reads a log from its beginning to its end. What gzip has compressed and the text of a file are read to their end
+// first, everything else comes as it is read. False, with the reason on standard error, when it cannot be opened or
+// read, or the reader does not take it.
 [[nodiscard]] bool ReadLog(const std::string& path, LogReader& reader);
 
 // Whether standard input is among the files at most once; otherwise there is a line on standard error.
 [[nodiscard]] bool IsReadOnce(const std::vector<std::string>& paths);
 
-// "log.gps: no messages of UBX, NovAtel OEM or RTCM 3 in its beginning", or what else the file is instead.
-[[nodiscard]] std::string DescribeNoStream(const std::string& file, StreamFormat format);
+// Why a command does not read a file, to stand behind the file's name: ": is empty".
+[[nodiscard]] std::string DescribeUnread(StreamFormat format, bool isEmpty, std::string_view command);
 
 }  // namespace Host

@@ -74,61 +74,52 @@ public:
     Log(std::string file, const std::optional<GPSTime>& date, bool allWarnings, StoreTree& tree)
         : file_(std::move(file)), date_(date), allWarnings_(allWarnings), feed_(tree, leaps_) {}
 
-    [[nodiscard]] bool Begin(const DetectedFormat& detected) override {
+    [[nodiscard]] bool Begin(const DetectedFormat& detected, bool isEmpty) override {
         decoder_ = MakeDecoder(detected.format, feed_);
-        if (decoder_ && date_) decoder_->SetApproximateTime(*date_);
-        if (decoder_ || detected.format == StreamFormat::RinexNavigation) return true;
-        Complain(DescribeNoStream(file_, detected.format));
-        return false;
-    }
-    void Feed(std::string_view bytes) override {
-        if (decoder_) {
-            decoder_->Feed(bytes);
-        } else {
-            text_ += bytes;
-        }
-    }
-    [[nodiscard]] bool End() override {
-        if (!decoder_ && !Play()) return false;
-        if (decoder_) {
-            decoder_->Finish();
-            // A stream that has told no time is dated as a whole.
-            const RecordMaker& maker = feed_.Maker();
-            if (!maker.GetClock().GetTime() && date_ && maker.GetNmrWaiting() > 0) feed_.OnTime(*date_);
-            if (!maker.GetClock().GetTime())
-                Complain(file_ + ": tells no time by which it could be dated; --date helps where it tells a part");
-        }
-        feed_.Finish();
+        if (!decoder_) return Complain(file_ + DescribeUnread(detected.format, isEmpty, "store")), false;
+        if (date_) decoder_->SetApproximateTime(*date_);
         return true;
     }
-
-private:
-    [[nodiscard]] bool Play() {
+    void Feed(std::string_view bytes) override { decoder_->Feed(bytes); }
+    void End() override {
+        decoder_->Finish();
+        // A stream that has told no time is dated as a whole.
+        const RecordMaker& maker = feed_.Maker();
+        if (!maker.GetClock().GetTime() && date_ && maker.GetNmrWaiting() > 0) feed_.OnTime(*date_);
+        if (!maker.GetClock().GetTime())
+            Complain(file_ + ": tells no time by which it could be dated; --date helps where it tells a part");
+        feed_.Finish();
+    }
+    [[nodiscard]] bool TakeNavigation(std::string_view text) override {
         RinexNavigation navigation;
         FileError error;
-        const bool isRead = navigation.Parse(text_, file_, error);
+        const bool isRead = navigation.Parse(text, file_, error);
         Complain(navigation.warnings, allWarnings_);
         if (!isRead) return Complain(error.Print()), false;
         if (navigation.gps.empty() && navigation.glonass.empty())
             return Complain(file_ + ": holds no GPS or GLONASS records"), false;
         feed_.Play(navigation, file_);
+        feed_.Finish();
         return true;
     }
 
+private:
     std::string file_;
     const std::optional<GPSTime>& date_;
     bool allWarnings_;
     LeapRule leaps_;  // each log has its own
     StoreFeed feed_;
-    std::unique_ptr<StreamDecoder> decoder_;  // none for a navigation file
-    std::string text_;                        // of a navigation file
+    std::unique_ptr<StreamDecoder> decoder_;
 };
 
 // Writes each published change in its row.
 void WatchChanges(StoreWatch& watch, const StoreTree& tree, Form form, Sink& sink) {
-    const auto table = std::make_shared<RowTable>(
-        "change", nullptr, form,
-        std::vector<Column>{{"time", "GPST", 23}, {"change", "", 18}, {"sat", "", 3}, {"detail", "", 24}}, sink);
+    const auto table = std::make_shared<RowTable>("change", nullptr, form,
+                                                  std::vector<Column>{{"time", "GPST", 23, 0, true},
+                                                                      {"change", "", 18, 0, true},
+                                                                      {"sat", "", 3, 0, true},
+                                                                      {"detail", "", 24, 0, true}},
+                                                  sink);
     watch.SetTake([table, &tree](const StoreChange& change) {
         const std::string time = tree.GetTime() ? PrintTime(*tree.GetTime()) : "";
         const auto text = [](const std::string& of) { return of.empty() ? Cell() : Cell(std::string_view(of)); };

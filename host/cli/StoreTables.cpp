@@ -53,10 +53,10 @@ private:
 
 void WriteAlmanacs(const Almanac& almanac, Form form, Sink& sink) {
     RowTable gps("GPS almanac", nullptr, form,
-                 {{"GPS almanac", "", 11},
+                 {{"GPS almanac", "", 11, 0, true},
                   {"health", "", 6},
-                  {"time", "GPST", TimeWidth},
-                  {"toa", "GPST", TimeWidth},
+                  {"time", "GPST", TimeWidth, 0, true},
+                  {"toa", "GPST", TimeWidth, 0, true},
                   {"e", "", 10, 7},
                   {"i", "deg", 9, 4},
                   {"sqrtA", "m^0.5", 10, 4},
@@ -70,10 +70,10 @@ void WriteAlmanacs(const Almanac& almanac, Form form, Sink& sink) {
         row.Add(sv.af0 * 1e6).Add(sv.af1 * 1e9);
     }
     RowTable glonass("GLONASS almanac", nullptr, form,
-                     {{"GLONASS almanac", "", 15},
+                     {{"GLONASS almanac", "", 15, 0, true},
                       {"channel", "", 7},
                       {"health", "", 6},
-                      {"time", "GPST", TimeWidth},
+                      {"time", "GPST", TimeWidth, 0, true},
                       {"day", "", 5},
                       {"t lambda", "s", 10, 2},
                       {"lambda", "deg", 10, 4},
@@ -128,7 +128,7 @@ void WriteEphemerides(const StoreWatch::Held<System>& held, const std::optional<
 void WriteParameters(const Almanac& almanac, Form form, Sink& sink) {
     constexpr int Digits = -6;
     RowTable iono("ionosphere", nullptr, form,
-                  {{"ionosphere", "GPST", TimeWidth},
+                  {{"ionosphere", "GPST", TimeWidth, 0, true},
                    {"alpha0", "s", 13, Digits},
                    {"alpha1", "s/sc", 13, Digits},
                    {"alpha2", "s/sc2", 13, Digits},
@@ -145,8 +145,8 @@ void WriteParameters(const Almanac& almanac, Form form, Sink& sink) {
         row.Add(record.beta0).Add(record.beta1).Add(record.beta2).Add(record.beta3);
     }
     RowTable table("UTC", nullptr, form,
-                   {{"UTC", "GPST", TimeWidth},
-                    {"reference", "GPST", TimeWidth},
+                   {{"UTC", "GPST", TimeWidth, 0, true},
+                    {"reference", "GPST", TimeWidth, 0, true},
                     {"A0", "ns", 10, 4},
                     {"A1", "ns/d", 10, 4},
                     {"leap", "s", 4},
@@ -187,10 +187,10 @@ void WriteStores(const StoreWatch& watch, const std::optional<GPSTime>& now, For
     if (almanac) WriteAlmanacs(*almanac, form, sink);
     {
         RowTable table("ephemeris", nullptr, form,
-                       {{"ephemeris", "", 9},
+                       {{"ephemeris", "", 9, 0, true},
                         {"issue", "", 5},
-                        {"reference", "GPST", TimeWidth},
-                        {"toe or tb", "GPST", TimeWidth},
+                        {"reference", "GPST", TimeWidth, 0, true},
+                        {"toe or tb", "GPST", TimeWidth, 0, true},
                         {"age", "s", 9, 1},
                         {"health", "", 6},
                         {"healthy", "", 7},
@@ -201,13 +201,15 @@ void WriteStores(const StoreWatch& watch, const std::optional<GPSTime>& now, For
     }
     if (almanac) WriteParameters(*almanac, form, sink);
     {
-        RowTable table("data age", nullptr, form, {{"data age", "", 8}, {"current", "", 7}, {"previous", "", 8}}, sink);
+        RowTable table("data age", nullptr, form,
+                       {{"data age", "", 8, 0, true}, {"current", "", 7}, {"previous", "", 8}}, sink);
         WriteAges(watch.GPS().ages, table);
         WriteAges(watch.Glonass().ages, table);
     }
     RowTable table(
         "health", nullptr, form,
-        {{"health", "", 6}, {"enabled", "", 7}, {"ephemeris", "", 9}, {"almanac", "", 7}, {"healthy", "", 7}}, sink);
+        {{"health", "", 6, 0, true}, {"enabled", "", 7}, {"ephemeris", "", 9}, {"almanac", "", 7}, {"healthy", "", 7}},
+        sink);
     const GNSS::SVHealth::Set& health = watch.GetHealth();
     for (int i = 0; i < health.NmrSV(); ++i) WriteHealth(health.GetSV(i), health.GetSV(i).GetPRN(), table);
     for (int i = 0; i < health.NmrSlot(); ++i) WriteHealth(health.GetSlot(i), health.GetSlot(i).GetSlot(), table);

@@ -1,6 +1,7 @@
 #include "host/cli/StreamContents.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace Host {
 
@@ -29,10 +30,16 @@ void StreamContents::Span::Extend(const GPSTime& time) {
     last = std::max(last.value_or(time), time);
 }
 
-void StreamContents::OnTime(const GPSTime& time) {
+void StreamContents::TakeTime(const GPSTime& time) {
     told_.Extend(time);
     // Before what is dated by it.
     leaps_.SetFor(time, maker_.GetClock().GetLeapSeconds(time));
+}
+
+void StreamContents::OnTime(const GPSTime& time) {
+    const auto& before = maker_.GetClock().GetTime();
+    if (before && !jump_ && std::abs((time - *before).Seconds()) > GPSTime::SecsInDay) jump_ = {*before, time};
+    TakeTime(time);
     maker_.OnTime(time);
 }
 

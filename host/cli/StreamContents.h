@@ -40,6 +40,8 @@ public:
     StreamContents(LeapRule& leaps, TakeRecord take) : leaps_(leaps), take_(std::move(take)), maker_(*this) {}
 
     void OnTime(const GNSS::GPSTime& time) override;
+    // The same for the time of a record that comes from elsewhere; it makes nothing.
+    void TakeTime(const GNSS::GPSTime& time);
     void OnLeapSeconds(int seconds) override { maker_.OnLeapSeconds(seconds); }
     void OnSubframe(const GPSSubframe& subframe) override;
     void OnString(const GlonassString& string) override;
@@ -69,6 +71,8 @@ public:
     [[nodiscard]] const std::optional<GNSS::GPSTime>& GetLast() const {
         return (nmrEpochs_ > 0 ? epochs_ : told_).last;
     }
+    // The first step of more than a day between two times that the stream told.
+    [[nodiscard]] const std::optional<std::pair<GNSS::GPSTime, GNSS::GPSTime>>& GetJump() const { return jump_; }
     [[nodiscard]] RecordMaker& Maker() { return maker_; }
     [[nodiscard]] const RecordMaker& Maker() const { return maker_; }
 
@@ -94,6 +98,7 @@ private:
     std::int64_t nmrEpochs_ = 0;
     Span told_;
     Span epochs_;
+    std::optional<std::pair<GNSS::GPSTime, GNSS::GPSTime>> jump_;
 };
 
 }  // namespace Host

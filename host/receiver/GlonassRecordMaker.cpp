@@ -6,12 +6,11 @@
 #include "gnss/almanac/AlmanacGlonassSV.h"
 #include "gnss/platform/Number.h"
 #include "host/receiver/GlonassHamming.h"
-#include "host/receiver/LeapSeconds.h"
+#include "host/receiver/GlonassWords.h"
 
 namespace Host {
 
 using Corvane::Date;
-using Corvane::Time;
 using GNSS::Almanac;
 using GNSS::GloTime;
 using GNSS::GPSTime;
@@ -53,14 +52,27 @@ bool IsDay(int day) {
     return day >= 1 && day <= GloTime::DaysInInterval;
 }
 
-// Where a record says its day within the four-year interval and which interval that is, tb in GPS time.
-std::optional<GPSTime> FullTb(const GlonassDecodedEphemeride& record) {
-    if (record.reference) return record.reference;
+// The days from one day of the interval to another, the shorter way round.
+int DaysTo(int day, int from) {
+    constexpr int Half = GloTime::DaysInInterval / 2;
+    const int ahead = day - from;
+    return ahead > Half ? ahead - GloTime::DaysInInterval : (ahead < -Half ? ahead + GloTime::DaysInInterval : ahead);
+}
+
+// The Moscow time of a frame whose record says its day within the four-year interval and which interval that is.
+std::optional<double> FullFrame(const GlonassDecodedEphemeride& record) {
     const Ephemeride::Posn& posn = record.ephemeride.posn;
     if (!record.fourYears || *record.fourYears < 1 || !IsDay(posn.day)) return std::nullopt;
     const Date day = Date(1996 + 4 * (*record.fourYears - 1), 1, 1) + (posn.day - 1);
-    const GPSTime utc = GPSTime(0, (day - GPSTime::Start) * SecondsOfDay) + (Time(posn.tb) - Time::Hour * 3.0);
-    return utc + Time(GPSMinusUTC(utc.GetDate()));
+    return (day - GPSTime::Start) * SecondsOfDay + posn.frameTime;
+}
+
+// Completes what follows from tb, a Moscow time, and from the words of the message. What is sent is the day of the
+// frame; tb may lie in the next, or in the one before.
+void CompleteWords(double tb, Ephemeride& ephemeride) {
+    ephemeride.posn.day = DayOf(tb);
+    const auto index = static_cast<std::size_t>(ephemeride.m.accuracyIndex);
+    if (ephemeride.m.isM && index < GlonassAccuracyMetres.size()) ephemeride.accuracy = GlonassAccuracyMetres[index];
 }
 
 }  // namespace
@@ -100,12 +112,16 @@ void GlonassRecordMaker::MakeEphemeride(Channel& channel, const GlonassString& s
     const ICDGlonass::String& string4 = channel.icd[NumberOf(frame) - 1][3];
     const int own = static_cast<int>(string4.GetUnsigned(11, 5));
     const bool isOther = ephemeride.m.isM && own != 0 && own != string.slot;
-    if (isOther || ephemeride.posn.frameTime != std::fmod(start, SecondsOfDay) || !IsDay(ephemeride.posn.day) ||
+    const bool isOtherDay = ephemeride.posn.day != 0 && ephemeride.posn.day != DayOf(start);
+    if (isOther || isOtherDay || ephemeride.posn.frameTime != std::fmod(start, SecondsOfDay) ||
         ephemeride.posn.tb >= SecondsOfDay) {
         ++nmrRefused_;
         return;
     }
     channel.lastMade = frame;
+    // The library leaves F_T alone.
+    if (ephemeride.m.isM) ephemeride.m.accuracyIndex = static_cast<int>(string4.GetUnsigned(30, 4));
+    CompleteWords(Nearest(ephemeride.posn.tb, start), ephemeride);
     ephemeride.reference = clock_.FromMoscow(start);
     sink_.OnRecord(ephemeride, string.channel);
 }
@@ -137,31 +153,36 @@ void GlonassRecordMaker::MakeAlmanac(const Channel& channel, std::int64_t frame,
 
 void GlonassRecordMaker::Add(const GlonassDecodedEphemeride& record) {
     if (record.ephemeride.slot.IsNull()) return;
-    if (clock_.GetTime()) return Complete(record, *clock_.GetTime());
-    if (const auto tb = FullTb(record)) return Complete(record, *tb);
-    decoded_.Put(record.ephemeride.slot, record);
+    if (clock_.GetTime() || record.reference || FullFrame(record)) {
+        Complete(record);
+    } else {
+        decoded_.Put(record.ephemeride.slot, record);
+    }
 }
 
 void GlonassRecordMaker::CompleteWaiting() {
-    decoded_.Release([this](const GlonassDecodedEphemeride& record) { Complete(record, *clock_.GetTime()); });
+    decoded_.Release([this](const GlonassDecodedEphemeride& record) { Complete(record); });
 }
 
-void GlonassRecordMaker::Complete(const GlonassDecodedEphemeride& record, const GPSTime& near) {
+void GlonassRecordMaker::Complete(const GlonassDecodedEphemeride& record) {
     Ephemeride ephemeride = record.ephemeride;
-    const double frame = Nearest(ephemeride.posn.frameTime, clock_.ToMoscow(near));
-    double tb = Nearest(ephemeride.posn.tb, frame);
-    if (const auto full = FullTb(record)) {
-        tb = clock_.ToMoscow(*full);
-    } else if (IsDay(ephemeride.posn.day)) {
-        // The day in the interval that brings it nearest.
-        constexpr int Half = GloTime::DaysInInterval / 2;
-        int ahead = ephemeride.posn.day - DayOf(tb);
-        if (ahead > Half) ahead -= GloTime::DaysInInterval;
-        if (ahead < -Half) ahead += GloTime::DaysInInterval;
-        tb += ahead * SecondsOfDay;
+    const Ephemeride::Posn& posn = ephemeride.posn;
+    double frame = 0.0;
+    double tb = 0.0;
+    if (record.reference) {
+        tb = Nearest(posn.tb, clock_.ToMoscow(*record.reference));
+        frame = Nearest(posn.frameTime, tb);
+    } else {
+        if (const auto full = FullFrame(record)) {
+            frame = *full;
+        } else {
+            frame = Nearest(posn.frameTime, clock_.ToMoscow(*clock_.GetTime()));
+            if (IsDay(posn.day)) frame += DaysTo(posn.day, DayOf(frame)) * SecondsOfDay;
+        }
+        tb = Nearest(posn.tb, frame);
     }
-    if (!IsDay(ephemeride.posn.day)) ephemeride.posn.day = DayOf(tb);
-    ephemeride.reference = clock_.FromMoscow(std::abs(frame - tb) <= SecondsOfDay ? frame : tb);
+    CompleteWords(tb, ephemeride);
+    ephemeride.reference = clock_.FromMoscow(frame);
     sink_.OnRecord(ephemeride, record.channel);
 }
 

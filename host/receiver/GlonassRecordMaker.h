@@ -17,8 +17,8 @@ namespace Host {
 // Frames follow each other every 30 s and superframes every 150 s from midnight of GLONASS time, a string every 2 s
 // within the frame. A string belongs to the frame that the stream's time says, when it arrives within 15 s of its own
 // end; where the source tells the frame's number, within 75 s. An ephemeride is made only of strings 1 to 4 of one
-// frame that begins when its own t_k says, an almanac only of two successive strings of a frame with that frame's
-// string 5.
+// frame that begins when its own t_k and N_T say, an almanac only of two successive strings of a frame with that
+// frame's string 5.
 class GlonassRecordMaker {
 public:
     GlonassRecordMaker(const StreamClock& clock, RecordSink& sink) : clock_(clock), sink_(sink) {}
@@ -46,7 +46,7 @@ private:
 
     void MakeEphemeride(Channel& channel, const GlonassString& string, std::int64_t frame);
     void MakeAlmanac(const Channel& channel, std::int64_t frame, int odd);
-    void Complete(const GlonassDecodedEphemeride& record, const GNSS::GPSTime& near);
+    void Complete(const GlonassDecodedEphemeride& record);
 
     const StreamClock& clock_;
     RecordSink& sink_;

@@ -113,12 +113,10 @@ StreamDecoder::Frame OemDecoder::Inspect(std::string_view bytes) const {
     return frame;
 }
 
-// Nothing is told twice, and a satellite's time, which lags, never takes the stream's back.
-void OemDecoder::TellTime() {
-    if (!time_ || time_ == toldTime_) return;
-    if (isSatelliteTime_ && toldTime_ && *time_ < *toldTime_) return;
-    toldTime_ = time_;
-    Sink().OnTime(*time_);
+// A satellite's time, which lags, never takes the stream's back.
+void OemDecoder::TellMessageTime() {
+    if (!time_ || (isSatelliteTime_ && GetToldTime() && *time_ < *GetToldTime())) return;
+    TellTime(*time_);
 }
 
 bool OemDecoder::Decode(std::uint32_t kind, std::string_view message) {
@@ -138,7 +136,7 @@ bool OemDecoder::DecodeBody(std::uint32_t kind, std::string_view body) {
     // What can be read is told, after the time.
     const auto tell = [this](const auto& read, const auto& call) {
         if (!read) return false;
-        TellTime();
+        TellMessageTime();
         call(*read);
         return true;
     };
@@ -171,7 +169,7 @@ bool OemDecoder::DecodeBody(std::uint32_t kind, std::string_view body) {
             const GPSTime time = time_.value_or(GPSTime::Zero);
             GNSS::MeasSet set{GNSS::GPSMeas::Set(time), GNSS::Glonass::Measurement::Set(time)};
             if (!(kind == Oem::Range ? Oem::ReadRange(body, set) : Oem::ReadRangeCmp(body, set))) return false;
-            TellTime();
+            TellMessageTime();
             if (time_) Sink().OnMeasurements(set);
             return true;
         }
@@ -181,7 +179,7 @@ bool OemDecoder::DecodeBody(std::uint32_t kind, std::string_view body) {
             return tell(fix, [this](const ReceiverFix& read) { Sink().OnFix(read); });
         }
         default:
-            TellTime();
+            TellMessageTime();
             return true;
     }
 }
@@ -189,7 +187,7 @@ bool OemDecoder::DecodeBody(std::uint32_t kind, std::string_view body) {
 bool OemDecoder::DecodeAlmanac(std::string_view body) {
     Oem::RawAlmanac almanac;
     if (!almanac.Open(body)) return false;
-    TellTime();
+    TellMessageTime();
     // The message's own time dates its pages; that of applicability may lie days ahead.
     const double seconds = time_ ? time_->GetSeconds() : almanac.GetReferenceSeconds();
     for (std::size_t i = 0; i < almanac.GetNmrPages(); ++i) {

@@ -49,13 +49,11 @@ protected:
 private:
     [[nodiscard]] bool DecodeBody(std::uint32_t kind, std::string_view body);
     [[nodiscard]] bool DecodeAlmanac(std::string_view body);
-    void TellTime();
+    void TellMessageTime();
 
     // Of the message at hand.
     std::optional<GNSS::GPSTime> time_;
     bool isSatelliteTime_ = false;
-    // Last told.
-    std::optional<GNSS::GPSTime> toldTime_;
 };
 
 }  // namespace Host

@@ -14,8 +14,6 @@ using GNSS::GPSFreqy;
 
 namespace {
 
-constexpr unsigned SlotOffset = 37;  // satellite numbers 38 to 61 are slots
-
 double GetFloat(const LittleEndian& in, std::size_t at) {
     return static_cast<double>(in.Get<float>(at));
 }
@@ -44,7 +42,7 @@ private:
 // One signal of one satellite, as both messages tell it.
 struct Observation {
     Status status{0};
-    unsigned satellite = 0;
+    int satellite = 0;
     QValue range;           // m
     QValue adr;             // accumulated Doppler range, cycles: falls as the range grows
     bool isRolled = false;  // the adr is modulo Rollover
@@ -100,20 +98,18 @@ bool Add(const Observation& observation, GNSS::MeasSet& set) {
         if (!std::isfinite(number)) return false;
     }
     const std::uint32_t signal = observation.status.GetSignal();
-    const unsigned satellite = observation.satellite;
+    const int satellite = observation.satellite;
     switch (observation.status.GetSystem()) {
         case Status::GPS:
             if (satellite < 1 || satellite > GNSS::PRN::Max) return true;
             // L1 C/A; L2 P, as it is or without its code; L2C.
-            if (signal == 0) Add(observation, static_cast<int>(satellite), GPSFreqy::CA, true, set.GetGPS());
-            if (signal == 5 || signal == 9) {
-                Add(observation, static_cast<int>(satellite), GPSFreqy::L2, true, set.GetGPS());
-            }
-            if (signal == 17) Add(observation, static_cast<int>(satellite), GPSFreqy::L2, false, set.GetGPS());
+            if (signal == 0) Add(observation, satellite, GPSFreqy::CA, true, set.GetGPS());
+            if (signal == 5 || signal == 9) Add(observation, satellite, GPSFreqy::L2, true, set.GetGPS());
+            if (signal == 17) Add(observation, satellite, GPSFreqy::L2, false, set.GetGPS());
             return true;
         case Status::Glonass: {
             if (satellite <= SlotOffset || satellite > SlotOffset + GNSS::Glonass::Slot::Max) return true;
-            const int slot = static_cast<int>(satellite - SlotOffset);
+            const int slot = satellite - SlotOffset;
             // L1 C/A, L2 P, L2 C/A.
             if (signal == 0) Add(observation, slot, GNSS::Glonass::Frequency::CA, true, set.GetGlonass());
             if (signal == 5) Add(observation, slot, GNSS::Glonass::Frequency::L2, true, set.GetGlonass());

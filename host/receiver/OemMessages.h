@@ -17,6 +17,9 @@
 // cannot be. Bodies may be longer than what is known of them; later firmware appends fields.
 namespace Host::Oem {
 
+// Satellite numbers 38 to 61 are GLONASS slots.
+inline constexpr int SlotOffset = 37;
+
 enum Message : std::uint16_t {
     IonUTC = 8,
     RawGPSSubframe = 25,

@@ -19,7 +19,6 @@ using GNSS::Glonass::Slot;
 namespace {
 
 constexpr std::size_t SubframeBytes = 30;
-constexpr int SlotOffset = 37;  // satellite numbers 38 to 61 are slots
 constexpr unsigned ChannelOffset = 7;
 
 std::uint32_t WordAt(std::string_view bytes, std::size_t word) {
@@ -255,8 +254,7 @@ std::optional<GlonassEphemeris> ReadGloEphemeris(std::string_view body) {
     const int apart = std::abs(day - tb.GetDay());
     if (day != 0 && apart > 1 && apart != GNSS::GloTime::DaysInInterval - 1) return std::nullopt;
     read.record.reference = reference;
-    read.record.fourYears = (tb.GetLeapYear() - 1996) / 4 + 1;
-    eph.posn.day = tb.GetDay();
+    eph.posn.day = day;
     eph.posn.tb = tb.GetSeconds();
     eph.posn.frameTime = in.Get<std::uint32_t>(124);
 
@@ -286,7 +284,6 @@ std::optional<GlonassEphemeris> ReadGloEphemeris(std::string_view body) {
     eph.m.isM = in.Get<std::uint8_t>(4) == 1;
     eph.m.age = static_cast<int>(age);
     eph.m.accuracyIndex = static_cast<int>(accuracy);
-    if (accuracy < GlonassAccuracyMetres.size()) eph.accuracy = GlonassAccuracyMetres[accuracy];
     return read;
 }
 

@@ -43,12 +43,13 @@ struct GlonassString {
 // A GPS ephemeride that came decoded. Its reference is not set.
 struct GPSDecodedEphemeride {
     GNSS::GPSEphemeride ephemeride;
-    int week = 0;                               // of toe; modulo weekModulus where that is not 0
+    int week = 0;                               // of toe if it is full, else modulo weekModulus of toe or transmission
     int weekModulus = 0;                        // 1024, or 0 for a full week
     std::optional<GNSS::GPSTime> transmission;  // when it was sent, where the source says so
 };
 
-// A GLONASS ephemeride that came decoded: slot, posn, clock, status, m and accuracy are set, the reference is not.
+// A GLONASS ephemeride that came decoded: slot, posn, clock, status and m are set, the rest is not. The day of posn is
+// that of the frame, as the satellite tells it, 0 where it does not; of no account where the reference is given.
 struct GlonassDecodedEphemeride {
     GNSS::Glonass::Ephemeride ephemeride;
     std::optional<int> channel;

@@ -22,8 +22,8 @@ namespace Host {
 //   GPS almanac, ionosphere, UTC    time = time of transmission, the start of the page's subframe: the same from all
 //                       satellites. toa lies in the week that page 51 tells, when that page is of the last day and
 //                       names the same toa, else in the week that brings it nearest.
-//   GLONASS ephemeride  reference = time of transmission, the start of the frame. One that came decoded: the same, by
-//                       its t_k, when that is within a day of tb, else tb.
+//   GLONASS ephemeride  reference = time of transmission, the start of the frame. The day is that of tb, which lies
+//                       nearest to the frame: about midnight not the frame's own, which the satellite sends.
 //   GLONASS almanac     time = time of transmission, the start of the first of its two strings.
 //   Ionosphere and UTC that came decoded    time = the stream's.
 //

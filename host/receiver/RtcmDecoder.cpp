@@ -2,16 +2,13 @@
 
 #include <type_traits>
 
-#include "gnss/time/GloTime.h"
 #include "host/receiver/BitReader.h"
 #include "host/receiver/Crc24q.h"
-#include "host/receiver/LeapSeconds.h"
 #include "host/receiver/RtcmEphemeris.h"
 #include "host/receiver/RtcmMsm.h"
 
 namespace Host {
 
-using Corvane::Time;
 using GNSS::GPSTime;
 
 namespace {
@@ -29,13 +26,6 @@ constexpr unsigned ByteAt(std::string_view bytes, std::size_t n) {
 template <typename Freqy>
 Freqy FreqyOf(int ident) {
     return ident == 1 ? Freqy::CA : (ident == 2 ? Freqy::L1 : Freqy::L2);
-}
-
-// Moscow time by the leap-second table.
-GNSS::GloTime MoscowTime(const GPSTime& time) {
-    GNSS::GloTime moscow;
-    moscow.SetFromUTC((time - Time(GPSMinusUTC(time))).GetTimeDate());
-    return moscow;
 }
 
 }  // namespace
@@ -115,7 +105,7 @@ bool RtcmDecoder::DecodeSystem(std::string_view payload) {
     const Corvane::Date date = Corvane::Date::FromJulianDay(std::int64_t{2400001} + day);
     if (date < GPSTime::Start || seconds > 86400) return false;
     const GPSTime time = time_.SetStation(date, seconds);
-    if (!hasEpochs_) Sink().OnTime(time);
+    if (!hasEpochs_) TellTime(time);
     if (leapSeconds != 255) Sink().OnLeapSeconds(leapSeconds);
     return true;
 }
@@ -123,12 +113,6 @@ bool RtcmDecoder::DecodeSystem(std::string_view payload) {
 bool RtcmDecoder::DecodeGPSEphemeride(std::string_view payload) {
     GPSDecodedEphemeride record;
     if (!DecodeRtcm1019(payload, record)) return false;
-    if (time_.Get()) {
-        // The message's week is the one in which the set began to be sent; toe may lie in the next.
-        const int week = time_.Get()->GetClosest(record.ephemeride.posn.toe).GetWeek() & 1023;
-        const int apart = (week - record.week) & 1023;
-        if (apart <= 1 || apart == 1023) record.week = week;
-    }
     Sink().OnEphemeride(record);
     return true;
 }
@@ -137,24 +121,15 @@ bool RtcmDecoder::DecodeGlonassEphemeride(std::string_view payload) {
     RtcmGlonassMessage message;
     if (!DecodeRtcm1020(payload, message)) return false;
     GlonassDecodedEphemeride& record = message.record;
-    GNSS::Glonass::Ephemeride& eph = record.ephemeride;
+    const GNSS::Glonass::Ephemeride& eph = record.ephemeride;
     tracks_.SetChannel(eph.slot, *record.channel);
     std::optional<GPSTime> sent;
     if (message.date) {
         sent = time_.SetSatellite(eph.slot, eph.status.IsHealthy(), *message.date, eph.posn.frameTime);
-        if (sent && !hasEpochs_) Sink().OnTime(*sent);
+        if (sent && !hasEpochs_) TellTime(*sent);
     }
     if (!sent) sent = time_.Get();
-    if (sent) {
-        // tb of the Moscow day of the frame, and from there the nearest.
-        const GPSTime frame = *sent;
-        const GPSTime tb = FromMoscow(MoscowTime(frame).GetDate(), eph.posn.tb);
-        record.reference =
-            frame.ResolveTo(Time(Corvane::modulo(tb.GetSeconds(), GPSTime::SecsInDay)), Time(GPSTime::SecsInDay));
-        const GNSS::GloTime moscow = MoscowTime(*record.reference);
-        if (eph.posn.day == 0) eph.posn.day = moscow.GetDay();
-        if (!record.fourYears) record.fourYears = (moscow.GetLeapYear() - 1996) / 4 + 1;
-    }
+    if (sent) record.reference = NearestMoscow(*sent, eph.posn.tb, GPSTime::SecsInDay);
     Sink().OnEphemeride(record);
     return true;
 }
@@ -211,7 +186,7 @@ void RtcmDecoder::Take(const RtcmObservations& message) {
     if (!epoch_) {
         epoch_ = time;
         hasEpochs_ = true;
-        Sink().OnTime(*time);
+        TellTime(*time);
     }
     if (message.system == RtcmObservations::System::GPS) {
         AddSignals(message, *epoch_, set_.GetGPS());

@@ -33,15 +33,13 @@ namespace Host {
 // Epochs        All messages of an epoch make one set: until one says that none of the epoch follows, or one of another
 //               epoch comes, or the stream ends. A set in which nothing is measured is not delivered.
 // Range         m, as the message has it. From 1001, 1003, 1009 and 1011 it lacks a multiple of a light-millisecond
-// (two
-//               for GLONASS), which is for the receiver of the set to put back. Qualities are 0: none are told.
+//               (two for GLONASS), which is for the receiver of the set to put back. Qualities are 0: none are told.
 // Phase         cycles, continuous while the lock is: see RtcmTracks. GLONASS phases and Dopplers need the frequency
 //               channel, from the message or an earlier one of the same slot (1009 to 1012, 1020, MSM5, MSM7); they are
 //               left out before that. A phase warning is one of half a cycle.
 // Lock time     s, the least that the message's indicator stands for. A slip is also a lost lock.
-// Ephemerides   1019 says the week of transmission modulo 1024; where the time is known, the week is that of toe
-//               (modulo 1024 still). 1020: day is N_T, and where the satellite sends none (before GLONASS-M) that of tb
-//               by the stream's time, or 0; the reference is tb nearest to the frame's time.
+// Ephemerides   1019 says the week of transmission modulo 1024. 1020: day is N_T, which satellites before GLONASS-M do
+//               not send; where a time is known, the reference is tb nearest to the frame.
 class RtcmDecoder : public StreamDecoder {
 public:
     explicit RtcmDecoder(ReceiverSink& sink) : StreamDecoder(sink) {}
@@ -50,8 +48,7 @@ public:
     void SetApproximateTime(const GNSS::GPSTime& time) override { time_.SetApproximate(time); }
     // The message number.
     [[nodiscard]] std::string GetKindName(std::uint32_t kind) const override { return std::to_string(kind); }
-    // Epochs of measurements that were dropped because no time was known.
-    [[nodiscard]] std::int64_t GetNmrUndated() const { return nmrUndated_; }
+    [[nodiscard]] std::int64_t GetNmrUndated() const override { return nmrUndated_; }
 
 protected:
     [[nodiscard]] std::size_t FindStart(std::string_view bytes) const override;

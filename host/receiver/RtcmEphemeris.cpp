@@ -6,6 +6,7 @@
 #include "gnss/icd/ICD.h"
 #include "gnss/icd/ICDGlonass.h"
 #include "host/receiver/BitReader.h"
+#include "host/receiver/GlonassWords.h"
 
 namespace Host {
 
@@ -55,6 +56,7 @@ constexpr auto Ignore = [](auto&, const Raw&) {};
 
 // Signed numbers are in two's complement in 1019, with sign and magnitude in 1020.
 struct GPSReader {
+    static constexpr bool IsTwosComplement = true;
     BitReader bits;
     [[nodiscard]] std::int64_t Unsigned(const Bits& b) const {
         return static_cast<std::int64_t>(
@@ -65,6 +67,7 @@ struct GPSReader {
     }
 };
 struct GlonassReader {
+    static constexpr bool IsTwosComplement = false;
     BitReader bits;
     [[nodiscard]] std::int64_t Unsigned(const Bits& b) const { return GPSReader{bits}.Unsigned(b); }
     [[nodiscard]] std::int64_t Signed(const Bits& b) const {
@@ -137,7 +140,6 @@ constexpr auto G = &GlonassDecodedEphemeride::ephemeride;
 template <GloStatus::Word Word>
 constexpr auto StatusWord = [](GloRecord& r, const Raw& raw) { r.record.ephemeride.status.Set(Word, raw.Whole()); };
 
-constexpr std::array IntervalMinutes = {0, 30, 45, 60};
 constexpr double TbStep = 900.0;  // s
 
 template <auto Set>
@@ -154,7 +156,7 @@ constexpr auto Message1020 = InOrder(std::to_array<Row<GloRecord>>({
     {2, Unsigned, 1.0, Ignore},  // the almanac's health and whether it is given
     {2, Unsigned, 1.0,
      [](GloRecord& r, const Raw& raw) {
-         r.record.ephemeride.status.Set(GloStatus::P1, IntervalMinutes[static_cast<std::size_t>(raw.number)]);
+         r.record.ephemeride.status.Set(GloStatus::P1, GlonassP1Minutes[static_cast<std::size_t>(raw.number)]);
      }},
     {5, Unsigned, 1.0, Whole<&GloRecord::hours>},
     {6, Unsigned, 1.0, Whole<&GloRecord::minutes>},

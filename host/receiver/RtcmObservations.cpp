@@ -47,11 +47,18 @@ constexpr std::int64_t LockSeconds(std::int64_t indicator) {
 static_assert(LockSeconds(23) == 23 && LockSeconds(24) == 24 && LockSeconds(48) == 72 && LockSeconds(72) == 168 &&
               LockSeconds(96) == 360 && LockSeconds(120) == 744 && LockSeconds(126) == 936);
 
+// The least of each indicator, and of the one after the last, which has no limit.
+constexpr auto LockTimes = [] {
+    std::array<double, 129> times{};
+    for (std::size_t i = 0; i < 128; ++i) times[i] = static_cast<double>(LockSeconds(static_cast<std::int64_t>(i)));
+    times[128] = std::numeric_limits<double>::infinity();
+    return times;
+}();
+
 void TakeLock(BitReader& bits, RtcmSignal& signal) {
-    const int indicator = bits.TakeInt(7);
-    signal.lockMin = static_cast<double>(LockSeconds(indicator));
-    signal.lockMax =
-        indicator == 127 ? std::numeric_limits<double>::infinity() : static_cast<double>(LockSeconds(indicator + 1));
+    const std::size_t indicator = bits.TakeUnsigned(7);
+    signal.lockMin = LockTimes[indicator];
+    signal.lockMax = LockTimes[indicator + 1];
 }
 
 // The number whose first bit alone is set says that there is none.

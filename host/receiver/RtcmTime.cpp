@@ -19,11 +19,6 @@ bool Agree(const GPSTime& a, const GPSTime& b, double limit) {
     return std::abs((a - b).Seconds()) <= limit;
 }
 
-// The time of a calendar of UTC whose days are all 86400 s, given in GPS's form.
-GPSTime FromUnshiftedUTC(const GPSTime& utc) {
-    return utc + Time(GPSMinusUTC(utc.GetDate()));
-}
-
 GPSTime Midnight(const Corvane::Date& date) {
     return GPSTime(Corvane::TimeDate(date, Corvane::TimeOfDay()));
 }
@@ -31,7 +26,21 @@ GPSTime Midnight(const Corvane::Date& date) {
 }  // namespace
 
 GPSTime FromMoscow(const Corvane::Date& date, double seconds) {
-    return FromUnshiftedUTC(Midnight(date) + Time(seconds - MoscowOffset));
+    const GPSTime utc = Midnight(date) + Time(seconds - MoscowOffset);
+    return utc + Time(GPSMinusUTC(utc.GetDate()));
+}
+
+GPSTime NearestMoscow(const GPSTime& near, double seconds, double period) {
+    const auto resolve = [&](int leaps) {
+        return near.ResolveTo(Time(Corvane::modulo(seconds - MoscowOffset + leaps, period)), Time(period));
+    };
+    // About a leap second the count must be that of the time itself.
+    const int before = GPSMinusUTC(near);
+    const GPSTime time = resolve(before);
+    const int at = GPSMinusUTC(time);
+    if (at == before) return time;
+    const GPSTime other = resolve(at);
+    return GPSMinusUTC(other) == at ? other : time;
 }
 
 void RtcmTime::SetApproximate(const GPSTime& time) {
@@ -76,16 +85,7 @@ std::optional<GPSTime> RtcmTime::Date(const RtcmObservations& message) {
     }
     const double period =
         message.clock == RtcmObservations::Clock::MoscowWeek ? GPSTime::SecsInWeek : GPSTime::SecsInDay;
-    const auto resolve = [&](int leaps) {
-        return reference_->ResolveTo(Time(Corvane::modulo(seconds - MoscowOffset + leaps, period)), Time(period));
-    };
-    // About a leap second the count must be that of the epoch itself.
-    const int before = GPSMinusUTC(*reference_);
-    GPSTime time = resolve(before);
-    if (const int at = GPSMinusUTC(time); at != before) {
-        const GPSTime other = resolve(at);
-        if (GPSMinusUTC(other) == at) time = other;
-    }
+    const GPSTime time = NearestMoscow(*reference_, seconds, period);
     reference_ = time;
     return reference_;
 }

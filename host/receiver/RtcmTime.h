@@ -52,5 +52,8 @@ private:
 
 // GPS time of the seconds of a day of Moscow time (UTC + 3 h).
 [[nodiscard]] GNSS::GPSTime FromMoscow(const Corvane::Date& date, double seconds);
+// The GPS time nearest to another at which Moscow time is that many seconds into its day or week, whichever the period
+// is long.
+[[nodiscard]] GNSS::GPSTime NearestMoscow(const GNSS::GPSTime& near, double seconds, double period);
 
 }  // namespace Host

@@ -14,8 +14,10 @@ constexpr double Forget = 3600.0;            // s
 double Since(const RtcmObservations& message, std::int64_t before) {
     constexpr std::int64_t Day = 86'400'000;
     const std::int64_t period = message.clock == RtcmObservations::Clock::MoscowDay ? Day : 7 * Day;
-    const std::int64_t ms = (message.ms - before) % period;
-    return static_cast<double>(ms < 0 ? ms + period : ms) * 1e-3;
+    std::int64_t ms = message.ms - before;
+    // A division is slow, and is hardly ever needed.
+    if (ms >= period || ms < 0) ms = ms % period + (ms % period < 0 ? period : 0);
+    return static_cast<double>(ms) * 1e-3;
 }
 
 }  // namespace
@@ -42,7 +44,8 @@ RtcmTracks::Phase RtcmTracks::Follow(const RtcmObservations& message, const Rtcm
     const bool isComparable = !message.isMsm || signal.range.has_value();
     if (isContinuous && isComparable && diff && track.diff) {
         const double step = *track.diff - *diff;
-        const double taken = RolloverCycles * std::round(step / RolloverCycles);
+        const bool isNear = std::abs(step) < RolloverCycles / 2;
+        const double taken = isNear ? 0.0 : RolloverCycles * std::round(step / RolloverCycles);
         if (std::abs(step - taken) <= RolloverTolerance) {
             rolled += taken;
             *diff += taken;

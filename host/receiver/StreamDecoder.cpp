@@ -20,6 +20,12 @@ std::int64_t StreamCounts::GetNmrRefused() const {
 
 StreamDecoder::~StreamDecoder() = default;
 
+void StreamDecoder::TellTime(const GNSS::GPSTime& time) {
+    if (told_ && *told_ == time) return;
+    told_ = time;
+    sink_.OnTime(time);
+}
+
 void StreamDecoder::Count(std::uint32_t kind, bool accepted) {
     if (kind != lastKind_) {
         lastCount_ = &counts_.kinds[kind];

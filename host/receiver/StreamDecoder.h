@@ -50,6 +50,8 @@ public:
     virtual void SetApproximateTime(const GNSS::GPSTime& /*time*/) {}
 
     [[nodiscard]] const StreamCounts& GetCounts() const { return counts_; }
+    // Epochs of measurements that were dropped because their time was not known.
+    [[nodiscard]] virtual std::int64_t GetNmrUndated() const { return 0; }
     // A kind of message in the words of the protocol: "RXM-RAWX", "RAWEPHEM", "1019"; unknown ones by their number.
     [[nodiscard]] virtual std::string GetKindName(std::uint32_t kind) const = 0;
 
@@ -72,6 +74,10 @@ protected:
     virtual void Flush() {}
 
     [[nodiscard]] ReceiverSink& Sink() { return sink_; }
+    // Tells the sink the stream's own time, once as long as it is the same.
+    void TellTime(const GNSS::GPSTime& time);
+    // The time last told.
+    [[nodiscard]] const std::optional<GNSS::GPSTime>& GetToldTime() const { return told_; }
 
 private:
     [[nodiscard]] std::size_t Take(std::string_view bytes, bool last);
@@ -83,6 +89,7 @@ private:
     std::optional<std::uint32_t> lastKind_;
     StreamCounts::Kind* lastCount_ = nullptr;
     std::string rest_;  // an unfinished message
+    std::optional<GNSS::GPSTime> told_;
 };
 
 }  // namespace Host

@@ -77,9 +77,7 @@ bool UbxDecoder::Decode(std::uint32_t kind, std::string_view message) {
 
 void UbxDecoder::SetTime(const GPSTime& time) {
     time_ = time;
-    if (told_ && *told_ == time) return;
-    told_ = time;
-    Sink().OnTime(time);
+    TellTime(time);
 }
 
 std::optional<GPSTime> UbxDecoder::DateTow(std::uint32_t ms) {

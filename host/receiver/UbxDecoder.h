@@ -73,15 +73,14 @@ private:
     [[nodiscard]] bool DeliverSubframe(const LittleEndian& words, int prn, unsigned shift);
     [[nodiscard]] bool DeliverString(const LittleEndian& words, int slot, int freqId);
 
-    // Makes a full time the stream's own, and tells it when it is another than the last.
+    // Makes a full time the stream's own, and tells it.
     void SetTime(const GNSS::GPSTime& time);
     void ForgetTime() { time_.reset(); }
     // The full time of a time of week, which becomes the stream's own; nothing when no full one is known.
     [[nodiscard]] std::optional<GNSS::GPSTime> DateTow(std::uint32_t ms);
 
     std::optional<GNSS::GPSTime> time_;  // the last full one, as long as it is believed
-    std::optional<GNSS::GPSTime> told_;  // the last that the sink was told
-    std::optional<int> leapSeconds_;     // likewise
+    std::optional<int> leapSeconds_;     // as the sink was told last
     Carriers<GNSS::PRN> gps_{};
     Carriers<GNSS::Glonass::Slot> glonass_{};
     ReceiverSky sky_;  // kept for the capacity of its list

@@ -37,39 +37,50 @@ std::string FullName(const Column& column) {
 class TableWriter final : public RowWriter {
 public:
     TableWriter(std::vector<Column> columns, Sink& sink) : columns_(std::move(columns)), sink_(sink) {
-        for (const Column& column : columns_) Right(column.name, column);
-        sink_.Write("\n");
-        for (const Column& column : columns_) Right(column.unit, column);
-        sink_.Write("\n");
+        for (const Column& column : columns_) Put(column.name, column);
+        EndLine();
+        if (std::ranges::all_of(columns_, [](const Column& column) { return column.unit.empty(); })) return;
+        for (const Column& column : columns_) Put(column.unit, column);
+        EndLine();
     }
 
     void Write(std::span<const Cell> cells) override {
         std::array<char, LongestNumber> number;
         for (std::size_t i = 0; i < columns_.size() && i < cells.size(); ++i) {
             if (const auto* text = std::get_if<std::string_view>(&cells[i])) {
-                Right(*text, columns_[i]);
+                Put(*text, columns_[i]);
             } else if (const auto* yes = std::get_if<bool>(&cells[i])) {
-                Right(*yes ? "yes" : "no", columns_[i]);
+                Put(*yes ? "yes" : "no", columns_[i]);
             } else {
                 const char* end = PrintPlain(cells[i], columns_[i].decimals, number.data());
                 const std::string_view printed(number.data(), static_cast<std::size_t>(end - number.data()));
-                Right(printed.empty() ? "-" : printed, columns_[i]);
+                Put(printed.empty() ? "-" : printed, columns_[i]);
             }
         }
-        sink_.Write("\n");
+        EndLine();
     }
 
 private:
-    void Right(std::string_view text, const Column& column) {
-        const std::size_t width = static_cast<std::size_t>(std::max(column.width, 1)) + 1;
+    // A value too long for its column still keeps a blank before it.
+    void Put(std::string_view text, const Column& column) {
+        const auto width = static_cast<std::size_t>(std::max(column.width, 1));
         const std::size_t length = Length(text);
-        // A value too long for its column still keeps a blank before it.
-        sink_.Write(std::string(length < width ? width - length : 1, ' '));
-        sink_.Write(text);
+        const std::size_t filling = length < width ? width - length : 0;
+        line_.append(1 + (column.isLeft ? 0 : filling), ' ');
+        line_ += text;
+        if (column.isLeft) line_.append(filling, ' ');
+    }
+
+    void EndLine() {
+        line_.erase(line_.find_last_not_of(' ') + 1);
+        line_ += '\n';
+        sink_.Write(line_);
+        line_.clear();
     }
 
     std::vector<Column> columns_;
     Sink& sink_;
+    std::string line_;
 };
 
 class CsvWriter final : public RowWriter {

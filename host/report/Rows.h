@@ -16,9 +16,10 @@ namespace Host {
 // One column. Its name in CSV and NDJSON is `name`, with `_unit` behind it where there is a unit.
 struct Column {
     std::string name;
-    std::string unit;  // "m", "m/s", "s"; empty for a number without one
-    int width = 10;    // in the table
-    int decimals = 0;  // of numbers with a fraction; a negative number asks for that many significant digits
+    std::string unit;     // "m", "m/s", "s"; empty for a number without one
+    int width = 10;       // in the table
+    int decimals = 0;     // of numbers with a fraction; a negative number asks for that many significant digits
+    bool isLeft = false;  // begins at the left of its width in the table
 };
 
 // A value: nothing, a whole number, a number with a fraction, yes or no, or a text (UTF-8, which must live until the

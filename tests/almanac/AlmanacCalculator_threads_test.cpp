@@ -15,32 +15,19 @@ namespace {
 using GNSS::Almanac;
 using GNSS::GPSTime;
 
-constexpr int Versions = 3000;
-
 // Every version of the almanac has its number as the clock offset and as the distance of satellite 5.
-bool Change(Almanac& almanac, int version) {
-    Almanac::SV sv;
-    sv.prn = 5;
-    sv.time = sv.toa = GPSTime(2000, version);
-    sv.sqrtA = std::sqrt(1000.0 + version);
-    sv.af0 = version;
-    Almanac::SV other;
-    other.prn = 6 + version % 20;
-    other.time = sv.time;
-    return almanac.UpdateSV(sv) && almanac.UpdateSV(other);
-}
-
 TEST(AlmanacCalculatorThreads, ReadersSeeWholeAlmanacsInOrder) {
+    constexpr int Versions = 3000;
     Almanac::Calculator calculator;
     std::atomic<bool> done = false;
     std::atomic<int> wrong = 0;
     std::atomic<int> answers = 0;
     const auto read = [&](bool copies) {
+        const GPSTime t(2000, 0.0);
         double last = 0.0;
         while (!done || answers < 10) {
             GNSS::ECEF posn;
             double clockOffset = 0.0;
-            const GPSTime t(2000, 0.0);
             const bool found = copies
                                    ? Almanac::Calculator(calculator).CalculatePosn(GNSS::PRN(5), t, posn, clockOffset)
                                    : calculator.CalculatePosn(GNSS::PRN(5), t, posn, clockOffset);
@@ -51,11 +38,17 @@ TEST(AlmanacCalculatorThreads, ReadersSeeWholeAlmanacsInOrder) {
         }
     };
     std::vector<std::thread> readers;
-    readers.reserve(3);
-    for (int i = 0; i < 3; ++i) readers.emplace_back(read, i == 2);
+    for (const bool copies : {false, false, true}) readers.emplace_back(read, copies);
     Almanac almanac;
     for (int version = 1; version <= Versions; ++version) {
-        wrong += !Change(almanac, version);
+        Almanac::SV sv;
+        sv.time = sv.toa = GPSTime(2000, version);
+        sv.prn = 6 + version % 20;
+        wrong += !almanac.UpdateSV(sv);
+        sv.prn = 5;
+        sv.sqrtA = std::sqrt(1000.0 + version);
+        sv.af0 = version;
+        wrong += !almanac.UpdateSV(sv);
         calculator.SetAlmanac(almanac);
     }
     done = true;

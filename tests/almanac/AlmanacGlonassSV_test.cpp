@@ -225,17 +225,8 @@ TEST(AlmanacGlonassSV, SeesTheSatellitesWhereTheReceiverDoes) {
     for (std::size_t seen = 0; seen < sky.NmrRows(); ++seen) {
         if (sky.Text(seen, "iTOW_ms_GPST") != "312900000" || sky.Text(seen, "sat")[0] != 'R') continue;
         for (std::size_t row = 0; row < almanac.NmrRows(); ++row) {
-            Almanac::GlonassSV sv;
-            sv.slot = static_cast<int>(almanac.Get(row, "slot"));
+            const Almanac::GlonassSV sv = tests::GlonassFromRow(almanac, row);
             if (sv.slot != std::stoi(sky.Text(seen, "sat").substr(1))) continue;
-            sv.day = static_cast<int>(almanac.Get(row, "N_A_day"));
-            sv.Lambda = Angle::FromSemiCircles(almanac.Get(row, "lambda_semicycle"));
-            sv.TLambda = almanac.Get(row, "t_lambda_s");
-            sv.Eccent = almanac.Get(row, "ecc");
-            sv.W = Angle::FromSemiCircles(almanac.Get(row, "omega_semicycle"));
-            sv.Di = Angle::FromSemiCircles(almanac.Get(row, "delta_i_semicycle"));
-            sv.DDrac = almanac.Get(row, "delta_T_s_per_orbit");
-            sv.DDracDot = almanac.Get(row, "delta_T_dot_s_per_orbit2");
             const double az = sky.Get(seen, "azim_deg");
             const double el = sky.Get(seen, "elev_deg");
             const double dt = t.Subtract(sv.GetEpoch());

@@ -1,6 +1,7 @@
 // What the tests of the almanac share: tables of reference values, directions in the sky, records in the file.
 #pragma once
 
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <fstream>
@@ -15,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include "gnss/almanac/AlmanacGlonassSV.h"
 #include "gnss/geodesy/ECEF.h"
 #include "gnss/platform/Stream.h"
 #include "tests/support/TestData.h"
@@ -54,18 +56,37 @@ private:
     std::vector<std::vector<std::string>> lines_;
 };
 
+// The record of a row of a table of GLONASS almanacs, orbit only.
+inline GNSS::Almanac::GlonassSV GlonassFromRow(const Table& table, std::size_t row) {
+    GNSS::Almanac::GlonassSV sv;
+    sv.slot = static_cast<int>(table.Get(row, "slot"));
+    sv.day = static_cast<int>(table.Get(row, "N_A_day"));
+    sv.Lambda = Corvane::Angle::FromSemiCircles(table.Get(row, "lambda_semicycle"));
+    sv.TLambda = table.Get(row, "t_lambda_s");
+    sv.Eccent = table.Get(row, "ecc");
+    sv.W = Corvane::Angle::FromSemiCircles(table.Get(row, "omega_semicycle"));
+    sv.Di = Corvane::Angle::FromSemiCircles(table.Get(row, "delta_i_semicycle"));
+    sv.DDrac = table.Get(row, "delta_T_s_per_orbit");
+    sv.DDracDot = table.Get(row, "delta_T_dot_s_per_orbit2");
+    return sv;
+}
+
 // A place from which a direction is seen; the vertical is that of the ellipsoid.
 struct Observer {
     GNSS::ECEF posn;
     double lat;  // rad
     double lon;
 
+    // East, north and up.
+    [[nodiscard]] std::array<GNSS::ECEF::Delta, 3> Axes() const {
+        return {GNSS::ECEF::Delta(-std::sin(lon), std::cos(lon), 0.0),
+                GNSS::ECEF::Delta(-std::sin(lat) * std::cos(lon), -std::sin(lat) * std::sin(lon), std::cos(lat)),
+                GNSS::ECEF::Delta(std::cos(lat) * std::cos(lon), std::cos(lat) * std::sin(lon), std::sin(lat))};
+    }
     // Degrees between where a satellite stands and a direction by azimuth and elevation in degrees.
     [[nodiscard]] double Separation(const GNSS::ECEF& satellite, double azimuth, double elevation) const {
         const double degree = std::numbers::pi / 180.0;
-        const GNSS::ECEF::Delta east(-std::sin(lon), std::cos(lon), 0.0);
-        const GNSS::ECEF::Delta north(-std::sin(lat) * std::cos(lon), -std::sin(lat) * std::sin(lon), std::cos(lat));
-        const GNSS::ECEF::Delta up(std::cos(lat) * std::cos(lon), std::cos(lat) * std::sin(lon), std::sin(lat));
+        const auto [east, north, up] = Axes();
         const GNSS::ECEF::Delta seen = east * (std::sin(azimuth * degree) * std::cos(elevation * degree)) +
                                        north * (std::cos(azimuth * degree) * std::cos(elevation * degree)) +
                                        up * std::sin(elevation * degree);
@@ -73,6 +94,15 @@ struct Observer {
         return 2.0 * std::asin((line / line.Magnitude() - seen).Magnitude() / 2.0) / degree;
     }
 };
+
+// On the ellipsoid of WGS 84.
+inline Observer MakeObserver(double lat, double lon) {
+    constexpr double Shape = 0.00669437999014;  // square of the eccentricity
+    const double N = 6378137.0 / std::sqrt(1.0 - Shape * std::sin(lat) * std::sin(lat));
+    return {{N * std::cos(lat) * std::cos(lon), N * std::cos(lat) * std::sin(lon), N * (1.0 - Shape) * std::sin(lat)},
+            lat,
+            lon};
+}
 
 // The receiver's own position at a time of a table of fixes.
 inline Observer FindObserver(const Table& fixes, std::string_view iTOW) {

@@ -65,29 +65,19 @@ TEST(GPSEphemeris, TakesWhatIsNewAndInOrder) {
         {11, 302400.2, 7200.0, true, {11, 12, 11}},  // a repeat of another than the newest
     };
     GPSEphemeris history;
-    GPSEphemeris::SV sv;
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.iode << " toe " << c.toe << " at " << c.reference);
-        const GPSEphemeride record = Issue(c.iode, c.toe, c.reference);
-        EXPECT_EQ(history.Update(record), c.isTaken);
-        EXPECT_EQ(sv.Update(record), c.isTaken);
+        EXPECT_EQ(history.Update(Issue(c.iode, c.toe, c.reference)), c.isTaken);
+        const GPSEphemeris::SV& sv = *history.FindSV(17);
         std::vector<int> held;
-        for (int i = 0; i < sv.NmrEphem(); ++i) {
-            held.push_back(sv.GetEphem(i)->posn.IODE);
-            EXPECT_EQ(history.FindSV(17)->GetEphem(i)->posn.IODE, held.back());
-        }
+        for (int i = 0; i < sv.NmrEphem(); ++i) held.push_back(sv.GetEphem(i)->posn.IODE);
         EXPECT_EQ(held, c.held);
+        EXPECT_TRUE(sv.GetEphem(-1) == nullptr && sv.GetEphem(3) == nullptr);
     }
-    EXPECT_EQ(sv.GetEphem(-1), nullptr);
-    EXPECT_EQ(sv.GetEphem(3), nullptr);
-
-    EXPECT_EQ(history.NmrSV(), 1);
-    EXPECT_EQ(history.FindSV(16), nullptr);
+    EXPECT_TRUE(history.NmrSV() == 1 && history.FindSV(16) == nullptr);
     GPSEphemeride nobody = Issue(20, 316800.0, 20000.0);
     nobody.prn = GNSS::PRN::Null;
     EXPECT_FALSE(history.Update(nobody));
-    history.Reset();
-    EXPECT_EQ(history.NmrSV(), 0);
 }
 
 TEST(GlonassEphemeris, CountsTheBodiesOfOneTb) {
@@ -147,8 +137,7 @@ TEST(GlonassEphemeris, RefusesTheImplausible) {
     Ephemeride nobody = AtTb(55800.0, 1800.0);
     nobody.slot.Reset();
     EXPECT_FALSE(history.Update(nobody));
-    EXPECT_EQ(history.FindSV(7)->NmrEphem(), 1);
-    EXPECT_EQ(history.NmrSV(), 1);
+    EXPECT_TRUE(history.FindSV(7)->NmrEphem() == 1 && history.NmrSV() == 1);
 }
 
 TEST(GlonassEphemeris, AnswersWithTheSequenceItKnows) {
@@ -184,17 +173,15 @@ TEST(GPSEphemeris, SharesWhatACopyDoesNotChange) {
     GPSEphemeris held;
     GPSEphemeride other = Issue(1);
     other.prn = 5;
-    EXPECT_TRUE(held.Update(other));
-    EXPECT_TRUE(held.Update(Issue(1)));
+    EXPECT_TRUE(held.Update(other) && held.Update(Issue(1)));
     const GPSEphemeris published = held;
     EXPECT_FALSE(held.Update(Issue(1)));
     EXPECT_EQ(held.FindSV(17), published.FindSV(17));
     EXPECT_TRUE(held.Update(Issue(2)));
     EXPECT_EQ(held.FindSV(5), published.FindSV(5));
-    EXPECT_EQ(held.FindSV(17)->NmrEphem(), 2);
-    EXPECT_EQ(published.FindSV(17)->NmrEphem(), 1);
+    EXPECT_TRUE(held.FindSV(17)->NmrEphem() == 2 && published.FindSV(17)->NmrEphem() == 1);
     held.Reset();
-    EXPECT_EQ(published.NmrSV(), 2);
+    EXPECT_TRUE(held.NmrSV() == 0 && published.NmrSV() == 2);
 }
 
 TEST(EphemerisCalculator, AsksTheImplementationInForce) {
@@ -220,8 +207,7 @@ TEST(EphemerisCalculator, AsksTheImplementationInForce) {
     EXPECT_TRUE(Issue(1).CalculatePosn(SampleTime, own));
     EXPECT_EQ(result.IODE, 1);
     EXPECT_EQ((result.posn - own.posn).Magnitude(), 0.0);
-    EXPECT_FALSE(calc.CalculatePosn(GNSS::PRN::Null, SampleTime, own));
-    EXPECT_FALSE(own.valid);
+    EXPECT_FALSE(calc.CalculatePosn(GNSS::PRN::Null, SampleTime, own) || own.valid);
 
     GPSEphemeride unhealthy = Issue(3);
     unhealthy.status.SetHealth(1);
@@ -257,11 +243,6 @@ TEST(EphemerisCalculator, TurnsWithTheEarth) {
         EXPECT_NEAR(posn.GetY(), turned.imag(), 1e-7);
         EXPECT_EQ(posn.GetZ(), 1.9e7);
     }
-    // Eastwards moves the earth: a satellite over the equator falls behind to the west, by its speed in the turning
-    // frame.
-    ECEF posn(2.6e7, 0.0, 0.0);
-    GPSEphemerisCalc::CalculateRotation(posn, 299792458.0);
-    EXPECT_NEAR(posn.GetY(), -2.6e7 * rate, 0.01);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "gnss/icd/ICD.h"
 
 #include <string>
+#include <utility>
 
 #include "gnss/almanac/AlmanacIono.h"
 #include "gnss/almanac/AlmanacSV.h"
@@ -21,26 +22,20 @@ using tests::Words;
 using enum tests::Code;
 
 TEST(ICDWord, AnyRangeOfBitsIsDefined) {
-    auto random = tests::MakeRandom();
-    for (int round = 0; round < 20; ++round) {
+    for (const unsigned long value : {0x2A5C96E7UL, 0xFFFFFFFFUL}) {
         ICD::Word word;
-        word.Set(static_cast<unsigned long>(random()));
+        word.Set(value);
         for (unsigned start = 0; start < 35; ++start) {
             std::uint32_t bits = 0;
             for (unsigned count = 0; count < 100; ++count) {
+                const std::int64_t turn = count >= 1 && count < 32 && (bits >> (count - 1)) != 0 ? 1LL << count : 0;
                 ASSERT_EQ(word.GetUnsigned(start, count), bits) << start << ' ' << count;
-                const std::int64_t turn = std::int64_t{1} << (count % 64);
-                const bool isNegative = count >= 1 && count < 32 && std::int64_t{bits} * 2 >= turn;
-                ASSERT_EQ(word.GetSigned(start, count), static_cast<std::int32_t>(bits - (isNegative ? turn : 0)));
+                ASSERT_EQ(word.GetSigned(start, count), static_cast<std::int32_t>(bits - turn));
                 bits = bits * 2U + (start + count < 30 ? (word.Get() >> (29 - start - count)) & 1U : 0U);
             }
         }
         EXPECT_EQ(word.GetUnsigned(1, 0xFFFFFFFFU) + word.GetUnsigned(0xFFFFFFFFU, 2), 0U);
     }
-    ICD::Word ones;
-    ones.Set(0x3FFFFFFF);
-    EXPECT_EQ(ones.GetSigned(0, 30), -1);
-    EXPECT_EQ(ones.GetSigned(0, 32), -4);
 }
 
 struct Records {
@@ -117,6 +112,17 @@ std::vector<Row> Fields() {
     };
 }
 
+// A subframe as it is received; what is complete with it.
+ICD::Type Add(ICD& icd, const Words& words) {
+    int id = -1;
+    int svId = -1;
+    const ICD::Type type = icd.AddSubframe(words.data(), id, svId);
+    const ICD::Subframe subframe(words.data());
+    EXPECT_EQ(id, subframe.GetID());
+    EXPECT_EQ(svId, id == 4 || id == 5 ? subframe.GetSVID() : 0);
+    return type;
+}
+
 TEST(ICD, EveryFieldComesBackAmidRandomBits) {
     auto random = tests::MakeRandom();
     auto rows = Fields();
@@ -137,13 +143,8 @@ TEST(ICD, EveryFieldComesBackAmidRandomBits) {
                     tests::Encode(words, part.unit, part.first, part.Width(), bits);
                 });
             }
-            int gotId = -1;
-            int gotSvId = -1;
-            const ICD::Type type = icd.AddSubframe(words.data(), gotId, gotSvId);
-            EXPECT_EQ(type, (std::array{ICD::None, ICD::None, ICD::Ephemeris, ICD::IonoUTC,
-                                        ICD::AlmanacSubframe5}[static_cast<std::size_t>(id - 1)]));
-            EXPECT_EQ(gotId, id);
-            EXPECT_EQ(gotSvId, id < 4 ? 0 : (id == 4 ? 56 : svId));
+            EXPECT_EQ(Add(icd, words), (std::array{ICD::None, ICD::None, ICD::Ephemeris, ICD::IonoUTC,
+                                                   ICD::AlmanacSubframe5}[static_cast<std::size_t>(id - 1)]));
         }
         Records records;
         records.eph.prn = 7;
@@ -162,8 +163,23 @@ TEST(ICD, EveryFieldComesBackAmidRandomBits) {
     }
 }
 
+TEST(ICD, FitIntervalIsThatOfTheIODCOfSubframe1) {
+    for (const auto& [iodc, hours] : {std::pair{240, 8}, std::pair{511, 74}, std::pair{752, 74}}) {
+        Words first = MakeSubframe(1, 1);
+        tests::Encode(first, 3, 23, 2, static_cast<std::uint64_t>(iodc / 256));
+        tests::Encode(first, 8, 1, 8, static_cast<std::uint64_t>(iodc % 256));
+        Words second = MakeSubframe(2, 2);
+        tests::Encode(second, 10, 17, 1, 1);
+        ICD icd;
+        Add(icd, first);
+        Add(icd, second);
+        GPSEphemeride eph;
+        EXPECT_TRUE(icd.GetEphemerisData(eph));
+        EXPECT_EQ(eph.status.GetCurveFit(), hours) << iodc;
+    }
+}
+
 TEST(ICD, SubframesFollowOneAnother) {
-    using Status = GNSS::GPSEphemerideStatus;
     struct Step {
         const char* what;
         int id;
@@ -191,60 +207,63 @@ TEST(ICD, SubframesFollowOneAnother) {
         Step{"beyond", 5, 11, 33, true, ICD::None, 3},
         Step{"health", 5, 11, 51, true, ICD::HealthPage, 3},
         Step{"health", 4, 11, 63, true, ICD::HealthPage, 3},
-        Step{"message", 4, 11, 55, true, ICD::None, 3},
         Step{"page 18 in subframe 5", 5, 11, 56, true, ICD::IonoUTC, 3},
         Step{"dummy", 4, 11, 0, true, ICD::None, 3},
         Step{"no subframe", 0, 12, 9, true, ICD::None, 3},
-        Step{"no subframe", 7, 12, 9, true, ICD::None, 3},
+        Step{"the pages outlive an ephemeris", 2, 20, 0, true, ICD::None, 1},
     };
     ICD icd;
     for (const Step& step : Steps) {
+        SCOPED_TRACE(step.what);
         Words words = MakeSubframe(step.id, step.tow, step.svId);
         if (!step.preamble) words[0] = 0;
-        const ICD before = icd;
-        int id = -1;
-        int svId = -1;
-        EXPECT_EQ(icd.AddSubframe(words.data(), id, svId), step.type) << step.what;
-        EXPECT_EQ(id, step.id);
-        EXPECT_EQ(svId, step.id == 4 || step.id == 5 ? step.svId : 0) << step.what;
+        ICD expected = icd;
+        EXPECT_EQ(Add(icd, words), step.type);
         int nmrStored = 0;
         for (int n = 1; n <= 3; ++n) nmrStored += icd.GetSubframe(n) == ICD::Subframe() ? 0 : 1;
-        EXPECT_EQ(nmrStored, step.nmrStored) << step.what;
-        if (step.id >= 1 && step.id <= 5) {
-            EXPECT_EQ(icd.GetSubframe(step.id), ICD::Subframe(words.data())) << step.what;
-        } else {
-            EXPECT_EQ(icd, before);
-        }
+        EXPECT_EQ(nmrStored, step.nmrStored);
+        for (int n = 1; n <= 3; ++n) expected.GetSubframe(n) = icd.GetSubframe(n);
+        if (step.id >= 1 && step.id <= 5) expected.GetSubframe(step.id) = ICD::Subframe(words.data());
+        EXPECT_EQ(icd, expected);
     }
-    // The last almanac page stored, and the last page of subframe 4, are no longer of a satellite; subframe 5 holds
-    // page 18, so that only the preamble counts.
+}
+
+TEST(ICD, DecodesWhatItsSubframesHold) {
+    ICD icd;
     Almanac::SV sv;
-    sv.e = 0.5;
-    EXPECT_FALSE(icd.GetAlmanac(sv, Week, 5) || icd.GetAlmanac(sv, Week, 4) || icd.GetAlmanac(sv, Week, 6));
-    EXPECT_EQ(sv.e, 0.5);
-    EXPECT_EQ(sv.toa, GPSTime::Zero);
-    icd.Reset();
     Almanac::Iono iono;
     Almanac::UTC utc;
-    EXPECT_FALSE(icd.GetIono(iono, 4) || icd.GetUTC(utc, WeekHigh, 4) || icd.GetUTC(utc, WeekHigh, 0));
-    EXPECT_TRUE(iono == Almanac::Iono() && utc == Almanac::UTC());
+    const auto tryPages = [&](int n) {
+        return std::array{icd.GetAlmanac(sv, Week, n), icd.GetIono(iono, n), icd.GetUTC(utc, WeekHigh, n)};
+    };
+    constexpr std::array Nothing = {false, false, false};
+    Add(icd, MakeSubframe(4, 1, 33));
+    Words words = MakeSubframe(5, 1, 32);
+    words[0] = 0;
+    Add(icd, words);
+    sv.e = 0.5;
+    for (const int n : {0, 6, INT32_MIN, INT32_MAX}) EXPECT_EQ(tryPages(n), Nothing) << n;
+    EXPECT_FALSE(icd.GetAlmanac(sv, Week, 4));
+    EXPECT_TRUE(sv.e == 0.5 && sv.toa == GPSTime::Zero && iono == Almanac::Iono() && utc == Almanac::UTC());
+    EXPECT_EQ(tryPages(4), (std::array{false, true, true})) << "only the preamble counts";
+    EXPECT_EQ(tryPages(5), (std::array{true, false, false})) << "only the SV ID counts";
+    EXPECT_TRUE(sv.prn == 32 && iono.alpha0 == 0.0 && utc.WNt == 256 * WeekHigh);
+
     // An ephemeris is decoded from what there is.
     GPSEphemeride eph;
     eph.posn.e = 0.5;
-    EXPECT_TRUE(icd.GetEphemerisData(eph) && eph.posn.e == 0.0 && eph.status.IsValid(Status::CurveFit));
+    EXPECT_TRUE(icd.GetEphemerisData(eph) && eph.posn.e == 0.0);
     EXPECT_FALSE(icd.GetSubframe(4).DecodeEphemeris(eph, 4));
 }
 
 TEST(ICD, WordsAreSetWithoutParity) {
     ICD icd;
-    for (const auto& [subframe, word] : std::vector<std::pair<int, int>>{
-             {0, 1}, {5, 1}, {6, 1}, {-1, 1}, {1, 0}, {1, 11}, {INT32_MIN, INT32_MIN}, {INT32_MAX, 1}}) {
-        icd.SetSubframeWordWithoutParity(subframe, word, 1, 2, 3);
-        EXPECT_EQ(icd, ICD()) << subframe << ' ' << word;
-    }
+    for (const int n : {0, -1, 5, 6, INT32_MIN, INT32_MAX}) icd.SetSubframeWordWithoutParity(n, 1, 1, 2, 3);
+    for (const int n : {0, -1, 11, INT32_MIN, INT32_MAX}) icd.SetSubframeWordWithoutParity(1, n, 1, 2, 3);
+    EXPECT_EQ(icd, ICD());
     icd.SetSubframeWordWithoutParity(1, 3, 0x12, 0x34, 0x56);
-    EXPECT_EQ(icd.GetSubframe(1).GetWord(3).Get(), 0x48D1580U);
     icd.SetSubframeWordWithoutParity(4, 10, 0xFF, 0xFF, 0xFF);
+    EXPECT_EQ(icd.GetSubframe(1).GetWord(3).Get(), 0x48D1580U);
     EXPECT_EQ(icd.GetSubframe(4).GetWord(10).Get(), 0x3FFFFFC0U);
 }
 
@@ -252,14 +271,12 @@ TEST(ICD, SpecialMessageIsReadByteByByte) {
     std::string text = "ABCDEFGHIJKLMNOPQRST\xB0";
     text += '\0';
     Words words = MakeSubframe(4, 1, 55);
-    for (int i = 0; i < 22; ++i) {
-        const auto byte = static_cast<unsigned char>(text[static_cast<std::size_t>(i)]);
-        tests::Encode(words, 3 + (i + 1) / 3, 1 + (i + 1) % 3 * 8, 8, byte);
+    for (int i = 1; i <= 22; ++i) {
+        const auto byte = static_cast<unsigned char>(text[static_cast<std::size_t>(i - 1)]);
+        tests::Encode(words, 3 + i / 3, 1 + i % 3 * 8, 8, byte);
     }
     ICD icd;
-    int id = 0;
-    int svId = 0;
-    EXPECT_EQ(icd.AddSubframe(words.data(), id, svId), ICD::None);
+    EXPECT_EQ(Add(icd, words), ICD::None);
     EXPECT_EQ(icd.GetSpecialMessage().str(), text);
 }
 

@@ -42,6 +42,7 @@ const bool checked = [] {
            "Almanac::Iono");
     Expect(GPSEphemeride::EarthRate.Radians() == 7.2921151467e-5 && Glonass::Ephemeride::UnknownAccuracy == 1000001.0,
            "the ephemerides' constants");
+    Expect(MeasSet::Type == Corvane::Type("MeasSet"), "MeasSet::Type");
     return true;
 }();
 

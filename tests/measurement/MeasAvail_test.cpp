@@ -38,6 +38,11 @@ TEST(MeasAvail, TextAndStream) {
         Corvane::Stream::MemoryInput shorter({output.Bytes().data(), 5});
         EXPECT_FALSE(read.Read(shorter));
         EXPECT_EQ(read, avail);
+        std::vector<std::byte> foreign = output.Bytes();
+        foreign[static_cast<std::size_t>(round) % 6] |= std::byte{0x20};
+        Corvane::Stream::MemoryInput other(foreign);
+        EXPECT_FALSE(read.Read(other));
+        EXPECT_EQ(read, avail);
     }
     EXPECT_EQ(MeasAvail().Print(), "GPS CA NRPDS, L1 NRPDS, L2 NRPDS; GLONASS CA NRPDS, L1 NRPDS, L2 NRPDS");
     struct {
@@ -78,10 +83,14 @@ TEST(MeasAvail, TakesFromASet) {
         meas.SetLockTime(5.0);
         gps.AddMeas(PRN(3), meas);
     }
-    MeasSet set(gps);
+    Glonass::Measurement l1;
+    l1.SetDoppler({1.0, 1.0});
+    Glonass::Measurement::Set glonass;
+    glonass.AddMeas(Glonass::Slot(3), l1);
+    MeasSet set(gps, glonass);
     MeasAvail avail;
     avail.Apply(set);
-    EXPECT_TRUE(set.GetGPS().SharesWith(gps));
+    EXPECT_TRUE(set.GetGPS().SharesWith(gps) && set.GetGlonass().SharesWith(glonass));
 
     avail.Set(GPSFreqy::CA, MeasAvail::Phase, false);
     avail.Set(GPSFreqy::L2, MeasAvail::Range | MeasAvail::Phase, false);
@@ -94,7 +103,7 @@ TEST(MeasAvail, TakesFromASet) {
     EXPECT_EQ(gps.GetSV(0).NmrMeas(), 2);
     MeasAvail::Nothing().Apply(set);
     EXPECT_EQ(set.GetGPS().NmrSV(), 1);
-    EXPECT_FALSE(set.GetGPS().HasMeas());
+    EXPECT_FALSE(set.GetGPS().HasMeas() || set.GetGlonass().HasMeas());
 }
 
 }  // namespace

@@ -214,6 +214,22 @@ TEST(Measurement, Satellites) {
     EXPECT_EQ(glonass.FindSV(Glonass::Slot(3)), 2);
     EXPECT_EQ(glonass.FindSV(Glonass::Slot(3), 4), -1);
     EXPECT_EQ(glonass.FindSV(unknown), -1);
+    EXPECT_EQ(glonass.AddSV(Glonass::Slot(3)), 2);  // by slot, on whatever channel
+    // With the parts of an epoch in each order, a slot with and without channel stays two, and the set reads back.
+    const auto setOf = [](const Glonass::Measurement::SV& sv) {
+        Glonass::Measurement::Set one;
+        one.AddSV(sv);
+        return one;
+    };
+    const auto plain = setOf(Glonass::Measurement::SV(Glonass::Slot(3)));
+    const auto onFour = setOf(Glonass::Measurement::SV(Glonass::Slot(3), 4));
+    for (const auto* second : {&plain, &onFour}) {
+        Glonass::Measurement::Set merged = second == &plain ? onFour : plain;
+        for (int times = 0; times < 2; ++times) merged.UpdateMeasSet(*second);
+        EXPECT_EQ(merged.NmrSV(), 2);
+        EXPECT_EQ(merged.AddSV(onFour.GetSV(0)), second == &plain ? 0 : 1);
+        CheckStream(merged, plain);
+    }
     for (int channel = 10; channel < 400; ++channel) glonass.AddSV(unknown, channel);
     EXPECT_EQ(glonass.NmrSV(), Glonass::Measurement::Inner::MaxSV);
 
@@ -223,7 +239,9 @@ TEST(Measurement, Satellites) {
     l2.SetRange({5.0, 1.0});
     part.AddMeas(PRN(7), l2);
     part.AddSV(PRN(3), Angle(1.0), Angle(0.5));
+    part.AddSV(PRN(9), Angle(2.0), Angle(0.25));
     gps.UpdateMeasSet(part);
+    EXPECT_EQ(gps.GetSV(1).GetAzi(), Angle(2.0));
     EXPECT_EQ(gps.NmrSV(), 3);
     EXPECT_EQ(gps.GetSV(0).GetMeas(0), l2);
     EXPECT_TRUE(gps.GetSV(2).HasInfo());

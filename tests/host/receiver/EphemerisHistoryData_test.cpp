@@ -6,6 +6,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,6 @@
 #include "gnss/ephemeris/GlonassEphemeris.h"
 #include "host/cli/LeapRule.h"
 #include "tests/host/receiver/NavigationData.h"
-#include "tests/host/receiver/Table.h"
 #include "tests/support/TestData.h"
 
 namespace {

@@ -1,17 +1,12 @@
 // MSAdjust on the ranges of a real receiver whose clock is more than a millisecond off: as they are, and with whole
 // milliseconds taken out and put in.
-#include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "gnss/measurement/MSAdjust.h"
-#include "host/receiver/FileText.h"
-#include "host/receiver/RinexNavigation.h"
+#include "tests/host/receiver/ReferenceRinex.h"
 #include "tests/support/TestData.h"
 
 namespace {
@@ -25,35 +20,16 @@ using GNSS::PRN;
 
 constexpr double MS = MSAdjust::MSRange;
 
-double Number(std::string_view line, std::size_t first, std::size_t width) {
-    if (line.size() < first + width) return 0.0;
-    std::string_view text = line.substr(first, width);
-    while (text.starts_with(' ')) text.remove_prefix(1);
-    double value = 0.0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
-}
-
-// The GPS measurements C1C and L1C of an observation file whose types are C1C, L1C, D1C, S1C.
-std::vector<GPSMeas::Set> ReadRanges(std::string_view text) {
-    std::vector<GPSMeas::Set> epochs;
-    while (!text.empty()) {
-        const std::string_view line = text.substr(0, text.find('\n'));
-        text.remove_prefix(std::min(text.size(), line.size() + 1));
-        const auto field = [&](std::size_t first, std::size_t width) { return Number(line, first, width); };
-        if (line.starts_with('>')) {
-            const Corvane::Date date(static_cast<int>(field(2, 4)), static_cast<int>(field(7, 2)),
-                                     static_cast<int>(field(10, 2)));
-            const double seconds = field(13, 2) * 3600.0 + field(16, 2) * 60.0 + field(18, 11);
-            epochs.emplace_back(GPSTime(0, (date - GPSTime::Start) * GPSTime::SecsInDay + seconds));
-        } else if (line.starts_with('G') && !epochs.empty()) {
-            GPSMeas meas(GNSS::GPSFreqy::CA);
-            meas.SetRange({field(3, 14), 1.0});
-            meas.SetPhase({field(19, 14), 0.01});
-            epochs.back().AddMeas(PRN(static_cast<int>(field(1, 2))), meas);
-        }
+GPSMeas::Set MakeSet(const tests::ObservedEpoch& epoch) {
+    GPSMeas::Set set(epoch.time);
+    for (const auto& satellite : epoch.satellites) {
+        if (satellite.system != 'G') continue;
+        GPSMeas meas(GNSS::GPSFreqy::CA);
+        meas.SetRange({satellite.values.at("C1C").value_or(0.0), 1.0});
+        meas.SetPhase({satellite.values.at("L1C").value_or(0.0), 0.01});
+        set.AddMeas(PRN(satellite.number), meas);
     }
-    return epochs;
+    return set;
 }
 
 TEST(MSAdjustData, ClockOfARealReceiver) {
@@ -62,12 +38,9 @@ TEST(MSAdjustData, ClockOfARealReceiver) {
     // The mean of the single point positions of this log, reference/spp_ubx_20080526_gps.csv, which also has the clock:
     // -304649.5979 m at the first epoch, -330866.2514 m at the last.
     const ECEF position(-3869302.0, 3436558.5, 3717357.5);
-    Host::FileText file;
-    Host::FileError error;
-    ASSERT_TRUE(file.Open(observations, error));
-    Host::RinexNavigation navigation;
-    ASSERT_TRUE(navigation.Read(broadcast, error));
-    const std::vector<GPSMeas::Set> epochs = ReadRanges(file.Text());
+    const Host::RinexNavigation navigation = tests::ReadNavigation(broadcast);
+    std::vector<GPSMeas::Set> epochs;
+    for (const auto& epoch : tests::ReadObservations(observations)) epochs.push_back(MakeSet(epoch));
     ASSERT_EQ(epochs.size(), 237U);
 
     MSAdjust plain, modulo, jumping;

@@ -2,13 +2,10 @@
 #pragma once
 
 #include <algorithm>
-#include <string>
 #include <type_traits>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include "host/receiver/RinexNavigation.h"
+#include "tests/host/receiver/ReferenceRinex.h"
 
 namespace tests {
 
@@ -23,13 +20,6 @@ auto BySending(const Records& records) {
     std::stable_sort(sorted.begin(), sorted.end(),
                      [](const auto& a, const auto& b) { return a.reference - b.reference < Corvane::Time(); });
     return sorted;
-}
-
-inline Host::RinexNavigation ReadNavigation(const std::string& path) {
-    Host::RinexNavigation navigation;
-    Host::FileError error;
-    EXPECT_TRUE(navigation.Read(path, error)) << error.Print();
-    return navigation;
 }
 
 }  // namespace tests

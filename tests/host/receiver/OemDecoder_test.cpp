@@ -1,4 +1,6 @@
 // Frames made by hand: the messages that the real log lacks, and what damage does.
+#include "host/receiver/OemDecoder.h"
+
 #include <cmath>
 #include <limits>
 #include <string>
@@ -10,31 +12,32 @@
 #include "gnss/time/GPSFreqy.h"
 #include "gnss/time/GlonassFrequency.h"
 #include "tests/host/receiver/OemFrames.h"
+#include "tests/host/receiver/ReceiverRecording.h"
 
 namespace {
 
 using GNSS::GPSFreqy;
 using GNSS::GPSTime;
-using tests::OemBody;
+using tests::Bytes;
 using tests::OemFrame;
 using tests::OemHeader;
-using tests::OemRun;
+using OemRun = tests::Run<Host::OemDecoder>;
 
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 
 // The 30 bytes of a subframe: TOW count 85, almanac of SV ID 7.
-OemBody Page(unsigned number) {
-    OemBody bytes(30);
-    bytes.SetBytes(0, {0x8B, 0x02, 0x84, 0x00, 0x2A, 0x80 | (number << 2U), 0x47, 0x12, 0x34});
-    for (std::size_t i = 9; i < 30; ++i) bytes.Set(i, static_cast<std::uint8_t>(37 * i));
+Bytes Page(unsigned number) {
+    Bytes bytes(30);
+    bytes.PutBytes(0, {0x8B, 0x02, 0x84, 0x00, 0x2A, 0x80 | (number << 2U), 0x47, 0x12, 0x34});
+    for (std::size_t i = 9; i < 30; ++i) bytes.Put(i, static_cast<std::uint8_t>(37 * i));
     return bytes;
 }
 
-OemBody Subframe(std::uint32_t prn, unsigned number) {
-    OemBody body(48);
-    body.Set(4, prn).Set(8, std::uint32_t{number});
+Bytes Subframe(std::uint32_t prn, unsigned number) {
+    Bytes body(48);
+    body.Put(4, prn).Put(8, std::uint32_t{number});
     const std::string page = Page(number).Get();
-    for (std::size_t i = 0; i < page.size(); ++i) body.Set(12 + i, page[i]);
+    for (std::size_t i = 0; i < page.size(); ++i) body.Put(12 + i, page[i]);
     return body;
 }
 
@@ -46,28 +49,28 @@ struct Signal {
     float doppler = 2806.25F;
 };
 
-OemBody Range(const std::vector<Signal>& signals) {
-    OemBody body(4 + 44 * signals.size());
-    body.Set(0, static_cast<std::uint32_t>(signals.size()));
+Bytes Range(const std::vector<Signal>& signals) {
+    Bytes body(4 + 44 * signals.size());
+    body.Put(0, static_cast<std::uint32_t>(signals.size()));
     std::size_t at = 4;
     for (const Signal& s : signals) {
-        body.Set(at, s.satellite).Set(at + 4, s.range).Set(at + 12, 0.05F).Set(at + 16, s.adr).Set(at + 24, 0.015625F);
-        body.Set(at + 28, s.doppler).Set(at + 32, 44.0F).Set(at + 36, 853.5F).Set(at + 40, s.status);
+        body.Put(at, s.satellite).Put(at + 4, s.range).Put(at + 12, 0.05F).Put(at + 16, s.adr).Put(at + 24, 0.015625F);
+        body.Put(at + 28, s.doppler).Put(at + 32, 44.0F).Put(at + 36, 853.5F).Put(at + 40, s.status);
         at += 44;
     }
     return body;
 }
 
-OemBody RangeCmp(const std::vector<Signal>& signals) {
-    OemBody body(4 + 24 * signals.size());
-    body.Set(0, static_cast<std::uint32_t>(signals.size()));
+Bytes RangeCmp(const std::vector<Signal>& signals) {
+    Bytes body(4 + 24 * signals.size());
+    body.Put(0, static_cast<std::uint32_t>(signals.size()));
     std::size_t at = 4;
     for (const Signal& s : signals) {
         const auto doppler = static_cast<std::uint64_t>(std::llround(s.doppler * 256.0F)) & 0xFFFFFFFU;
         const auto range = static_cast<std::uint64_t>(std::llround(s.range * 128.0));
-        body.Set(at, s.status).Set(at + 4, doppler | (range << 28U));
-        body.Set(at + 12, static_cast<std::int32_t>(std::remainder(s.adr, 0x1p23) * 256.0));
-        body.SetBytes(at + 16, {7U << 4U, s.satellite}).Set(at + 18, std::uint32_t{853 * 32 + 16} | (24U << 21U));
+        body.Put(at, s.status).Put(at + 4, doppler | (range << 28U));
+        body.Put(at + 12, static_cast<std::int32_t>(std::remainder(s.adr, 0x1p23) * 256.0));
+        body.PutBytes(at + 16, {7U << 4U, s.satellite}).Put(at + 18, std::uint32_t{853 * 32 + 16} | (24U << 21U));
         at += 24;
     }
     return body;
@@ -89,11 +92,11 @@ TEST(OemDecoder, RangeAndItsCompressedFormSayTheSame) {
     };
     const OemRun plain(OemFrame(43, Range(signals).Get()));
     const OemRun packed(OemFrame(140, RangeCmp(signals).Get()));
-    ASSERT_EQ(plain.sink.sets.size(), 1U);
-    ASSERT_EQ(packed.sink.sets.size(), 1U);
-    EXPECT_EQ(plain.sink.sets[0].GetGPSTime(), GPSTime(2209, 512449.0));
-    EXPECT_EQ(plain.sink.sets[0].GetGPS().NmrSV(), 2);
-    const auto& sv = plain.sink.sets[0].GetGPS().GetSV(0);
+    ASSERT_EQ(plain.said.sets.size(), 1U);
+    ASSERT_EQ(packed.said.sets.size(), 1U);
+    EXPECT_EQ(plain.said.sets[0].GetGPSTime(), GPSTime(2209, 512449.0));
+    EXPECT_EQ(plain.said.sets[0].GetGPS().NmrSV(), 2);
+    const auto& sv = plain.said.sets[0].GetGPS().GetSV(0);
     const auto& meas = sv.GetMeas(sv.FindFreqy(GPSFreqy::L2));
     EXPECT_DOUBLE_EQ(meas.GetRange(), 24101778.25);
     EXPECT_DOUBLE_EQ(meas.GetPhase(), 98692757.25);
@@ -104,10 +107,10 @@ TEST(OemDecoder, RangeAndItsCompressedFormSayTheSame) {
     EXPECT_DOUBLE_EQ(meas.GetPhaseQ().Quality(), 0.015625);
     // The last one's phase is too far from its range, and lies one roll nearer to it.
     const double rolls = std::round((20000000.0 / GPSFreqy::CA.GetWaveLength() - 2.0 * 0x1p23) / 0x1p23);
-    EXPECT_DOUBLE_EQ(packed.sink.sets[0].GetGPS().GetSV(1).GetMeas(0).GetPhase(), (rolls + 2.0) * 0x1p23);
+    EXPECT_DOUBLE_EQ(packed.said.sets[0].GetGPS().GetSV(1).GetMeas(0).GetPhase(), (rolls + 2.0) * 0x1p23);
     for (const auto freqy : {GNSS::Glonass::Frequency::CA, GNSS::Glonass::Frequency::L2}) {
-        const auto& a = plain.sink.sets[0].GetGlonass().GetSV(0);
-        const auto& b = packed.sink.sets[0].GetGlonass().GetSV(0);
+        const auto& a = plain.said.sets[0].GetGlonass().GetSV(0);
+        const auto& b = packed.said.sets[0].GetGlonass().GetSV(0);
         EXPECT_EQ(a.GetId(), GNSS::Glonass::Slot(24));
         EXPECT_NEAR(a.GetMeas(a.FindFreqy(freqy)).GetPhase(), b.GetMeas(b.FindFreqy(freqy)).GetPhase(), 0.004);
     }
@@ -117,7 +120,7 @@ TEST(OemDecoder, TrackingStatusDecidesWhatIsMeasured) {
     using Meas = GNSS::GPSMeas;
     const auto flags = [](std::uint32_t status) {
         const OemRun run(OemFrame(140, RangeCmp({{5, status}}).Get()));
-        const auto& sv = run.sink.sets.at(0).GetGPS().GetSV(0);
+        const auto& sv = run.said.sets.at(0).GetGPS().GetSV(0);
         return sv.NmrMeas() == 1 ? sv.GetMeas(0).GetFlags() : 0;
     };
     constexpr std::uint32_t Always = Meas::SNR | Meas::LockTime;
@@ -139,7 +142,7 @@ TEST(OemDecoder, TrackingStatusDecidesWhatIsMeasured) {
                                              {37, GlonassL1},
                                              {62, GlonassL1}})
                                           .Get()));
-        const GNSS::MeasSet& set = run.sink.sets.at(0);
+        const GNSS::MeasSet& set = run.said.sets.at(0);
         ASSERT_EQ(set.GetGPS().NmrSV() + set.GetGlonass().NmrSV(), 1);
         ASSERT_EQ(set.GetGPS().GetSV(0).NmrMeas(), 1);
         EXPECT_EQ(set.GetGPS().GetSV(0).GetMeas(0).GetRange(), 1.0e7);
@@ -148,54 +151,54 @@ TEST(OemDecoder, TrackingStatusDecidesWhatIsMeasured) {
 
 TEST(OemDecoder, WordsOfSubframesAndPages) {
     const OemRun run(OemFrame(25, Subframe(9, 5).Get()));
-    ASSERT_EQ(run.sink.subframes.size(), 1U);
-    const Host::GPSSubframe& whole = run.sink.subframes[0];
+    ASSERT_EQ(run.said.subframes.size(), 1U);
+    const Host::GPSSubframe& whole = run.said.subframes[0];
     EXPECT_EQ(whole.prn, GNSS::PRN(9));
     EXPECT_EQ(whole.words[0], 0x8B0284UL << 6U);
     EXPECT_EQ(whole.words[9], 0xE70C31UL << 6U);  // 37 times 27, 28 and 29
 
     // A page with its words 1 and 2, and without: of subframe 5 and of subframe 4 by its SV ID.
     const std::string page = Page(5).Get();
-    OemBody pages(12 + 32);
-    pages.Set(0, std::uint32_t{2210}).Set(4, std::uint32_t{61440}).Set(8, std::uint32_t{1}).Set(12, std::uint16_t{7});
-    for (std::size_t i = 0; i < 30; ++i) pages.Set(14 + i, page[i]);
+    Bytes pages(12 + 32);
+    pages.Put(0, std::uint32_t{2210}).Put(4, std::uint32_t{61440}).Put(8, std::uint32_t{1}).Put(12, std::uint16_t{7});
+    for (std::size_t i = 0; i < 30; ++i) pages.Put(14 + i, page[i]);
     const OemRun known(OemFrame(74, pages.Get()));
-    ASSERT_EQ(known.sink.subframes.size(), 1U);
-    EXPECT_TRUE(known.sink.subframes[0].prn.IsNull());
-    EXPECT_EQ(known.sink.subframes[0].words, whole.words);
+    ASSERT_EQ(known.said.subframes.size(), 1U);
+    EXPECT_TRUE(known.said.subframes[0].prn.IsNull());
+    EXPECT_EQ(known.said.subframes[0].words, whole.words);
 
     const struct {
         std::uint16_t id;
         unsigned subframe;
     } cases[] = {{1, 5}, {24, 5}, {25, 4}, {51, 5}, {56, 4}, {63, 4}};
     for (const auto& c : cases) {
-        OemBody words(12 + 2 * 26);
-        words.Set(4, std::uint32_t{61440}).Set(8, std::uint32_t{2}).Set(12, c.id).Set(38, std::uint16_t{64});
-        for (std::size_t i = 6; i < 30; ++i) words.Set(8 + i, page[i]);
+        Bytes words(12 + 2 * 26);
+        words.Put(4, std::uint32_t{61440}).Put(8, std::uint32_t{2}).Put(12, c.id).Put(38, std::uint16_t{64});
+        for (std::size_t i = 6; i < 30; ++i) words.Put(8 + i, page[i]);
         for (const auto& [status, seconds] : {std::pair{std::uint8_t{200}, 512449.0}, {std::uint8_t{20}, 61440.0}}) {
             const OemRun made(OemFrame(74, words.Get(), {0, status}));
-            ASSERT_EQ(made.sink.subframes.size(), 1U);
-            const GNSS::ICD::Subframe read(made.sink.subframes[0].words.data());
-            EXPECT_EQ(made.sink.subframes[0].words[0] >> 22U, 0x8BU);
-            EXPECT_EQ((made.sink.subframes[0].words[1] >> 8U) & 7U, c.subframe);
-            EXPECT_EQ(made.sink.subframes[0].words[1] >> 13U, static_cast<unsigned long>(seconds / 6.0) + 1);
+            ASSERT_EQ(made.said.subframes.size(), 1U);
+            const GNSS::ICD::Subframe read(made.said.subframes[0].words.data());
+            EXPECT_EQ(made.said.subframes[0].words[0] >> 22U, 0x8BU);
+            EXPECT_EQ((made.said.subframes[0].words[1] >> 8U) & 7U, c.subframe);
+            EXPECT_EQ(made.said.subframes[0].words[1] >> 13U, static_cast<unsigned long>(seconds / 6.0) + 1);
             EXPECT_TRUE(
-                std::equal(whole.words.begin() + 2, whole.words.end(), made.sink.subframes[0].words.begin() + 2));
+                std::equal(whole.words.begin() + 2, whole.words.end(), made.said.subframes[0].words.begin() + 2));
         }
     }
 }
 
 TEST(OemDecoder, SubframesOfOneIssueAreOfOneFrame) {
     const auto counts = [](std::array<unsigned, 3> sent, unsigned issue3) {
-        OemBody body(102);
-        body.Set(0, std::uint32_t{9});
+        Bytes body(102);
+        body.Put(0, std::uint32_t{9});
         for (unsigned i = 0; i < 3; ++i) {
-            body.SetBytes(12 + 30 * i, {0x8B, 0, 0, sent[i] >> 9U, (sent[i] >> 1U) & 0xFFU,
+            body.PutBytes(12 + 30 * i, {0x8B, 0, 0, sent[i] >> 9U, (sent[i] >> 1U) & 0xFFU,
                                         ((sent[i] & 1U) << 7U) | ((i + 1) << 2U)});
         }
-        body.SetBytes(12 + 21, {33}).SetBytes(12 + 30 + 6, {33}).SetBytes(12 + 60 + 27, {issue3});
+        body.PutBytes(12 + 21, {33}).PutBytes(12 + 30 + 6, {33}).PutBytes(12 + 60 + 27, {issue3});
         std::vector<unsigned> read;
-        for (const auto& subframe : OemRun(OemFrame(41, body.Get())).sink.subframes) {
+        for (const auto& subframe : OemRun(OemFrame(41, body.Get())).said.subframes) {
             read.push_back(static_cast<unsigned>(subframe.words[1] >> 13U));
         }
         return read;
@@ -209,8 +212,8 @@ TEST(OemDecoder, SubframesOfOneIssueAreOfOneFrame) {
     EXPECT_EQ(counts({85, 86, 82}, 34), (Counts{85, 86, 82}));
 }
 
-OemBody String(unsigned slot, unsigned channel) {
-    return OemBody(14).SetBytes(0, {slot, channel, 0x06, 0xB5, 0x01, 0x05, 0x4C, 0xAC, 0x1E, 0xD9, 0x02, 0x8C, 0xE1});
+Bytes String(unsigned slot, unsigned channel) {
+    return Bytes(14).PutBytes(0, {slot, channel, 0x06, 0xB5, 0x01, 0x05, 0x4C, 0xAC, 0x1E, 0xD9, 0x02, 0x8C, 0xE1});
 }
 
 TEST(OemDecoder, StringsOfSlotsAndOfSatelliteNumbers) {
@@ -223,9 +226,9 @@ TEST(OemDecoder, StringsOfSlotsAndOfSatelliteNumbers) {
     for (const auto& c : cases) {
         const OemRun run(OemFrame(722, String(c.slot, c.channel).Get()));
         EXPECT_EQ(run.Counts().GetNmrRefused(), c.read == 0 ? 1 : 0);
-        ASSERT_EQ(run.sink.strings.size(), c.read == 0 ? 0U : 1U) << c.slot;
+        ASSERT_EQ(run.said.strings.size(), c.read == 0 ? 0U : 1U) << c.slot;
         if (c.read == 0) continue;
-        const Host::GlonassString& string = run.sink.strings[0];
+        const Host::GlonassString& string = run.said.strings[0];
         EXPECT_EQ(string.slot, GNSS::Glonass::Slot(c.read));
         EXPECT_EQ(string.channel.value_or(None), c.channelRead);
         EXPECT_EQ(string.frame, 0);
@@ -235,19 +238,19 @@ TEST(OemDecoder, StringsOfSlotsAndOfSatelliteNumbers) {
     }
 }
 
-OemBody IonUTC(int leapAfter) {
-    OemBody body(108);
-    for (unsigned i = 0; i < 8; ++i) body.Set(8 * i, 0.5 + i);
-    body.Set(64, std::uint32_t{2210}).Set(68, std::uint32_t{61440}).Set(72, -5.5e-9).Set(80, -1.5e-14);
-    return body.Set(88, std::uint32_t{2185}).Set(92, std::uint32_t{7}).Set(96, 18).Set(100, leapAfter);
+Bytes IonUTC(int leapAfter) {
+    Bytes body(108);
+    for (unsigned i = 0; i < 8; ++i) body.Put(8 * i, 0.5 + i);
+    body.Put(64, std::uint32_t{2210}).Put(68, std::uint32_t{61440}).Put(72, -5.5e-9).Put(80, -1.5e-14);
+    return body.Put(88, std::uint32_t{2185}).Put(92, std::uint32_t{7}).Put(96, 18).Put(100, leapAfter);
 }
 
 TEST(OemDecoder, IonosphereAndUTC) {
     for (const int after : {18, 19}) {
         const OemRun run(OemFrame(8, IonUTC(after).Get()));
-        ASSERT_EQ(run.sink.ionos.size(), 1U);
-        ASSERT_EQ(run.sink.utcs.size(), 1U);
-        const auto& iono = run.sink.ionos[0];
+        ASSERT_EQ(run.said.ionos.size(), 1U);
+        ASSERT_EQ(run.said.utcs.size(), 1U);
+        const auto& iono = run.said.ionos[0];
         EXPECT_EQ(iono.alpha0 + 10 * iono.alpha3 + 100 * iono.beta0 + 1000 * iono.beta3, 0.5 + 35 + 450 + 7500);
         EXPECT_FALSE(iono.IsValid());
         GNSS::Almanac::UTC utc;
@@ -260,23 +263,35 @@ TEST(OemDecoder, IonosphereAndUTC) {
         utc.WNLSF = 2185 - 8 * 256;
         utc.DN = 7;
         utc.DtLSF = after;
-        EXPECT_EQ(run.sink.utcs[0], utc);
-        EXPECT_EQ(run.sink.leapSeconds, after == 18 ? std::vector<int>{18} : std::vector<int>{});
+        EXPECT_EQ(run.said.utcs[0], utc);
+        EXPECT_EQ(run.said.leaps, after == 18 ? std::vector<int>{18} : std::vector<int>{});
     }
 }
 
-OemBody GloEphemeris() {
-    OemBody body(144);
-    body.Set(0, std::uint16_t{51}).Set(2, std::uint16_t{0}).SetBytes(4, {1}).Set(6, std::uint16_t{2209});
-    body.Set(8, std::uint32_t{504918000}).Set(12, std::uint32_t{10782}).Set(16, std::uint16_t{864});
-    body.Set(28, -7.5e6).Set(36, -2.4e7).Set(44, -4.25e6).Set(52, 100.0).Set(60, 600.0).Set(68, -3500.0);
-    return body.Set(100, -2.5e-5).Set(124, std::uint32_t{83910}).Set(132, std::uint32_t{2});
+Bytes GloEphemeris() {
+    Bytes body(144);
+    body.Put(0, std::uint16_t{51}).Put(2, std::uint16_t{0}).PutBytes(4, {1}).Put(6, std::uint16_t{2209});
+    body.Put(8, std::uint32_t{504918000}).Put(12, std::uint32_t{10782}).Put(16, std::uint16_t{864});
+    body.Put(28, -7.5e6).Put(36, -2.4e7).Put(44, -4.25e6).Put(52, 100.0).Put(60, 600.0).Put(68, -3500.0);
+    return body.Put(100, -2.5e-5).Put(124, std::uint32_t{83910}).Put(132, std::uint32_t{2});
 }
 
-OemBody BestPos(std::uint32_t kind, std::uint32_t datum = 61) {
-    OemBody body(72);
-    body.Set(4, kind).Set(8, 36.0).Set(16, 138.0).Set(24, 900.0).Set(32, 40.0F).Set(36, datum);
-    return body.SetBytes(64, {16, 9});
+TEST(OemDecoder, WordsOfAnEphemeris) {
+    const OemRun run(OemFrame(723, GloEphemeris().Put(136, std::uint32_t{5}).Put(140, std::uint32_t{0xA}).Get()));
+    ASSERT_EQ(run.said.glonass.size(), 1U);
+    const auto& ephemeride = run.said.glonass[0].ephemeride;
+    EXPECT_EQ(ephemeride.m.age, 5);
+    EXPECT_EQ(ephemeride.m.accuracyIndex, 2);
+    using Status = GNSS::Glonass::Ephemeride::Status;
+    EXPECT_EQ(ephemeride.status.Get(Status::P1), 45);
+    EXPECT_EQ(ephemeride.status.Get(Status::P2), 0);
+    EXPECT_EQ(ephemeride.status.Get(Status::P3), 1);
+}
+
+Bytes BestPos(std::uint32_t kind, std::uint32_t datum = 61) {
+    Bytes body(72);
+    body.Put(4, kind).Put(8, 36.0).Put(16, 138.0).Put(24, 900.0).Put(32, 40.0F).Put(36, datum);
+    return body.PutBytes(64, {16, 9});
 }
 
 TEST(OemDecoder, KindsOfFixes) {
@@ -286,37 +301,37 @@ TEST(OemDecoder, KindsOfFixes) {
     } cases[] = {{0, 0}, {1, 5}, {2, 2}, {8, 0}, {16, 3}, {19, 1}, {50, 3}};
     for (const auto& c : cases) {
         const OemRun run(OemFrame(42, BestPos(c.kind).Get()));
-        EXPECT_EQ(run.sink.fixes.at(0).type, c.type);
-        EXPECT_EQ(run.sink.fixes[0].valid, c.type != 0);
-        EXPECT_EQ(run.sink.fixes[0].height, c.type != 0 ? std::optional(940.0) : std::nullopt);
+        EXPECT_EQ(run.said.fixes.at(0).type, c.type);
+        EXPECT_EQ(run.said.fixes[0].valid, c.type != 0);
+        EXPECT_EQ(run.said.fixes[0].height, c.type != 0 ? std::optional(940.0) : std::nullopt);
     }
     // A place in another datum is none.
-    EXPECT_FALSE(OemRun(OemFrame(42, BestPos(16, 5).Get())).sink.fixes.at(0).latitude);
+    EXPECT_FALSE(OemRun(OemFrame(42, BestPos(16, 5).Get())).said.fixes.at(0).latitude);
 }
 
 TEST(OemDecoder, RefusesWhatCannotBe) {
     const struct {
         std::uint16_t id;
-        OemBody good;
-        std::vector<OemBody> bad;
+        Bytes good;
+        std::vector<Bytes> bad;
     } cases[] = {
-        {8, IonUTC(18), {IonUTC(18).Set(0, NaN), IonUTC(18).Set(80, NaN), IonUTC(18).Set(92, 8), IonUTC(200)}},
+        {8, IonUTC(18), {IonUTC(18).Put(0, NaN), IonUTC(18).Put(80, NaN), IonUTC(18).Put(92, 8), IonUTC(200)}},
         {25,
          Subframe(32, 4),
-         {Subframe(0, 4), Subframe(33, 4), Subframe(7, 4).Set(8, 5), Subframe(7, 4).Set(12, '\0')}},
-        {42, BestPos(16), {BestPos(16).Set(8, 90.5), BestPos(16).Set(16, NaN), BestPos(16).Set(24, NaN)}},
+         {Subframe(0, 4), Subframe(33, 4), Subframe(7, 4).Put(8, 5), Subframe(7, 4).Put(12, '\0')}},
+        {42, BestPos(16), {BestPos(16).Put(8, 90.5), BestPos(16).Put(16, NaN), BestPos(16).Put(24, NaN)}},
         {43,
          Range({{}}),
-         {Range({{}}).Set(0, 2), Range({{}}).Set(0, -1), Range({{}}).Set(8, NaN),
-          Range({{}}).Set(4 + 28, std::numeric_limits<float>::infinity())}},
-        {74, OemBody(12), {OemBody(12).Set(8, 1), OemBody(12).Set(8, -1), OemBody(12).Set(4, 604800)}},
-        {140, RangeCmp({{}}), {RangeCmp({{}}).Set(0, 2), RangeCmp({{}}).Set(0, -1)}},
+         {Range({{}}).Put(0, 2), Range({{}}).Put(0, -1), Range({{}}).Put(8, NaN),
+          Range({{}}).Put(4 + 28, std::numeric_limits<float>::infinity())}},
+        {74, Bytes(12), {Bytes(12).Put(8, 1), Bytes(12).Put(8, -1), Bytes(12).Put(4, 604800)}},
+        {140, RangeCmp({{}}), {RangeCmp({{}}).Put(0, 2), RangeCmp({{}}).Put(0, -1)}},
         {723,
          GloEphemeris(),
-         {GloEphemeris().Set(0, std::uint16_t{37}), GloEphemeris().Set(0, std::uint16_t{62}),
-          GloEphemeris().Set(8, 604800000), GloEphemeris().Set(12, 10801), GloEphemeris().Set(16, std::uint16_t{862}),
-          GloEphemeris().Set(24, 16), GloEphemeris().Set(28, NaN), GloEphemeris().Set(52, 8001.0),
-          GloEphemeris().Set(100, 0.01), GloEphemeris().Set(124, 86400), GloEphemeris().Set(136, 32)}},
+         {GloEphemeris().Put(0, std::uint16_t{37}), GloEphemeris().Put(0, std::uint16_t{62}),
+          GloEphemeris().Put(8, 604800000), GloEphemeris().Put(12, 10801), GloEphemeris().Put(16, std::uint16_t{862}),
+          GloEphemeris().Put(24, 16), GloEphemeris().Put(28, NaN), GloEphemeris().Put(52, 8001.0),
+          GloEphemeris().Put(100, 0.01), GloEphemeris().Put(124, 86400), GloEphemeris().Put(136, 32)}},
     };
     for (const auto& c : cases) {
         const OemRun good(OemFrame(c.id, c.good.Get()));
@@ -324,20 +339,20 @@ TEST(OemDecoder, RefusesWhatCannotBe) {
         for (std::size_t i = 0; i < c.bad.size(); ++i) {
             const OemRun run(OemFrame(c.id, c.bad[i].Get()));
             EXPECT_EQ(run.Counts().GetNmrRefused(), 1) << c.id << ' ' << i;
-            EXPECT_TRUE(run.sink.lines.empty()) << c.id << ' ' << i;
+            EXPECT_TRUE(run.said.order.empty()) << c.id << ' ' << i;
         }
         // Whatever its length, a body that says too little does no harm.
         for (std::size_t size = 0; size < c.good.Get().size(); ++size) {
             const OemRun run(OemFrame(c.id, c.good.Get().substr(0, size)));
             EXPECT_EQ(run.Counts().GetNmrMessages(), 1);
-            EXPECT_TRUE(run.Counts().GetNmrRefused() == 0 || run.sink.lines.empty());
+            EXPECT_TRUE(run.Counts().GetNmrRefused() == 0 || run.said.order.empty());
         }
     }
 }
 
 TEST(OemDecoder, TimeIsToldWhenItIsKnown) {
     const std::string other(8, 'x');
-    const auto times = [&other](const OemHeader& header) { return OemRun(OemFrame(9999, other, header)).sink.times; };
+    const auto times = [&other](const OemHeader& header) { return OemRun(OemFrame(9999, other, header)).said.times; };
     EXPECT_EQ(times({}), std::vector<GPSTime>{GPSTime(2209, 512449.0)});
     EXPECT_EQ(times({0, 160, 1, 604799999, 40}), std::vector<GPSTime>{GPSTime(1, 604799.999)});
     EXPECT_EQ(times({2}).size(), 1U);
@@ -345,11 +360,11 @@ TEST(OemDecoder, TimeIsToldWhenItIsKnown) {
                                     OemHeader{0x80}, OemHeader{1}, OemHeader{0x20}}) {
         EXPECT_TRUE(times(header).empty());
         const OemRun run(OemFrame(43, Range({{}}).Get(), header));
-        EXPECT_TRUE(run.sink.sets.empty());
+        EXPECT_TRUE(run.said.sets.empty());
         EXPECT_EQ(run.Counts().GetNmrMessages(), 1);
         EXPECT_EQ(run.Counts().GetNmrRefused(), 0);
     }
-    EXPECT_TRUE(OemRun(tests::OemShortFrame(508, other)).sink.lines.empty());
+    EXPECT_TRUE(OemRun(tests::OemShortFrame(508, other)).said.order.empty());
     EXPECT_EQ(OemRun(tests::OemShortFrame(508, other)).Counts().kinds.at(508).nmr, 1);
 }
 
@@ -357,20 +372,8 @@ TEST(OemDecoder, DamageCostsTheDamagedMessageOnly) {
     const auto frame = [](std::uint32_t prn) {
         return OemFrame(25, Subframe(prn, 5).Get(), {0, 180, 2209, 1000 * prn});
     };
-    for (const std::string& middle : {frame(2), tests::OemShortFrame(25, "twelve bytes")}) {
-        const std::vector<std::string> expected = OemRun(frame(1) + frame(3)).sink.lines;
-        ASSERT_EQ(expected.size(), 4U);
-        for (std::size_t at = 0; at < middle.size(); ++at) {
-            for (const int flip : {0x01, 0x80, 0xFF}) {
-                std::string damaged = middle;
-                damaged[at] = static_cast<char>(damaged[at] ^ flip);
-                const OemRun run(frame(1) + damaged + frame(3));
-                EXPECT_EQ(run.sink.lines, expected) << at << ' ' << flip;
-                EXPECT_EQ(run.Counts().skipped, static_cast<std::int64_t>(middle.size()));
-            }
-            EXPECT_EQ(OemRun(frame(1) + middle.substr(0, at) + frame(3), 7).sink.lines, expected) << at;
-        }
-    }
+    for (const std::string& middle : {frame(2), tests::OemShortFrame(25, "twelve bytes")})
+        tests::ExpectDamageCostsOneMessage<Host::OemDecoder>(frame(1), middle, frame(3));
 }
 
 }  // namespace

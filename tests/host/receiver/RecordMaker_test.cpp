@@ -9,6 +9,7 @@
 
 #include "gnss/platform/Clock.h"
 #include "tests/host/receiver/NavigationBits.h"
+#include "tests/host/receiver/ReceiverRecording.h"
 
 namespace {
 
@@ -16,25 +17,7 @@ using GNSS::Almanac;
 using GNSS::GPSEphemeride;
 using GNSS::GPSTime;
 using GNSS::ICD;
-using GNSS::Glonass::Ephemeride;
-using GNSS::Glonass::Slot;
 using Host::RecordMaker;
-
-struct Records : Host::RecordSink {
-    void OnRecord(const GPSEphemeride& record) override { gps.push_back(record); }
-    void OnRecord(const Ephemeride& record, std::optional<int> /*channel*/) override { glonass.push_back(record); }
-    void OnRecord(const Almanac::SV& record) override { almanac.push_back(record); }
-    void OnRecord(const Almanac::GlonassSV& record) override { glonassAlmanac.push_back(record); }
-    void OnRecord(const Almanac::Iono& record) override { iono.push_back(record); }
-    void OnRecord(const Almanac::UTC& record) override { utc.push_back(record); }
-
-    std::vector<GPSEphemeride> gps;
-    std::vector<Ephemeride> glonass;
-    std::vector<Almanac::SV> almanac;
-    std::vector<Almanac::GlonassSV> glonassAlmanac;
-    std::vector<Almanac::Iono> iono;
-    std::vector<Almanac::UTC> utc;
-};
 
 class RecordMakerTest : public ::testing::Test {
 protected:
@@ -73,20 +56,22 @@ protected:
         fill(string.bits);
         maker_.OnString(string);
     }
-    // String 1 to 4 of a frame at a Moscow time of day, of 1275, a day of the four-year interval.
-    void SendEphemerideString(int number, unsigned hour, unsigned minute, unsigned half) {
-        SendString(7, number, [&](auto& s) {
+    // String 1 to 4 of a frame at a Moscow time of a day of the four-year interval, with tb in quarters of an hour.
+    void SendEphemerideString(int number, unsigned hour, unsigned minute, unsigned half, unsigned day = 1275,
+                              unsigned tb = 71, int slot = 7) {
+        SendString(slot, number, [&](auto& s) {
             if (number == 1) bits::Put(s, 65, 12, hour << 7U | minute << 1U | half);
-            if (number == 2) bits::Put(s, 70, 7, 71);
+            if (number == 2) bits::Put(s, 70, 7, tb);
             if (number == 4) {
-                bits::Put(s, 16, 11, 1275);
-                bits::Put(s, 9, 2, 1);   // GLONASS-M
-                bits::Put(s, 11, 5, 7);  // and its slot
+                bits::Put(s, 16, 11, day);
+                bits::Put(s, 30, 4, 4);                            // F_T: 5 m
+                bits::Put(s, 9, 2, 1);                             // GLONASS-M
+                bits::Put(s, 11, 5, static_cast<unsigned>(slot));  // and its slot
             }
         });
     }
 
-    Records records_;
+    tests::RecordRecording records_;
     RecordMaker maker_{records_};
 };
 
@@ -303,7 +288,76 @@ TEST_F(RecordMakerTest, MakesGlonassEphemeridesOfOneFrame) {
     EXPECT_EQ(records_.glonass[0].reference, start);
     EXPECT_EQ(records_.glonass[0].posn.day, 1275);
     EXPECT_EQ(records_.glonass[0].posn.tb, 71 * 900.0);
+    EXPECT_EQ(records_.glonass[0].accuracy, 5.0);
     Corvane::Clock::UseSystem();
+}
+
+// The day sent is that of the frame, the record's that of tb, from strings and decoded records alike.
+TEST_F(RecordMakerTest, TbMayLieInAnotherDayThanTheFrame) {
+    const auto midnight = [](int year, int month, int day) {
+        return GPSTime(0, (Corvane::Date(year, month, day) - GPSTime::Start) * 86400.0 - 10800.0 + 18.0);
+    };
+    const struct {
+        GPSTime midnight;  // the start of a Moscow day
+        double frame;      // s after it
+        int fourYears, frameDay;
+        int tb;   // quarters of an hour
+        int day;  // of tb
+    } cases[] = {
+        {midnight(2023, 6, 29), -30.0, 7, 1275, 95, 1275},  {midnight(2023, 6, 29), -30.0, 7, 1275, 1, 1276},
+        {midnight(2023, 6, 29), -1800.0, 7, 1275, 0, 1276}, {midnight(2023, 6, 29), 0.0, 7, 1276, 1, 1276},
+        {midnight(2023, 6, 29), 0.0, 7, 1276, 95, 1275},    {midnight(2024, 1, 1), -30.0, 7, 1461, 95, 1461},
+        {midnight(2024, 1, 1), -30.0, 7, 1461, 1, 1},       {midnight(2024, 1, 1), 0.0, 8, 1, 1, 1},
+        {midnight(2024, 1, 1), 0.0, 8, 1, 95, 1461},        {midnight(2025, 1, 1), -30.0, 8, 366, 1, 367},
+    };
+    int slot = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.frameDay) + " " + std::to_string(c.tb));
+        const GPSTime frame = c.midnight + Corvane::Time(c.frame);
+        ++slot;
+        const auto halfMinutes = static_cast<unsigned>(c.frame < 0.0 ? 2880.0 + c.frame / 30.0 : c.frame / 30.0);
+        const auto check = [&] {
+            ASSERT_FALSE(records_.glonass.empty());
+            EXPECT_EQ(records_.glonass.back().posn.day, c.day);
+            EXPECT_EQ(records_.glonass.back().posn.tb, c.tb * 900.0);
+            EXPECT_EQ(records_.glonass.back().reference, frame);
+            records_.glonass.clear();
+        };
+        for (const int number : {1, 2, 3, 4}) {
+            maker_.OnTime(frame + Corvane::Time(2.0 * number));
+            SendEphemerideString(number, halfMinutes / 120, halfMinutes / 2 % 60, halfMinutes % 2,
+                                 static_cast<unsigned>(c.frameDay), static_cast<unsigned>(c.tb), slot);
+        }
+        check();
+        // Decoded: by the stream's time, by the message's own date, and with tb in full.
+        Host::GlonassDecodedEphemeride record;
+        record.ephemeride.slot = 4;
+        record.ephemeride.posn.tb = c.tb * 900.0;
+        record.ephemeride.posn.frameTime = halfMinutes * 30.0;
+        for (const bool hasDay : {false, true}) {
+            record.ephemeride.posn.day = hasDay ? c.frameDay : 0;
+            RecordMaker dated(records_);
+            dated.OnTime(frame + Corvane::Time(40.0));
+            dated.OnEphemeride(record);
+            check();
+        }
+        for (const int how : {0, 1}) {
+            RecordMaker undated(records_);
+            record.fourYears = c.fourYears;
+            const double tb = Corvane::modulo(c.tb * 900.0 - 10800.0 + 18.0, 86400.0);
+            if (how == 1) record.reference = frame.ResolveTo(Corvane::Time(tb), Corvane::Time(86400.0));
+            undated.OnEphemeride(record);
+            check();
+        }
+    }
+    // A frame of another day than the stream's is nobody's.
+    const GPSTime frame = midnight(2023, 6, 29);
+    for (const int number : {1, 2, 3, 4}) {
+        maker_.OnTime(frame + Corvane::Time(2.0 * number));
+        SendEphemerideString(number, 0, 0, 0, 1275, 1);
+    }
+    EXPECT_TRUE(records_.glonass.empty());
+    EXPECT_EQ(maker_.GetNmrRefused(), 1);
 }
 
 TEST_F(RecordMakerTest, MakesGlonassAlmanacsOfOneFrame) {

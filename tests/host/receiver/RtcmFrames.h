@@ -1,13 +1,9 @@
-// Frames of RTCM 3 made by hand, and a sink that keeps what comes of them.
+// Frames of RTCM 3 made by hand.
 #pragma once
 
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
-
-#include "host/receiver/ReceiverSink.h"
-#include "host/receiver/RtcmDecoder.h"
 
 namespace tests {
 
@@ -49,25 +45,6 @@ inline std::string MakeFrame(const std::string& payload) {
     for (const unsigned shift : {16U, 8U, 0U}) frame += static_cast<char>((crc >> shift) & 0xFFU);
     return frame;
 }
-
-struct RtcmSink : Host::ReceiverSink {
-    std::vector<GNSS::GPSTime> times;
-    std::vector<GNSS::MeasSet> sets;
-    std::vector<Host::GPSDecodedEphemeride> gps;
-    std::vector<Host::GlonassDecodedEphemeride> glonass;
-    std::vector<Host::StationPosition> stations;
-    std::vector<int> leapSeconds;
-
-    [[nodiscard]] std::size_t NmrCalls() const {
-        return times.size() + sets.size() + gps.size() + glonass.size() + stations.size() + leapSeconds.size();
-    }
-    void OnTime(const GNSS::GPSTime& t) override { times.push_back(t); }
-    void OnMeasurements(const GNSS::MeasSet& set) override { sets.push_back(set); }
-    void OnEphemeride(const Host::GPSDecodedEphemeride& r) override { gps.push_back(r); }
-    void OnEphemeride(const Host::GlonassDecodedEphemeride& r) override { glonass.push_back(r); }
-    void OnStation(const Host::StationPosition& s) override { stations.push_back(s); }
-    void OnLeapSeconds(int seconds) override { leapSeconds.push_back(seconds); }
-};
 
 // 1001 or 1002 of one satellite: range in steps of 0.02 m without its milliseconds, phase minus range in 0.0005 m.
 struct GPSFrame {

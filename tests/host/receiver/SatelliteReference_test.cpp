@@ -2,18 +2,13 @@
 // sat_gps_2010182.csv, sat_glo_2009091.csv and sat_esbc_2020177.csv (RTKLIB 2.4.3 b34, confirmed by GNSSTk 14.3.0 and
 // libswiftnav; their README tells how they were made).
 #include <cmath>
-#include <fstream>
-#include <map>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "gnss/ephemeris/GPSOrbitModel.h"
-#include "gnss/platform/TextIO.h"
 #include "host/cli/Inputs.h"
-#include "host/receiver/RinexNavigation.h"
+#include "tests/host/receiver/ReferenceRinex.h"
 #include "tests/support/TestData.h"
 
 namespace {
@@ -26,36 +21,10 @@ using Host::RinexNavigation;
 // is the newer one of WGS 84.
 constexpr double ReferenceGravity = 3.986005e14;
 
-// The rows of a table, each by column name without its unit remarks; empty fields are kept.
-class Table {
-public:
-    explicit Table(const std::string& path) {
-        std::ifstream file(path);
-        std::string line;
-        std::getline(file, line);
-        const auto names = Split(line);
-        while (std::getline(file, line)) {
-            const auto fields = Split(line);
-            std::map<std::string, std::string>& row = rows_.emplace_back();
-            for (std::size_t i = 0; i < names.size() && i < fields.size(); ++i) row[names[i]] = fields[i];
-        }
-    }
-    [[nodiscard]] const std::vector<std::map<std::string, std::string>>& Rows() const { return rows_; }
-
-private:
-    static std::vector<std::string> Split(const std::string& line) {
-        std::vector<std::string> fields;
-        std::istringstream stream(line);
-        for (std::string field; std::getline(stream, field, ',');) fields.push_back(field);
-        return fields;
-    }
-    std::vector<std::map<std::string, std::string>> rows_;
-};
-
-using Row = std::map<std::string, std::string>;
+using tests::Row;
 
 double Number(const Row& row, const std::string& name) {
-    return Corvane::TextIO::ToDouble(row.at(name));
+    return tests::Number(row.at(name));
 }
 
 int Week(const Row& row) {
@@ -139,13 +108,6 @@ void CompareGlonass(const RinexNavigation& navigation, const Row& row, const std
     ADD_FAILURE() << "no record for " << row.at("sat") << " tb " << row.at("toe_tow_s_GPST");
 }
 
-RinexNavigation Read(const std::string& path) {
-    RinexNavigation navigation;
-    Host::FileError error;
-    EXPECT_TRUE(navigation.Read(path, error)) << error.Print();
-    return navigation;
-}
-
 void Print(const char* what, const Outcome& outcome) {
     std::cout << what << ": " << outcome.compared << " rows, largest difference " << outcome.posn << " m, "
               << outcome.vely << " m/s, " << outcome.clock << " s; with the public constant " << outcome.published
@@ -170,10 +132,10 @@ void ExpectGlonass(const Outcome& near, const Outcome& far) {
 TEST(SatelliteReference, GPS2010) {
     GNSS_REQUIRE_TEST_DATA(table, "reference/sat_gps_2010182.csv");
     GNSS_REQUIRE_TEST_DATA(file, "data/brdc1820.10n");
-    const RinexNavigation navigation = Read(file);
-    const Table rows(table);
+    const RinexNavigation navigation = tests::ReadNavigation(file);
+    const auto rows = tests::ReadTable(table);
     Outcome outcome;
-    for (const Row& row : rows.Rows()) CompareGPS(navigation, row, "iode", outcome);
+    for (const Row& row : rows) CompareGPS(navigation, row, "iode", outcome);
     Print("GPS 2010", outcome);
     EXPECT_EQ(outcome.compared, 3072);
     ExpectGPS(outcome);
@@ -182,12 +144,12 @@ TEST(SatelliteReference, GPS2010) {
 TEST(SatelliteReference, Glonass2009) {
     GNSS_REQUIRE_TEST_DATA(table, "reference/sat_glo_2009091.csv");
     GNSS_REQUIRE_TEST_DATA(file, "data/brdc0910.09g");
-    const RinexNavigation navigation = Read(file);
-    const Table rows(table);
+    const RinexNavigation navigation = tests::ReadNavigation(file);
+    const auto rows = tests::ReadTable(table);
     Outcome near;
     Outcome far;
     Host::LeapRule().SetFor(GPSTime(1525, 259200.0));
-    for (const Row& row : rows.Rows()) {
+    for (const Row& row : rows) {
         if (row.at("bx_m_PZ90").empty()) {
             ++near.withoutRecord;
         } else {
@@ -203,13 +165,13 @@ TEST(SatelliteReference, Glonass2009) {
 TEST(SatelliteReference, BothSystems2020) {
     GNSS_REQUIRE_TEST_DATA(table, "reference/sat_esbc_2020177.csv");
     GNSS_REQUIRE_TEST_DATA(file, "data/ESBC00DNK_R_20201770000_01D_MN.rnx.gz");
-    const RinexNavigation navigation = Read(file);
-    const Table rows(table);
+    const RinexNavigation navigation = tests::ReadNavigation(file);
+    const auto rows = tests::ReadTable(table);
     Outcome gps;
     Outcome near;
     Outcome far;
     Host::LeapRule().SetFor(GPSTime(2111, 345600.0));
-    for (const Row& row : rows.Rows()) {
+    for (const Row& row : rows) {
         const bool isGPS = row.at("sat")[0] == 'G';
         if (row.at("bx_m").empty()) {
             ++(isGPS ? gps : near).withoutRecord;

@@ -1,4 +1,6 @@
 // UBX messages made by hand: what the logs do not hold, and what a noisy line makes of them.
+#include "host/receiver/UbxDecoder.h"
+
 #include <cmath>
 #include <limits>
 #include <string>
@@ -6,28 +8,27 @@
 #include <gtest/gtest.h>
 
 #include "host/receiver/UbxKinds.h"
+#include "tests/host/receiver/ReceiverRecording.h"
 #include "tests/host/receiver/UbxFrames.h"
 
 namespace {
 
 using GNSS::GPSMeas;
 using GNSS::GPSTime;
-using tests::UbxPayload;
-using tests::UbxRun;
+using tests::Bytes;
+using tests::UbxFrame;
+using UbxRun = tests::Run<Host::UbxDecoder>;
 namespace UbxKinds = Host::UbxKinds;
 
 // 0x7: time of week, week and leap seconds valid.
 std::string TimeGPS(int week, std::uint32_t ms, unsigned valid = 0x7, int leap = 18) {
-    return UbxPayload(16)
-        .Put(0, ms)
-        .Put(8, static_cast<std::int16_t>(week))
-        .Put(10, static_cast<std::int8_t>(leap))
-        .Put(11, static_cast<std::uint8_t>(valid))
-        .Frame(UbxKinds::NavTIMEGPS);
+    Bytes payload(16);
+    payload.Put(0, ms).Put(8, static_cast<std::int16_t>(week)).Put(10, static_cast<std::int8_t>(leap));
+    return UbxFrame(UbxKinds::NavTIMEGPS, payload.Put(11, static_cast<std::uint8_t>(valid)));
 }
 
 std::string DOP(std::uint32_t ms) {
-    return UbxPayload(18).Put(0, ms).Put(4, std::uint16_t{123}).Frame(UbxKinds::NavDOP);
+    return UbxFrame(UbxKinds::NavDOP, Bytes(18).Put(0, ms).Put(4, std::uint16_t{123}));
 }
 
 struct Signal {
@@ -39,7 +40,7 @@ struct Signal {
 };
 
 std::string RAWX(double seconds, const std::vector<Signal>& signals, int week = 2300) {
-    UbxPayload payload(16 + 32 * signals.size());
+    Bytes payload(16 + 32 * signals.size());
     payload.Put(0, seconds).Put(8, static_cast<std::uint16_t>(week));
     payload.Put(11, static_cast<std::uint8_t>(signals.size())).Put(13, std::uint8_t{1});
     std::size_t at = 16;
@@ -52,16 +53,16 @@ std::string RAWX(double seconds, const std::vector<Signal>& signals, int week = 
         payload.Put(at + 30, static_cast<std::uint8_t>(s.tracking));
         at += 32;
     }
-    return payload.Frame(UbxKinds::RxmRAWX);
+    return UbxFrame(UbxKinds::RxmRAWX, payload);
 }
 
 std::string SFRBX(int system, int number, std::size_t nmrWords, int signal = 0, int words = -1) {
-    UbxPayload payload(8 + 4 * nmrWords);
+    Bytes payload(8 + 4 * nmrWords);
     payload.Put(0, static_cast<std::uint8_t>(system)).Put(1, static_cast<std::uint8_t>(number));
     payload.Put(2, static_cast<std::uint8_t>(signal)).Put(3, std::uint8_t{9});
     payload.Put(4, static_cast<std::uint8_t>(words < 0 ? nmrWords : static_cast<std::size_t>(words)));
     for (std::size_t i = 0; i < nmrWords; ++i) payload.Put(8 + 4 * i, 0x22C00000U + static_cast<std::uint32_t>(i));
-    return payload.Frame(UbxKinds::RxmSFRBX);
+    return UbxFrame(UbxKinds::RxmSFRBX, payload);
 }
 
 TEST(UbxDecoder, AcceptsRefusesOrCountsOnly) {
@@ -99,9 +100,9 @@ TEST(UbxDecoder, AcceptsRefusesOrCountsOnly) {
         {"time of no week, said to be valid", TimeGPS(0, 1000), false, ""},
         {"time of week beyond", TimeGPS(2300, 604800000), false, ""},
         {"DOP without a week", DOP(1000), true, "f"},
-        {"too short", UbxPayload(17).Frame(UbxKinds::NavDOP), false, ""},
-        {"empty", UbxPayload(0).Frame(UbxKinds::NavPVT), false, ""},
-        {"unknown", UbxPayload(3).Frame(0x0A3F), true, ""},
+        {"too short", UbxFrame(UbxKinds::NavDOP, Bytes(17)), false, ""},
+        {"empty", UbxFrame(UbxKinds::NavPVT, Bytes(0)), false, ""},
+        {"unknown", UbxFrame(0x0A3F, Bytes(3)), true, ""},
     };
     for (const auto& c : cases) {
         const UbxRun run(c.message);
@@ -126,18 +127,18 @@ TEST(UbxDecoder, DatesBySecondsOfTheWeek) {
     EXPECT_EQ(run.said.order, "tltftfftf");
 
     // The date of UTC across the end of the GPS week, which comes 18 s before midnight.
-    UbxPayload pvt(92);
+    Bytes pvt(92);
     pvt.Put(0, std::uint32_t{5000}).Put(4, std::uint16_t{2024}).Put(6, std::uint8_t{2}).Put(7, std::uint8_t{3});
     pvt.Put(8, std::uint8_t{23}).Put(9, std::uint8_t{59}).Put(10, std::uint8_t{47}).Put(11, std::uint8_t{0x3});
     pvt.Put(20, std::uint8_t{4}).Put(28, std::int32_t{-900000000});
-    const UbxRun dated(pvt.Frame(UbxKinds::NavPVT));
+    const UbxRun dated(UbxFrame(UbxKinds::NavPVT, pvt));
     ASSERT_EQ(dated.said.fixes.size(), 1U);
     EXPECT_EQ(dated.said.fixes[0].time, GPSTime(2300, 5.0));
     EXPECT_EQ(dated.said.fixes[0].type, 3);
     EXPECT_EQ(dated.said.fixes[0].latitude, -90.0);
-    for (const auto& wrong : {UbxPayload(pvt).Put(7, std::uint8_t{30}), UbxPayload(pvt).Put(8, std::uint8_t{24}),
-                              UbxPayload(pvt).Put(20, std::uint8_t{6}), UbxPayload(pvt).Put(28, -900000001)}) {
-        EXPECT_EQ(UbxRun(wrong.Frame(UbxKinds::NavPVT)).said.order, "");
+    for (const auto& wrong : {Bytes(pvt).Put(7, std::uint8_t{30}), Bytes(pvt).Put(8, std::uint8_t{24}),
+                              Bytes(pvt).Put(20, std::uint8_t{6}), Bytes(pvt).Put(28, -900000001)}) {
+        EXPECT_EQ(UbxRun(UbxFrame(UbxKinds::NavPVT, wrong)).said.order, "");
     }
 }
 
@@ -206,25 +207,10 @@ TEST(UbxDecoder, OneSatelliteOfSeveralSignals) {
     EXPECT_EQ(run.said.sets[0].GetGlonass().GetSV(0).GetId(), 3);
 }
 
-// A message between two others is damaged: nothing of it is told, and the others are.
 TEST(UbxDecoder, LosesNothingButTheDamagedMessage) {
     const std::string before = TimeGPS(2300, 1000);
-    const std::string message = RAWX(2.0, {{}, {.number = 6}});
-    const std::string after = SFRBX(0, 7, 10) + TimeGPS(2300, 3000);
-    for (std::size_t at = 0; at < message.size(); ++at) {
-        for (const unsigned flip : {0x01U, 0x80U, 0xFFU}) {
-            std::string damaged = message;
-            damaged[at] = static_cast<char>(static_cast<unsigned char>(damaged[at]) ^ flip);
-            for (const std::size_t piece : {std::size_t{5}, std::string::npos}) {
-                const UbxRun run(before + damaged + after, piece);
-                ASSERT_EQ(run.said.order, "tlgt") << at << ' ' << flip;
-                EXPECT_EQ(run.said.times.back(), GPSTime(2300, 3.0));
-                EXPECT_EQ(run.Counts().skipped, static_cast<std::int64_t>(message.size()));
-            }
-        }
-        const UbxRun run(before + message.substr(0, at) + after);
-        ASSERT_EQ(run.said.order, "tlgt") << "cut at " << at;
-    }
+    tests::ExpectDamageCostsOneMessage<Host::UbxDecoder>(before, RAWX(2.0, {{}, {.number = 6}}),
+                                                         SFRBX(0, 7, 10) + TimeGPS(2300, 3000));
     // Noise that looks like the start of a message longer than any holds nothing back.
     tests::ReceiverRecording said;
     Host::UbxDecoder decoder(said);
