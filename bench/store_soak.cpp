@@ -74,7 +74,8 @@ private:
         record.posn.e = 0.01;
         record.posn.i0 = Angle::FromDegrees(55.0);
         record.posn.Omega0 = Angle::FromDegrees(prn % 6 * 60.0);
-        record.posn.M0 = Angle::FromDegrees(prn * 11.0 + static_cast<double>(second / GPSIssue) * 60.0);
+        const std::int64_t issue = second / GPSIssue;
+        record.posn.M0 = Angle::FromDegrees(prn * 11.0 + static_cast<double>(issue % 6) * 60.0);
         record.status.SetHealth(0);
         Send(record);
     }
@@ -182,7 +183,7 @@ public:
 private:
     static constexpr double Megabyte = 1024.0 * 1024.0;
     // The allocator and the pages of the first file save settle within this.
-    static constexpr std::int64_t MayGrow = 1 << 20;
+    static constexpr std::int64_t MayGrow = std::int64_t{1} << 20;
 
     static void SetClock(std::int64_t second) { Corvane::Clock::SetTo((Sky::At(second) - Time(Leap)).GetTimeDate()); }
 
