@@ -197,7 +197,7 @@ private:
             if (second % Frame != 0) continue;
             notes_.Update(Sky::At(second).GetTimeDate(), MakeNotes(second));
             // The first frames are on their way until all satellites have had their turn.
-            if (second >= 2 * Frame) Ask(second);
+            if (second - Frame >= Frame) Ask(second);
             if (second % 3600 == 0) Visit();
         }
     }
