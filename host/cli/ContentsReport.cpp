@@ -87,6 +87,8 @@ void WriteSummary(const LogReport& report, Sink& sink) {
              {counts.checksumFailures, "messages have a wrong checksum"},
              {counts.GetNmrRefused(), "messages refused: a good checksum, but contents that cannot be"},
              {nmrUndated, "epochs of measurements dropped: the stream had not told their date"},
+             {report.decoder != nullptr ? report.decoder->GetNmrOfOthers() : 0,
+              "messages of measurements left out: another station is followed"},
              {maker.GetNmrWaiting(), "records left out: the stream has not told their date"},
              {maker.GetNmrUndatable(), "records and strings dropped before the stream told its date"},
              {maker.GetNmrParityFailures() + maker.GetNmrHammingFailures(), "subframes and strings fail their parity"},
@@ -117,13 +119,14 @@ void WriteLogRow(const LogReport& report, Form form, Sink& sink) {
                   {"waiting", ""},
                   {"undatable", ""},
                   {"bad words", ""},
-                  {"bad records", ""}},
+                  {"bad records", ""},
+                  {"other stations", ""}},
                  sink);
     log.Write({std::string_view(report.format), report.bytes, counts.skipped, counts.checksumFailures,
                counts.GetNmrMessages(), counts.GetNmrRefused(), time(first), time(last), contents.GetNmrEpochs(),
                report.decoder != nullptr ? report.decoder->GetNmrUndated() : 0, maker.GetNmrWaiting(),
                maker.GetNmrUndatable(), maker.GetNmrParityFailures() + maker.GetNmrHammingFailures(),
-               maker.GetNmrRefused()});
+               maker.GetNmrRefused(), report.decoder != nullptr ? report.decoder->GetNmrOfOthers() : 0});
 }
 
 }  // namespace

@@ -63,7 +63,7 @@ public:
         RecordMaker& maker = contents_.Maker();
         // A stream that has told no time is dated as a whole.
         if (!maker.GetClock().GetTime() && request_.date && maker.GetNmrWaiting() > 0) maker.OnTime(*request_.date);
-        if (!maker.GetClock().GetTime())
+        if (!maker.GetClock().GetTime() && !contents_.GetFirst())
             Complain(file_ + ": tells no time by which it could be dated; --date helps where it tells a part");
         if (const auto& jump = contents_.GetJump()) {
             Complain(fmt::format("{}: its time jumps from {} to {}{}", file_, PrintTime(jump->first),
@@ -150,7 +150,8 @@ void AddDecodeCommand(CLI::App& program, int& exitCode) {
         "In csv and ndjson: skipped bytes belong to no message; refused messages have a good checksum but say what\n"
         "cannot be; undated epochs and undatable records were given up before the stream told its date, waiting\n"
         "records are those still without one at the end; bad words fail the parity of the satellite's message; bad\n"
-        "records are made of parts that do not belong together.");
+        "records are made of parts that do not belong together, contradict the stream's time or say what cannot be;\n"
+        "messages of other stations (RTCM 3) are left out.");
     command->callback([=, &exitCode] {
         options->hasDate = date->count() > 0;
         exitCode = Run(*options);

@@ -17,7 +17,7 @@ namespace Host {
 namespace {
 
 bool ReadText(std::string_view text, LogReader& reader) {
-    const DetectedFormat detected = DetectFormat(text.substr(0, DetectionSize));
+    const DetectedFormat detected = DetectFormat(text);
     if (detected.format == StreamFormat::RinexNavigation) return reader.TakeNavigation(text);
     if (!reader.Begin(detected, text.empty())) return false;
     constexpr std::size_t Piece = std::size_t{64} * 1024;
@@ -68,12 +68,14 @@ bool ReadStandardInput(LogReader& reader) {
         if (isFile && piece.empty()) return ReadWhole(beginning, reader);
         if (isFile && beginning.size() > FileText::MaxInflated) return Complain("standard input: too large"), false;
         const bool isAll = piece.empty() || beginning.size() >= DetectionSize;
-        if (isFile || (!isAll && beginning.size() < nextLook)) continue;
+        if (isFile || (!piece.empty() && beginning.size() < nextLook)) continue;
         nextLook = 2 * beginning.size();
         const DetectedFormat detected = DetectFormat(beginning);
         isFile = detected.format == StreamFormat::RinexNavigation;
         if (isFile && piece.empty()) return ReadWhole(beginning, reader);
         if (isFile || (!isAll && detected.messages < Enough)) continue;
+        const bool isNothing = detected.format == StreamFormat::Unknown;
+        if (isNothing && !piece.empty() && beginning.size() < FileText::MaxInflated) continue;
         if (!reader.Begin(detected, beginning.empty())) return false;
         break;
     }
@@ -106,7 +108,7 @@ bool IsReadOnce(const std::vector<std::string>& paths) {
 
 std::string DescribeUnread(StreamFormat format, bool isEmpty, std::string_view command) {
     if (isEmpty) return ": is empty";
-    if (format == StreamFormat::Unknown) return ": no messages of UBX, NovAtel OEM or RTCM 3 in its beginning";
+    if (format == StreamFormat::Unknown) return ": no messages of UBX, NovAtel OEM or RTCM 3";
     if (format == StreamFormat::Sp3) return ": an SP3 file; gnss compare reads it";
     return fmt::format(": a {} file, which gnss {} does not read", Name(format), command);
 }

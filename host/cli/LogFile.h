@@ -20,7 +20,7 @@ public:
     LogReader& operator=(const LogReader&) = delete;
     virtual ~LogReader() = default;
 
-    // Takes the format found in the beginning of a stream's bytes, which come next, and then their end. False, with the
+    // Takes the format found in the bytes of a stream, which come next, and then their end. False, with the
     // reason on standard error, when it is none that comes as a stream.
     [[nodiscard]] virtual bool Begin(const DetectedFormat& detected, bool isEmpty) = 0;
     virtual void Feed(std::string_view bytes) = 0;

@@ -43,12 +43,18 @@ void StreamContents::OnTime(const GPSTime& time) {
     maker_.OnTime(time);
 }
 
+void StreamContents::Hear() {
+    if (const auto& now = maker_.GetClock().GetTime()) heard_.Extend(*now);
+}
+
 void StreamContents::OnSubframe(const GPSSubframe& subframe) {
+    Hear();
     if (subframe.prn.IsValid()) ++satellites_[{'G', subframe.prn}].subframes;
     maker_.OnSubframe(subframe);
 }
 
 void StreamContents::OnString(const GlonassString& string) {
+    Hear();
     if (string.slot.IsValid()) ++satellites_[{'R', string.slot}].strings;
     maker_.OnString(string);
 }
@@ -63,7 +69,7 @@ void StreamContents::CountMeasured(char system, const Set& set) {
 
 void StreamContents::OnMeasurements(const GNSS::MeasSet& set) {
     ++nmrEpochs_;
-    epochs_.Extend(set.GetGPSTime());
+    heard_.Extend(set.GetGPSTime());
     CountMeasured('G', set.GetGPS());
     CountMeasured('R', set.GetGlonass());
 }

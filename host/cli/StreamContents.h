@@ -40,15 +40,16 @@ public:
     StreamContents(LeapRule& leaps, TakeRecord take) : leaps_(leaps), take_(std::move(take)), maker_(*this) {}
 
     void OnTime(const GNSS::GPSTime& time) override;
+    void OnTimeLost() override { maker_.OnTimeLost(); }
     // The same for the time of a record that comes from elsewhere; it makes nothing.
     void TakeTime(const GNSS::GPSTime& time);
     void OnLeapSeconds(int seconds) override { maker_.OnLeapSeconds(seconds); }
     void OnSubframe(const GPSSubframe& subframe) override;
     void OnString(const GlonassString& string) override;
-    void OnEphemeride(const GPSDecodedEphemeride& record) override { maker_.OnEphemeride(record); }
-    void OnEphemeride(const GlonassDecodedEphemeride& record) override { maker_.OnEphemeride(record); }
-    void OnIono(const GNSS::Almanac::Iono& record) override { maker_.OnIono(record); }
-    void OnUTC(const GNSS::Almanac::UTC& record) override { maker_.OnUTC(record); }
+    void OnEphemeride(const GPSDecodedEphemeride& record) override { Pass(record, &ReceiverSink::OnEphemeride); }
+    void OnEphemeride(const GlonassDecodedEphemeride& record) override { Pass(record, &ReceiverSink::OnEphemeride); }
+    void OnIono(const GNSS::Almanac::Iono& record) override { Pass(record, &ReceiverSink::OnIono); }
+    void OnUTC(const GNSS::Almanac::UTC& record) override { Pass(record, &ReceiverSink::OnUTC); }
     void OnMeasurements(const GNSS::MeasSet& set) override;
 
     void OnRecord(const GNSS::GPSEphemeride& record) override;
@@ -63,14 +64,10 @@ public:
     // By kind.
     [[nodiscard]] const std::map<std::string, Records>& GetRecords() const { return records_; }
     [[nodiscard]] std::int64_t GetNmrEpochs() const { return nmrEpochs_; }
-    // The earliest and the latest epoch, or, where nothing is measured, time that the stream told; nothing when it told
-    // none.
-    [[nodiscard]] const std::optional<GNSS::GPSTime>& GetFirst() const {
-        return (nmrEpochs_ > 0 ? epochs_ : told_).first;
-    }
-    [[nodiscard]] const std::optional<GNSS::GPSTime>& GetLast() const {
-        return (nmrEpochs_ > 0 ? epochs_ : told_).last;
-    }
+    // The stream's time at the first and the last epoch of measurements, subframe, string and record, by time; where
+    // there are none, the earliest and the latest time that it told; nothing when it told none.
+    [[nodiscard]] const std::optional<GNSS::GPSTime>& GetFirst() const { return (heard_.first ? heard_ : told_).first; }
+    [[nodiscard]] const std::optional<GNSS::GPSTime>& GetLast() const { return (heard_.first ? heard_ : told_).last; }
     // The first step of more than a day between two times that the stream told.
     [[nodiscard]] const std::optional<std::pair<GNSS::GPSTime, GNSS::GPSTime>>& GetJump() const { return jump_; }
     [[nodiscard]] RecordMaker& Maker() { return maker_; }
@@ -85,6 +82,14 @@ private:
     // What tells a record from its repeats: system, satellite, and two numbers of its contents.
     using Key = std::tuple<const char*, int, double, double>;
 
+    // Passes on what came decoded.
+    template <typename Record>
+    void Pass(const Record& record, void (ReceiverSink::*call)(const Record&)) {
+        Hear();
+        (static_cast<ReceiverSink&>(maker_).*call)(record);
+    }
+    // Something is heard now.
+    void Hear();
     void CountRecord(const char* kind, int satellite, double a, double b);
     template <typename Set>
     void CountMeasured(char system, const Set& set);
@@ -97,7 +102,7 @@ private:
     std::set<Key> seen_;
     std::int64_t nmrEpochs_ = 0;
     Span told_;
-    Span epochs_;
+    Span heard_;
     std::optional<std::pair<GNSS::GPSTime, GNSS::GPSTime>> jump_;
 };
 

@@ -48,4 +48,35 @@ inline constexpr auto Tables = [] {
 }
 static_assert(Crc24q("123456789") == 0xCDE703);
 
+// For OverlappingRuns, of runs up to the longest frame of RTCM 3.
+struct Crc24qRuns {
+    using Sum = std::uint32_t;
+    static Sum Of(std::string_view run) { return Crc24q(run); }
+    static constexpr Sum Step(Sum sum, char c) {
+        return ((sum << 8U) ^ (Crc24qTables::Tables[0][(sum >> 16U) ^ static_cast<unsigned char>(c)] >> 8U)) &
+               0xFFFFFFU;
+    }
+    // The sum of the bytes before, carried on over n zeros: times x to the 8 n, modulo the polynomial.
+    static constexpr Sum Between(Sum a, Sum b, std::size_t n) {
+        const Sum power = Powers[n];
+        Sum carried = 0;
+        for (unsigned bit = 24; bit-- > 0;) {
+            carried = (carried << 1U) ^ ((carried & 0x800000U) != 0 ? 0x1864CFBU : 0U);
+            if ((power >> bit & 1U) != 0) carried ^= a;
+        }
+        return carried ^ b;
+    }
+
+private:
+    static constexpr auto Powers = [] {
+        std::array<Sum, 1027> powers{1};
+        for (std::size_t n = 1; n < powers.size(); ++n) {
+            powers[n] = powers[n - 1];
+            for (int bit = 0; bit < 8; ++bit)
+                powers[n] = (powers[n] << 1U) ^ ((powers[n] & 0x800000U) != 0 ? 0x1864CFBU : 0U);
+        }
+        return powers;
+    }();
+};
+
 }  // namespace Host

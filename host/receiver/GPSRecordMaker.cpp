@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "host/receiver/GPSOrbit.h"
 #include "host/receiver/GPSParity.h"
 
 namespace Host {
@@ -14,6 +15,9 @@ using GNSS::ICD;
 namespace {
 
 constexpr int ModulusOfPage = 256;  // of the weeks in subframes 4 and 5
+constexpr int ModulusOfSubframe1 = 1024;
+constexpr int MostWeeksOff = 4;  // of the stream's time, where a satellite tells another
+constexpr int PageDataID = 1;    // of GPS almanacs; others are of systems that are built like it
 constexpr double SecondsOfSubframe = 6.0;
 
 // The second of the week at which a subframe began: its hand-over word tells when the next one does. Nothing for a
@@ -26,6 +30,11 @@ std::optional<double> StartOf(const ICD::Subframe& subframe) {
 
 bool IsOfWeek(double seconds) {
     return seconds >= 0.0 && seconds < GPSTime::SecsInWeek;
+}
+
+// Of zeros, as a page or a receiver may have them that knows nothing yet, it would undo all leap seconds.
+bool IsFilled(const Almanac::UTC& utc) {
+    return utc.DN >= 1 && utc.DN <= 7 && utc.DtLS >= 0;
 }
 
 }  // namespace
@@ -53,54 +62,61 @@ void GPSRecordMaker::Add(const GPSSubframe& subframe) {
 
     const ICD::Subframe& page = icd.GetSubframe(id);
     const auto seconds = StartOf(page);
-    if (!page.IsValid() || !seconds) {
+    if (!page.IsValid() || page.GetDataID() != PageDataID || !seconds) {
         ++nmrRefused_;
         return;
     }
     if (type == ICD::AlmanacSubframe4 || type == ICD::AlmanacSubframe5) {
         Page<Almanac::SV> almanac{{}, seconds};
         // Week 0 keeps the seconds of toa as they are.
-        if (!icd.GetAlmanac(almanac.record, 0, id) || almanac.record.toa.GetWeek() != 0) {
+        if (!icd.GetAlmanac(almanac.record, 0, id) || almanac.record.toa.GetWeek() != 0 ||
+            !IsGPSOrbit(almanac.record.sqrtA, almanac.record.e)) {
             ++nmrRefused_;
             return;
         }
         Take(svId - 1, almanac, almanacs_);
     } else if (type == ICD::HealthPage && svId == 51 && id == 5) {
-        TakeAlmanacWeek(page, *seconds);
+        // Page 25 of subframe 5: toa and its week in the third word (IS-GPS-200, figure 20-1 sheet 5).
+        const ICD::Word& word = page.GetWord(3);
+        const double toa = word.GetUnsigned(8, 8) * ICD::AlmanacSF::Toa;
+        Take(0, Page<AlmanacWeek>{{toa, static_cast<int>(word.GetUnsigned(16, 8)), {}}, seconds}, almanacWeeks_);
     } else if (type == ICD::IonoUTC && id == 4) {
         TakeUTCPage(icd, *seconds);
     }
 }
 
 void GPSRecordMaker::TakeEphemeride(GNSS::PRN prn, const ICD& icd) {
-    Page<GPSEphemeride> page{{}, StartOf(icd.GetSubframe(3))};
-    GPSEphemeride& ephemeride = page.record;
+    Subframes subframes;
+    GPSEphemeride& ephemeride = subframes.ephemeride;
     if (!icd.GetEphemerisData(ephemeride)) return;
     // A satellite that changes its issue between two subframes sends parts that do not belong together.
     const int iodeOf3 = static_cast<int>(icd.GetSubframe(3).GetWord(10).GetUnsigned(0, 8));
     const bool isOneIssue =
         ephemeride.posn.IODE == iodeOf3 && ephemeride.posn.IODE == ephemeride.clock.IODC % ModulusOfPage;
-    if (!isOneIssue || !page.seconds || !IsOfWeek(ephemeride.posn.toe) || !IsOfWeek(ephemeride.clock.toc)) {
+    const auto first = StartOf(icd.GetSubframe(1));
+    const auto third = StartOf(icd.GetSubframe(3));
+    if (!isOneIssue || !first || !third || !IsOfWeek(ephemeride.posn.toe) || !IsOfWeek(ephemeride.clock.toc) ||
+        !IsGPSOrbit(ephemeride.posn.sqrtA, ephemeride.posn.e)) {
         ++nmrRefused_;
         return;
     }
     ephemeride.prn = prn;
-    Take(prn - 1, page, ephemerides_);
+    subframes.week = static_cast<int>(icd.GetSubframe(1).GetWord(3).GetUnsigned(0, 10));
+    subframes.first = *first;
+    subframes.third = *third;
+    Take(prn - 1, subframes, ephemerides_);
 }
 
-// Page 25 of subframe 5: toa and its week in the third word (IS-GPS-200, figure 20-1 sheet 5).
-void GPSRecordMaker::TakeAlmanacWeek(const ICD::Subframe& page, double seconds) {
-    if (!clock_.GetTime()) return;
-    const ICD::Word& word = page.GetWord(3);
-    almanacWeek_ = AlmanacWeek{word.GetUnsigned(8, 8) * ICD::AlmanacSF::Toa, static_cast<int>(word.GetUnsigned(16, 8)),
-                               Date(seconds)};
-}
-
+// A page that has never been filled is none of both.
 void GPSRecordMaker::TakeUTCPage(const ICD& icd, double seconds) {
     Page<Almanac::Iono> iono{{}, seconds};
-    if (icd.GetIono(iono.record, 4)) Take(0, iono, iono_);
     Page<Almanac::UTC> utc{{}, seconds};
-    if (icd.GetUTC(utc.record, 0, 4)) Take(0, utc, utc_);
+    if (!icd.GetIono(iono.record, 4) || !icd.GetUTC(utc.record, 0, 4) || !IsFilled(utc.record)) {
+        ++nmrRefused_;
+        return;
+    }
+    Take(0, iono, iono_);
+    Take(0, utc, utc_);
 }
 
 void GPSRecordMaker::Add(const GPSDecodedEphemeride& record) {
@@ -123,6 +139,8 @@ void GPSRecordMaker::Add(const Almanac::UTC& record) {
 
 void GPSRecordMaker::CompleteWaiting() {
     const auto complete = [this](const auto& record) { Complete(record); };
+    // Before what it dates.
+    almanacWeeks_.Release(complete);
     ephemerides_.Release(complete);
     decoded_.Release(complete);
     almanacs_.Release(complete);
@@ -135,10 +153,21 @@ GPSTime GPSRecordMaker::Date(const std::optional<double>& seconds) const {
     return seconds ? now.GetClosest(*seconds) : now;
 }
 
-void GPSRecordMaker::Complete(const Page<GPSEphemeride>& page) {
-    GPSEphemeride ephemeride = page.record;
-    ephemeride.reference = Date(page.seconds);
+void GPSRecordMaker::Complete(const Subframes& subframes) {
+    const GPSTime dated = Date(subframes.first);
+    const int week = ResolveWeek(subframes.week, ModulusOfSubframe1, dated.GetWeek());
+    if (std::abs(week - dated.GetWeek()) > MostWeeksOff) {
+        ++nmrRefused_;
+        return;
+    }
+    GPSEphemeride ephemeride = subframes.ephemeride;
+    ephemeride.reference = GPSTime(week, subframes.first).GetClosest(subframes.third);
     sink_.OnRecord(ephemeride);
+}
+
+void GPSRecordMaker::Complete(const Page<AlmanacWeek>& page) {
+    almanacWeek_ = page.record;
+    almanacWeek_->time = Date(page.seconds);
 }
 
 void GPSRecordMaker::Complete(const Page<Almanac::SV>& page) {
@@ -160,15 +189,13 @@ void GPSRecordMaker::Complete(const Page<Almanac::Iono>& page) {
 
 void GPSRecordMaker::Complete(const Page<Almanac::UTC>& page) {
     Almanac::UTC utc = page.record;
-    // Of zeros, as a page or a receiver may have them that knows nothing yet, it would undo all leap seconds.
-    if (utc.DN < 1 || utc.DN > 7 || utc.DtLS < 0) {
-        ++nmrRefused_;
-        return;
-    }
     utc.time = Date(page.seconds);
     utc.WNt = ResolveWeek(utc.WNt, ModulusOfPage, utc.time.GetWeek());
     utc.WNLSF = ResolveWeek(utc.WNLSF, ModulusOfPage, utc.time.GetWeek());
-    clock_.SetUTC(utc);
+    if (!IsFilled(utc) || !clock_.SetUTC(utc)) {
+        ++nmrRefused_;
+        return;
+    }
     sink_.OnRecord(utc);
 }
 
@@ -178,16 +205,17 @@ void GPSRecordMaker::Complete(const GPSDecodedEphemeride& record) {
     if (record.weekModulus != 0) {
         const GPSTime& now = *clock_.GetTime();
         week = ResolveWeek(week, record.weekModulus, now.GetWeek());
-        // Such a week may be that of the transmission, and toe lie in the next: then it is as good as now.
+        // Such a week may be that of the transmission, and toe lie in the next, across a turn between the two.
         for (const int other : {week - 1, week + 1}) {
             const GPSTime toe(other, ephemeride.posn.toe);
-            if (std::abs((toe - now).Seconds()) < GPSTime::SecsInDay) week = other;
+            const bool isTurn = std::abs(now.GetSeconds() - toe.GetSeconds()) > GPSTime::SecsInWeek / 2.0;
+            if (isTurn && std::abs((toe - now).Seconds()) < GPSTime::SecsInDay) week = other;
         }
     }
     const GPSTime toc = GPSTime(week, ephemeride.posn.toe).GetClosest(ephemeride.clock.toc);
-    const bool isSentNear =
-        record.transmission && std::abs((*record.transmission - toc).Seconds()) <= GPSTime::SecsInDay;
-    ephemeride.reference = isSentNear ? *record.transmission : toc;
+    const std::optional<GPSTime>& sent = record.transmission ? record.transmission : clock_.GetTime();
+    const bool isSentNear = sent && std::abs((*sent - toc).Seconds()) <= GPSTime::SecsInDay;
+    ephemeride.reference = isSentNear ? *sent : toc;
     sink_.OnRecord(ephemeride);
 }
 

@@ -40,21 +40,28 @@ private:
         Record record;
         std::optional<double> seconds;
     };
+    // Of subframes 1 to 3.
+    struct Subframes {
+        GNSS::GPSEphemeride ephemeride;
+        int week = 0;        // of transmission, modulo 1024
+        double first = 0.0;  // s of that week: the start of subframe 1
+        double third = 0.0;  // s of its week: the start of subframe 3
+    };
     // What page 51 of one satellite said last.
     struct AlmanacWeek {
-        double toa = 0.0;  // s
-        int week = 0;      // modulo 256
-        GNSS::GPSTime time;
+        double toa = 0.0;    // s
+        int week = 0;        // modulo 256
+        GNSS::GPSTime time;  // of transmission
     };
 
     void TakeEphemeride(GNSS::PRN prn, const GNSS::ICD& icd);
-    void TakeAlmanacWeek(const GNSS::ICD::Subframe& page, double seconds);
     void TakeUTCPage(const GNSS::ICD& icd, double seconds);
 
     // Completes a record, or lets it wait; the index is from 0.
     template <typename Record, int Places>
     void Take(int index, const Record& record, Waiting<Record, Places>& waiting);
-    void Complete(const Page<GNSS::GPSEphemeride>& page);
+    void Complete(const Subframes& subframes);
+    void Complete(const Page<AlmanacWeek>& page);
     void Complete(const Page<GNSS::Almanac::SV>& page);
     void Complete(const Page<GNSS::Almanac::Iono>& page);
     void Complete(const Page<GNSS::Almanac::UTC>& page);
@@ -68,7 +75,8 @@ private:
     // By PRN; 0 is for pages that come from no particular satellite.
     std::array<GNSS::ICD, static_cast<std::size_t>(Satellites) + 1> icds_;
     std::optional<AlmanacWeek> almanacWeek_;
-    Waiting<Page<GNSS::GPSEphemeride>, Satellites> ephemerides_;
+    Waiting<Page<AlmanacWeek>, 1> almanacWeeks_;
+    Waiting<Subframes, Satellites> ephemerides_;
     Waiting<GPSDecodedEphemeride, Satellites> decoded_;
     Waiting<Page<GNSS::Almanac::SV>, Satellites> almanacs_;
     Waiting<Page<GNSS::Almanac::Iono>, 1> iono_;

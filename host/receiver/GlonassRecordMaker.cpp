@@ -23,6 +23,7 @@ namespace {
 constexpr double SecondsOfFrame = 30.0;
 constexpr double SecondsOfString = 2.0;
 constexpr double SecondsOfDay = GPSTime::SecsInDay;
+constexpr double MostRepeated = 3600.0;  // how old a record is that a receiver still gives, beside a day that is wrong
 
 // The frame, counted from 6 January 1980, of a string that ended at about a Moscow time; of those with a number within
 // the superframe, where that is known.
@@ -31,6 +32,11 @@ std::int64_t FrameOf(double moscow, int string, int number) {
     if (number < 1 || number > ICDGlonass::NmrFrame) return Corvane::ToInt64(std::round(frames));
     const double superframes = (frames - (number - 1)) / ICDGlonass::NmrFrame;
     return Corvane::ToInt64(std::round(superframes)) * ICDGlonass::NmrFrame + (number - 1);
+}
+
+// The Moscow time of its start.
+double StartOf(std::int64_t frame) {
+    return static_cast<double>(frame) * SecondsOfFrame;
 }
 
 // From 1.
@@ -46,6 +52,12 @@ double Nearest(double secondsOfDay, double moscow) {
 // Day of the four-year interval, 1 to 1461, that a Moscow time lies in.
 int DayOf(double moscow) {
     return Almanac::GlonassSV::CalcDayNumber(GPSTime::Start + Corvane::ToInt64(std::floor(moscow / SecondsOfDay)));
+}
+
+// Whether string 4 says by its N_T that the frame is of another day; satellites before GLONASS-M send none.
+bool IsOfOtherDay(const ICDGlonass::String& string4, std::int64_t frame) {
+    const int day = static_cast<int>(string4.GetUnsigned(16, 11));
+    return day != 0 && day != DayOf(StartOf(frame));
 }
 
 bool IsDay(int day) {
@@ -107,13 +119,12 @@ void GlonassRecordMaker::MakeEphemeride(Channel& channel, const GlonassString& s
     Ephemeride ephemeride;
     ephemeride.slot = string.slot;
     if (!channel.icd.GetEphemeride(ephemeride, NumberOf(frame))) return;
-    const double start = static_cast<double>(frame) * SecondsOfFrame;
+    const double start = StartOf(frame);
     // Satellites from GLONASS-M on say their own slot in string 4.
     const ICDGlonass::String& string4 = channel.icd[NumberOf(frame) - 1][3];
     const int own = static_cast<int>(string4.GetUnsigned(11, 5));
     const bool isOther = ephemeride.m.isM && own != 0 && own != string.slot;
-    const bool isOtherDay = ephemeride.posn.day != 0 && ephemeride.posn.day != DayOf(start);
-    if (isOther || isOtherDay || ephemeride.posn.frameTime != std::fmod(start, SecondsOfDay) ||
+    if (isOther || IsOfOtherDay(string4, frame) || ephemeride.posn.frameTime != std::fmod(start, SecondsOfDay) ||
         ephemeride.posn.tb >= SecondsOfDay) {
         ++nmrRefused_;
         return;
@@ -143,11 +154,11 @@ void GlonassRecordMaker::MakeAlmanac(const Channel& channel, std::int64_t frame,
     Almanac::GlonassSV sv;
     sv.slot = Slot(static_cast<int>(even.GetUnsigned(73, 5)));
     if (sv.slot.IsNull() || !icd.GetAlmanac(sv)) return;
-    if (!IsDay(sv.day)) {
+    sv.time = clock_.FromMoscow(StartOf(frame) + SecondsOfString * (odd - 2));
+    if (!IsDay(sv.day) || !sv.IsTimeConsistentWithToI() || (isOfFrame(4) && IsOfOtherDay(received[3], frame))) {
         ++nmrRefused_;
         return;
     }
-    sv.time = clock_.FromMoscow(static_cast<double>(frame) * SecondsOfFrame + SecondsOfString * (odd - 2));
     sink_.OnRecord(sv);
 }
 
@@ -177,9 +188,18 @@ void GlonassRecordMaker::Complete(const GlonassDecodedEphemeride& record) {
             frame = *full;
         } else {
             frame = Nearest(posn.frameTime, clock_.ToMoscow(*clock_.GetTime()));
-            if (IsDay(posn.day)) frame += DaysTo(posn.day, DayOf(frame)) * SecondsOfDay;
+            if (IsDay(posn.day) && std::abs(DaysTo(posn.day, DayOf(frame))) == 1)
+                frame += DaysTo(posn.day, DayOf(frame)) * SecondsOfDay;
         }
         tb = Nearest(posn.tb, frame);
+    }
+    // By the time of the stream, or of its decoder, and by its own.
+    const bool isOtherDay = IsDay(posn.day) && std::abs(DaysTo(posn.day, DayOf(frame))) > 1;
+    const bool isOtherTime =
+        clock_.GetTime() && std::abs(frame - clock_.ToMoscow(*clock_.GetTime())) > SecondsOfDay + MostRepeated;
+    if (isOtherDay || isOtherTime) {
+        ++nmrRefused_;
+        return;
     }
     CompleteWords(tb, ephemeride);
     ephemeride.reference = clock_.FromMoscow(frame);

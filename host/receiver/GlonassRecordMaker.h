@@ -18,7 +18,7 @@ namespace Host {
 // within the frame. A string belongs to the frame that the stream's time says, when it arrives within 15 s of its own
 // end; where the source tells the frame's number, within 75 s. An ephemeride is made only of strings 1 to 4 of one
 // frame that begins when its own t_k and N_T say, an almanac only of two successive strings of a frame with that
-// frame's string 5.
+// frame's string 5, and where N_T of the frame's string 4 agrees.
 class GlonassRecordMaker {
 public:
     GlonassRecordMaker(const StreamClock& clock, RecordSink& sink) : clock_(clock), sink_(sink) {}

@@ -24,6 +24,7 @@ constexpr std::size_t ShortHeader = 12;
 constexpr std::size_t Checksum = 4;
 
 // The header's status of its time.
+constexpr unsigned Coarse = 100;  // from here on the week is known
 constexpr unsigned Fine = 160;
 constexpr unsigned SatTime = 200;
 // Of the header's byte about the kind of message: the format, which is binary when 0, whether it is an answer, and
@@ -32,11 +33,11 @@ constexpr unsigned FormatOrAnswer = 0x60 | 0x80;
 constexpr unsigned Source = 0x1F;
 constexpr unsigned SecondAntenna = 1;
 
-// CRC-32 with a register that begins with zeros and is not inverted at the end; zlib's inverts at both.
-std::uint32_t CalcChecksum(std::string_view bytes) {
+// Goes on from a register; zlib's is inverted at both ends.
+std::uint32_t CarryOn(std::uint32_t sum, std::string_view bytes) {
     constexpr std::uint32_t Ones = 0xFFFFFFFF;
     return static_cast<std::uint32_t>(
-               crc32(Ones, reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uInt>(bytes.size()))) ^
+               crc32(sum ^ Ones, reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uInt>(bytes.size()))) ^
            Ones;
 }
 
@@ -73,6 +74,18 @@ constexpr std::array<std::pair<std::uint16_t, std::string_view>, 47> Names{{
 
 }  // namespace
 
+std::uint32_t OemDecoder::Crc::Of(std::string_view run) {
+    return CarryOn(0, run);
+}
+
+std::uint32_t OemDecoder::Crc::Step(Sum sum, char c) {
+    return CarryOn(sum, {&c, 1});
+}
+
+std::uint32_t OemDecoder::Crc::Between(Sum before, Sum all, std::size_t n) {
+    return static_cast<std::uint32_t>(crc32_combine(before, all, static_cast<z_off_t>(n)));
+}
+
 std::string OemDecoder::GetKindName(std::uint32_t kind) const {
     const auto* const found =
         std::find_if(Names.begin(), Names.end(), [kind](const auto& name) { return name.first == kind; });
@@ -89,7 +102,7 @@ std::size_t OemDecoder::FindStart(std::string_view bytes) const {
     return bytes.size();
 }
 
-StreamDecoder::Frame OemDecoder::Inspect(std::string_view bytes) const {
+StreamDecoder::Frame OemDecoder::Inspect(std::string_view bytes) {
     Frame frame;
     frame.state = Frame::State::Incomplete;
     // The short header tells all by its sixth byte, the long one by its tenth.
@@ -100,10 +113,12 @@ StreamDecoder::Frame OemDecoder::Inspect(std::string_view bytes) const {
     if (!IsShort(bytes)) {
         if (third < LongHeader) return {};
         if (bytes.size() < 10) return frame;
-        content = third + in.Get<std::uint16_t>(8);
+        const std::size_t body = in.Get<std::uint16_t>(8);
+        if (body > MaxBody) return {};
+        content = third + body;
     }
     if (bytes.size() < content + Checksum) return frame;
-    if (CalcChecksum(bytes.substr(0, content)) != in.Get<std::uint32_t>(content)) {
+    if (!runs_.Has(bytes.substr(0, content), in.Get<std::uint32_t>(content))) {
         frame.state = Frame::State::BadChecksum;
         return frame;
     }
@@ -126,6 +141,7 @@ bool OemDecoder::Decode(std::uint32_t kind, std::string_view message) {
     if (IsShort(message) || (type & FormatOrAnswer) != 0 || (type & Source) == SecondAntenna) return true;
     const unsigned status = in.Get<std::uint8_t>(13);
     time_.reset();
+    if (status < Coarse) TellTimeLost();
     if (status >= Fine) time_ = Oem::MakeTime(in.Get<std::uint16_t>(14), in.Get<std::uint32_t>(16));
     isSatelliteTime_ = status >= SatTime;
     const std::size_t header = in.Get<std::uint8_t>(3);

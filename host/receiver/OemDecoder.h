@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "gnss/time/GPSTime.h"
+#include "host/receiver/OverlappingRuns.h"
 #include "host/receiver/StreamDecoder.h"
 
 namespace Host {
@@ -29,28 +30,43 @@ namespace Host {
 // messages with a short header, which none of the above have.
 //
 // Time   The header's, when its status is fine or better; before that the receiver's week is a guess, or 0, and its
-//        epochs are not delivered, nor are its fixes dated. Messages that repeat what a satellite has sent carry that
-//        satellite's time, which lags; it is told only where it does not take the stream's time back.
+//        epochs are not delivered, nor are its fixes dated; below coarse the time is lost. Messages that repeat what a
+//        satellite has sent carry that satellite's time, which lags; it is told only where it does not take the
+//        stream's time back.
 // Ranges Satellites of other systems, and numbers that are no satellite's, are left out. C/A is C/A; L2 is the P code
 //        of a satellite if it is measured, or else its civil code. A range without code lock and a phase or Doppler
 //        without phase lock are left out and warned of, a phase that may be wrong by half a cycle is warned of. The
 //        phase of RANGECMP, told modulo 2^23 cycles, is taken nearest to the range, and left out where there is none.
 class OemDecoder : public StreamDecoder {
 public:
+    // Longer messages than any that receivers send are taken for noise: a start and a length that are not what they
+    // seem hold back no more than this.
+    static constexpr std::size_t MaxBody = 16384;
+
     using StreamDecoder::StreamDecoder;
 
     [[nodiscard]] std::string GetKindName(std::uint32_t kind) const override;
 
 protected:
     [[nodiscard]] std::size_t FindStart(std::string_view bytes) const override;
-    [[nodiscard]] Frame Inspect(std::string_view bytes) const override;
+    void OnMoved() override { runs_.Restart(); }
+    [[nodiscard]] Frame Inspect(std::string_view bytes) override;
     [[nodiscard]] bool Decode(std::uint32_t kind, std::string_view message) override;
 
 private:
+    // CRC-32 with a register that begins with zeros and is not inverted at the end.
+    struct Crc {
+        using Sum = std::uint32_t;
+        static Sum Of(std::string_view run);
+        static Sum Step(Sum sum, char c);
+        static Sum Between(Sum before, Sum all, std::size_t n);
+    };
+
     [[nodiscard]] bool DecodeBody(std::uint32_t kind, std::string_view body);
     [[nodiscard]] bool DecodeAlmanac(std::string_view body);
     void TellMessageTime();
 
+    OverlappingRuns<Crc> runs_;
     // Of the message at hand.
     std::optional<GNSS::GPSTime> time_;
     bool isSatelliteTime_ = false;

@@ -90,30 +90,37 @@ void Add(const Observation& observation, int satellite, const Freqy& freqy, bool
     set.ChangeSV(index)->AddMeas(record);
 }
 
-// False for numbers that cannot be. Satellites and signals that have no place in the set are left out.
-bool Add(const Observation& observation, GNSS::MeasSet& set) {
+bool AreFinite(const Observation& observation) {
     for (const double number :
          {observation.range.Value(), observation.range.Quality(), observation.adr.Value(), observation.adr.Quality(),
           observation.doppler, observation.snr, observation.lockTime}) {
         if (!std::isfinite(number)) return false;
     }
+    return true;
+}
+
+// False for numbers that cannot be. Satellites and signals that have no place in the set are left out, whatever they
+// say.
+bool Add(const Observation& observation, GNSS::MeasSet& set) {
     const std::uint32_t signal = observation.status.GetSignal();
     const int satellite = observation.satellite;
     switch (observation.status.GetSystem()) {
-        case Status::GPS:
-            if (satellite < 1 || satellite > GNSS::PRN::Max) return true;
+        case Status::GPS: {
             // L1 C/A; L2 P, as it is or without its code; L2C.
-            if (signal == 0) Add(observation, satellite, GPSFreqy::CA, true, set.GetGPS());
-            if (signal == 5 || signal == 9) Add(observation, satellite, GPSFreqy::L2, true, set.GetGPS());
-            if (signal == 17) Add(observation, satellite, GPSFreqy::L2, false, set.GetGPS());
+            const bool isL2 = signal == 5 || signal == 9 || signal == 17;
+            if (satellite < 1 || satellite > GNSS::PRN::Max || (signal != 0 && !isL2)) return true;
+            if (!AreFinite(observation)) return false;
+            Add(observation, satellite, isL2 ? GPSFreqy::L2 : GPSFreqy::CA, signal != 17, set.GetGPS());
             return true;
+        }
         case Status::Glonass: {
-            if (satellite <= SlotOffset || satellite > SlotOffset + GNSS::Glonass::Slot::Max) return true;
-            const int slot = satellite - SlotOffset;
             // L1 C/A, L2 P, L2 C/A.
-            if (signal == 0) Add(observation, slot, GNSS::Glonass::Frequency::CA, true, set.GetGlonass());
-            if (signal == 5) Add(observation, slot, GNSS::Glonass::Frequency::L2, true, set.GetGlonass());
-            if (signal == 1) Add(observation, slot, GNSS::Glonass::Frequency::L2, false, set.GetGlonass());
+            using Freqy = GNSS::Glonass::Frequency;
+            const bool isL2 = signal == 5 || signal == 1;
+            const int slot = satellite - SlotOffset;
+            if (slot < 1 || slot > GNSS::Glonass::Slot::Max || (signal != 0 && !isL2)) return true;
+            if (!AreFinite(observation)) return false;
+            Add(observation, slot, isL2 ? Freqy(Freqy::L2) : Freqy(Freqy::CA), signal != 1, set.GetGlonass());
             return true;
         }
         default:

@@ -32,8 +32,8 @@ enum Message : std::uint16_t {
     GloEphemeris = 723,
 };
 
-// The time of a header, in whose milliseconds of the week the binary messages count. Nothing in week 0 and outside the
-// week.
+// The time of a header, in whose milliseconds of the week the binary messages count. Nothing in week 0, after MaxWeek,
+// and outside the week.
 [[nodiscard]] std::optional<GNSS::GPSTime> MakeTime(std::uint32_t week, std::uint32_t milliseconds);
 
 // RAWEPHEM: subframes 1 to 3 of one satellite. The receiver joins those of one issue from different frames; their TOW

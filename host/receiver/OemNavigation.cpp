@@ -8,6 +8,7 @@
 #include "host/receiver/GlonassWords.h"
 #include "host/receiver/LittleEndian.h"
 #include "host/receiver/OemMessages.h"
+#include "host/receiver/StreamDecoder.h"
 
 namespace Host::Oem {
 
@@ -93,8 +94,7 @@ std::optional<GNSS::ECEF> ReadKilometres(const LittleEndian& in, std::size_t at,
 
 std::optional<GPSTime> MakeTime(std::uint32_t week, std::uint32_t milliseconds) {
     constexpr std::uint32_t Week = 604800000;
-    // The weeks of headers are of 16 bits.
-    if (week == 0 || week > 0xFFFF || milliseconds >= Week) return std::nullopt;
+    if (week == 0 || week > MaxWeek || milliseconds >= Week) return std::nullopt;
     return GPSTime(static_cast<int>(week), milliseconds / 1000.0);
 }
 

@@ -105,6 +105,9 @@ public:
 
     // The stream's own time, with its full week: of an epoch, a fix or a message, before what is dated by it.
     virtual void OnTime(const GNSS::GPSTime& /*time*/) {}
+    // The stream does not know its time any more, as when the receiver starts anew: until the next OnTime nothing can
+    // be dated by what it told before.
+    virtual void OnTimeLost() {}
     // GPS minus UTC as the receiver knows it, s.
     virtual void OnLeapSeconds(int /*seconds*/) {}
     virtual void OnSubframe(const GPSSubframe& /*subframe*/) {}

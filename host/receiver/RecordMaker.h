@@ -17,8 +17,10 @@ namespace Host {
 // decides anything, and the rule is not changed.
 //
 // What is dated how:
-//   GPS ephemeride      reference = time of transmission, the start of the last of its three subframes. One that came
-//                       decoded: the time of transmission when that is known and within a day of toc, else toc.
+//   GPS ephemeride      reference = time of transmission, the start of the last of its three subframes. Its week is the
+//                       one that subframe 1 tells modulo 1024, within four weeks of the stream's time. One that came
+//                       decoded: the time of transmission, or where the source does not say it the stream's, when that
+//                       is within a day of toc, else toc.
 //   GPS almanac, ionosphere, UTC    time = time of transmission, the start of the page's subframe: the same from all
 //                       satellites. toa lies in the week that page 51 tells, when that page is of the last day and
 //                       names the same toa, else in the week that brings it nearest.
@@ -27,7 +29,13 @@ namespace Host {
 //   GLONASS almanac     time = time of transmission, the start of the first of its two strings.
 //   Ionosphere and UTC that came decoded    time = the stream's.
 //
-// What cannot be dated, because the stream has not told its time yet, waits: of each kind and satellite the newest.
+// What tells another date than the stream's time has given it is refused: ephemerides by the week of subframe 1 and by
+// the day N_T, GLONASS almanacs by N_T of the same frame and by their own day, which is no more than two weeks off. So
+// is what no satellite can have sent: orbits that meet the earth, pages without their data ID, leap seconds that are
+// more than two off the table of LeapSeconds.h.
+//
+// What cannot be dated, because the stream has not told its time yet or does not know it any more, waits: of each kind
+// and satellite the newest.
 // Records come in the order in which they become complete; a receiver that hears an ephemeride again gives it again.
 class RecordMaker : public ReceiverSink {
 public:
@@ -35,6 +43,7 @@ public:
     explicit RecordMaker(RecordSink& sink) : gps_(clock_, sink), glonass_(clock_, sink) {}
 
     void OnTime(const GNSS::GPSTime& time) override;
+    void OnTimeLost() override { clock_.LoseTime(); }
     void OnLeapSeconds(int seconds) override { clock_.SetLeapSeconds(seconds); }
     void OnSubframe(const GPSSubframe& subframe) override { gps_.Add(subframe); }
     void OnString(const GlonassString& string) override { glonass_.Add(string); }
@@ -52,8 +61,11 @@ public:
     // Subframes whose parity is wrong, strings that fail the Hamming check.
     [[nodiscard]] std::int64_t GetNmrParityFailures() const { return gps_.GetNmrParityFailures(); }
     [[nodiscard]] std::int64_t GetNmrHammingFailures() const { return glonass_.GetNmrHammingFailures(); }
-    // Records whose parts do not belong together, or that say what cannot be.
-    [[nodiscard]] std::int64_t GetNmrRefused() const { return gps_.GetNmrRefused() + glonass_.GetNmrRefused(); }
+    // Records whose parts do not belong together, that contradict the stream's time, or that say what cannot be; and
+    // leap seconds that cannot be.
+    [[nodiscard]] std::int64_t GetNmrRefused() const {
+        return clock_.GetNmrRefused() + gps_.GetNmrRefused() + glonass_.GetNmrRefused();
+    }
 
 private:
     StreamClock clock_;

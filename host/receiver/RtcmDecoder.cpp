@@ -1,9 +1,9 @@
 #include "host/receiver/RtcmDecoder.h"
 
+#include <cmath>
 #include <type_traits>
 
 #include "host/receiver/BitReader.h"
-#include "host/receiver/Crc24q.h"
 #include "host/receiver/RtcmEphemeris.h"
 #include "host/receiver/RtcmMsm.h"
 
@@ -18,6 +18,7 @@ constexpr std::size_t HeaderSize = 3;
 constexpr std::size_t CrcSize = 3;
 constexpr double CoordinateStep = 0.0001;  // m
 constexpr double LeastRadius = 6.0e6;      // m: a station below this has not been given its place
+constexpr double Silence = 30.0;           // s: after which another station is followed
 
 constexpr unsigned ByteAt(std::string_view bytes, std::size_t n) {
     return static_cast<unsigned char>(bytes[n]);
@@ -35,7 +36,7 @@ std::size_t RtcmDecoder::FindStart(std::string_view bytes) const {
     return at == std::string_view::npos ? bytes.size() : at;
 }
 
-StreamDecoder::Frame RtcmDecoder::Inspect(std::string_view bytes) const {
+StreamDecoder::Frame RtcmDecoder::Inspect(std::string_view bytes) {
     if (bytes.size() < 2) return {Frame::State::Incomplete};
     if ((ByteAt(bytes, 1) & 0xFCU) != 0) return {Frame::State::None};
     if (bytes.size() < HeaderSize) return {Frame::State::Incomplete};
@@ -43,7 +44,8 @@ StreamDecoder::Frame RtcmDecoder::Inspect(std::string_view bytes) const {
     const std::size_t size = HeaderSize + length + CrcSize;
     if (bytes.size() < size) return {Frame::State::Incomplete};
     const BitReader crc(bytes.substr(size - CrcSize, CrcSize));
-    if (Crc24q(bytes.substr(0, size - CrcSize)) != crc.Unsigned(0, 24)) return {Frame::State::BadChecksum};
+    const auto sum = static_cast<std::uint32_t>(crc.Unsigned(0, 24));
+    if (!runs_.Has(bytes.substr(0, size - CrcSize), sum)) return {Frame::State::BadChecksum};
     const BitReader payload(bytes.substr(HeaderSize, length));
     return {Frame::State::Whole, size, length < 2 ? 0U : static_cast<std::uint32_t>(payload.Unsigned(0, 12))};
 }
@@ -55,7 +57,8 @@ bool RtcmDecoder::Decode(std::uint32_t kind, std::string_view message) {
                               : DecodeRtcmObservations(kind, payload, message_))) {
             return false;
         }
-        Take(message_);
+        // All of them begin with their number and the station's.
+        Take(message_, static_cast<int>(BitReader(payload).Unsigned(12, 12)));
         return true;
     }
     switch (kind) {
@@ -104,8 +107,7 @@ bool RtcmDecoder::DecodeSystem(std::string_view payload) {
     const int leapSeconds = bits.TakeInt(8);
     const Corvane::Date date = Corvane::Date::FromJulianDay(std::int64_t{2400001} + day);
     if (date < GPSTime::Start || seconds > 86400) return false;
-    const GPSTime time = time_.SetStation(date, seconds);
-    if (!hasEpochs_) TellTime(time);
+    TellOtherTime(time_.SetStation(date, seconds));
     if (leapSeconds != 255) Sink().OnLeapSeconds(leapSeconds);
     return true;
 }
@@ -113,6 +115,10 @@ bool RtcmDecoder::DecodeSystem(std::string_view payload) {
 bool RtcmDecoder::DecodeGPSEphemeride(std::string_view payload) {
     GPSDecodedEphemeride record;
     if (!DecodeRtcm1019(payload, record)) return false;
+    const GNSS::GPSEphemeride& eph = record.ephemeride;
+    if (eph.status.IsHealthy()) {
+        if (const auto changed = time_.SetWeek(eph.prn, record.week, eph.posn.toe)) TellOtherTime(*changed);
+    }
     Sink().OnEphemeride(record);
     return true;
 }
@@ -126,12 +132,18 @@ bool RtcmDecoder::DecodeGlonassEphemeride(std::string_view payload) {
     std::optional<GPSTime> sent;
     if (message.date) {
         sent = time_.SetSatellite(eph.slot, eph.status.IsHealthy(), *message.date, eph.posn.frameTime);
-        if (sent && !hasEpochs_) TellTime(*sent);
+        if (sent) TellOtherTime(*sent);
+    } else {
+        sent = time_.Get();
     }
-    if (!sent) sent = time_.Get();
     if (sent) record.reference = NearestMoscow(*sent, eph.posn.tb, GPSTime::SecsInDay);
     Sink().OnEphemeride(record);
     return true;
+}
+
+void RtcmDecoder::TellOtherTime(const GPSTime& time) {
+    const auto& told = GetToldTime();
+    if (!hasEpochs_ || !told || std::abs((*told - time).Seconds()) > GPSTime::SecsInDay / 2.0) TellTime(time);
 }
 
 void RtcmDecoder::CountUndated(const RtcmObservations& message) {
@@ -176,10 +188,24 @@ void RtcmDecoder::AddSignals(const RtcmObservations& message, const GPSTime& tim
     }
 }
 
-void RtcmDecoder::Take(const RtcmObservations& message) {
+bool RtcmDecoder::Follows(int station, const GPSTime& time) {
+    if (followed_ && followed_->station != station) {
+        if (std::abs((time - followed_->heard).Seconds()) <= Silence) return false;
+        Flush();
+        tracks_.ForgetSignals();
+    }
+    followed_ = {station, time};
+    return true;
+}
+
+void RtcmDecoder::Take(const RtcmObservations& message, int station) {
     const std::optional<GPSTime> time = time_.Date(message);
     if (!time) {
         CountUndated(message);
+        return;
+    }
+    if (!Follows(station, *time)) {
+        ++nmrOfOthers_;
         return;
     }
     if (epoch_ && *epoch_ != *time) Flush();

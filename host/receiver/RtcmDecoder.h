@@ -10,6 +10,8 @@
 
 #include "gnss/measurement/MeasSet.h"
 #include "gnss/time/GPSTime.h"
+#include "host/receiver/Crc24q.h"
+#include "host/receiver/OverlappingRuns.h"
 #include "host/receiver/RtcmObservations.h"
 #include "host/receiver/RtcmTime.h"
 #include "host/receiver/RtcmTracks.h"
@@ -30,6 +32,9 @@ namespace Host {
 // Time          See RtcmTime. While no full time is known, measurements are dropped and their epochs counted, and
 //               nothing is held back for a time that may come. Ephemerides are delivered all the same. OnTime tells the
 //               time of each epoch, or, until the first one, that of 1013 and 1020.
+// Stations      The station of the first epoch is followed. Measurements of others are left out and counted, until it
+// has
+//               been silent for 30 s; then the next one is followed.
 // Epochs        All messages of an epoch make one set: until one says that none of the epoch follows, or one of another
 //               epoch comes, or the stream ends. A set in which nothing is measured is not delivered.
 // Range         m, as the message has it. From 1001, 1003, 1009 and 1011 it lacks a multiple of a light-millisecond
@@ -39,7 +44,8 @@ namespace Host {
 //               left out before that. A phase warning is one of half a cycle.
 // Lock time     s, the least that the message's indicator stands for. A slip is also a lost lock.
 // Ephemerides   1019 says the week of transmission modulo 1024. 1020: day is N_T, which satellites before GLONASS-M do
-//               not send; where a time is known, the reference is tb nearest to the frame.
+//               not send; the reference is tb nearest to the frame, where its own date is believed or it has none and a
+//               time is known.
 class RtcmDecoder : public StreamDecoder {
 public:
     explicit RtcmDecoder(ReceiverSink& sink) : StreamDecoder(sink) {}
@@ -49,10 +55,12 @@ public:
     // The message number.
     [[nodiscard]] std::string GetKindName(std::uint32_t kind) const override { return std::to_string(kind); }
     [[nodiscard]] std::int64_t GetNmrUndated() const override { return nmrUndated_; }
+    [[nodiscard]] std::int64_t GetNmrOfOthers() const override { return nmrOfOthers_; }
 
 protected:
     [[nodiscard]] std::size_t FindStart(std::string_view bytes) const override;
-    [[nodiscard]] Frame Inspect(std::string_view bytes) const override;
+    void OnMoved() override { runs_.Restart(); }
+    [[nodiscard]] Frame Inspect(std::string_view bytes) override;
     [[nodiscard]] bool Decode(std::uint32_t kind, std::string_view message) override;
     void Flush() override;
 
@@ -61,12 +69,17 @@ private:
     [[nodiscard]] bool DecodeSystem(std::string_view payload);
     [[nodiscard]] bool DecodeGPSEphemeride(std::string_view payload);
     [[nodiscard]] bool DecodeGlonassEphemeride(std::string_view payload);
-    // Dates a message and adds it to its epoch.
-    void Take(const RtcmObservations& message);
+    // Tells a time that does not come from an epoch: before the first one, or when it changes what is known.
+    void TellOtherTime(const GNSS::GPSTime& time);
+    // Dates a message of a station and adds it to its epoch.
+    void Take(const RtcmObservations& message, int station);
+    // Whether the station is the one that is followed; from now on it is, if the other is silent.
+    [[nodiscard]] bool Follows(int station, const GNSS::GPSTime& time);
     void CountUndated(const RtcmObservations& message);
     template <typename Set>
     void AddSignals(const RtcmObservations& message, const GNSS::GPSTime& time, Set& set);
 
+    OverlappingRuns<Crc24qRuns> runs_;
     RtcmTime time_;
     RtcmTracks tracks_;
     RtcmObservations message_;  // kept for its size
@@ -74,6 +87,12 @@ private:
     std::optional<GNSS::GPSTime> epoch_;  // of the set that is being put together
     GNSS::MeasSet set_;
     bool hasEpochs_ = false;
+    struct Followed {
+        int station;
+        GNSS::GPSTime heard;  // last
+    };
+    std::optional<Followed> followed_;
+    std::int64_t nmrOfOthers_ = 0;
 
     std::int64_t nmrUndated_ = 0;
     bool isUndatedOpen_ = false;                              // messages of the last undated epoch may still follow

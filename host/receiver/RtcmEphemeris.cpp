@@ -6,6 +6,7 @@
 #include "gnss/icd/ICD.h"
 #include "gnss/icd/ICDGlonass.h"
 #include "host/receiver/BitReader.h"
+#include "host/receiver/GPSOrbit.h"
 #include "host/receiver/GlonassWords.h"
 
 namespace Host {
@@ -204,7 +205,7 @@ bool DecodeRtcm1019(std::string_view payload, GPSDecodedEphemeride& to) {
     to.weekModulus = 1024;
     const Eph& eph = to.ephemeride;
     return eph.prn.IsValid() && eph.clock.toc < GPSTime::SecsInWeek && eph.posn.toe < GPSTime::SecsInWeek &&
-           eph.posn.sqrtA > 0.0;
+           IsGPSOrbit(eph.posn.sqrtA, eph.posn.e) && eph.posn.IODE == eph.clock.IODC % 256;
 }
 
 bool DecodeRtcm1020(std::string_view payload, RtcmGlonassMessage& to) {

@@ -9,7 +9,8 @@
 namespace Host {
 
 // Decodes 1019 (RTCM 10403, DF071 to DF103, DF137). The week is as the message has it, modulo 1024. False, with `to` in
-// any state, for a message that is too short, a satellite that is none, times beyond the week, or no orbit.
+// any state, for a message that is too short, a satellite that is none, times beyond the week, no orbit (GPSOrbit.h),
+// or an IODE that is not of the IODC.
 [[nodiscard]] bool DecodeRtcm1019(std::string_view payload, GPSDecodedEphemeride& to);
 
 // What 1020 says beside the ephemeride.

@@ -225,7 +225,8 @@ bool DecodeRtcmMsm(std::uint32_t kind, std::string_view payload, RtcmObservation
         const int satellite = std::countl_zero(satellites) + 1;
         satellites ^= std::bit_floor(satellites);
         Rough rough;
-        if (!ReadRough({bits, satelliteTable, nmrSatellites, s}, form, isGlonass, rough)) return false;
+        if (!ReadRough({bits, satelliteTable, nmrSatellites, s}, form, isGlonass, rough) && satellite <= lastSatellite)
+            return false;
         std::array<std::optional<RtcmSignal>, 4> best;
         std::array<std::uint8_t, 4> bestRank{};
         std::uint64_t signals = signalMask;
@@ -233,11 +234,13 @@ bool DecodeRtcmMsm(std::uint32_t kind, std::string_view payload, RtcmObservation
             const int code = std::countl_zero(signals) + 1;
             signals ^= std::bit_floor(signals);
             if (bits.Unsigned(pair++, 1) == 0) continue;
-            RtcmSignal signal;
-            if (!ReadCell({bits, cellTable, nmrCells, cell++}, form, rough, signal)) return false;
+            const Row row{bits, cellTable, nmrCells, cell++};
             const Mapping& mapping = mappings[static_cast<std::size_t>(code)];
-            if (mapping.ident == 0 || satellite > lastSatellite || (!signal.range && !signal.diff && !signal.rate))
-                continue;
+            if (mapping.ident == 0 || satellite > lastSatellite) continue;
+            RtcmSignal signal;
+            const bool isSensible = ReadCell(row, form, rough, signal);
+            if (!signal.range && !signal.diff && !signal.rate) continue;
+            if (!isSensible) return false;
             signal.satellite = static_cast<std::uint8_t>(satellite);
             signal.ident = mapping.ident;
             signal.code = static_cast<std::uint8_t>(code);

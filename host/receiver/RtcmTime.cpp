@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "host/receiver/LeapSeconds.h"
+#include "host/receiver/StreamClock.h"
 
 namespace Host {
 
@@ -54,15 +55,18 @@ GPSTime RtcmTime::SetStation(const Corvane::Date& utc, double secondsOfDay) {
     const GPSTime time = Midnight(utc) + Time(secondsOfDay + GPSMinusUTC(utc));
     if (!reference_ || !Agree(*reference_, time, MostApart)) reference_ = time;
     source_ = Source::Station;
+    hasSeconds_ = true;
     return time;
 }
 
 std::optional<GPSTime> RtcmTime::SetSatellite(GNSS::Glonass::Slot slot, bool healthy, const Corvane::Date& moscow,
                                               double frameTime) {
     const GPSTime time = FromMoscow(moscow, frameTime);
-    const bool isBelieved = reference_ ? Agree(*reference_, time, MostApart) : healthy;
-    if (source_ == Source::Station) return isBelieved ? std::optional(time) : std::nullopt;
-    if (!isBelieved) {
+    const bool isAgreed = reference_ && Agree(*reference_, time, MostApart);
+    if (source_ == Source::Station) return isAgreed ? std::optional(time) : std::nullopt;
+    if (source_ <= Source::Outside && healthy && !isAgreed) {
+        reference_ = time;
+    } else if (!isAgreed) {
         const bool isConfirmed = doubted_ && doubted_->slot != slot && Agree(doubted_->time, time, MostSaidApart);
         if (!isConfirmed) {
             doubted_ = {slot, time};
@@ -70,9 +74,30 @@ std::optional<GPSTime> RtcmTime::SetSatellite(GNSS::Glonass::Slot slot, bool hea
         }
         reference_ = time;
     }
-    if (!reference_) reference_ = time;
     source_ = Source::Satellite;
+    hasSeconds_ = true;
     doubted_.reset();
+    return time;
+}
+
+std::optional<GPSTime> RtcmTime::SetWeek(GNSS::PRN prn, int week, double toe) {
+    if (!reference_ || source_ == Source::Station) return std::nullopt;
+    const double seconds = hasSeconds_ ? reference_->GetSeconds() : toe;
+    // About the turn of the week it depends on which of the two weeks is told.
+    if (std::abs(seconds - toe) > GPSTime::SecsInWeek / 2.0) return std::nullopt;
+    const GPSTime time(ResolveWeek(week, 1024, reference_->GetWeek()), seconds);
+    const bool isAgreed =
+        hasSeconds_ ? time.GetWeek() == reference_->GetWeek() : Agree(*reference_, time, GPSTime::SecsInWeek / 2.0);
+    if (isAgreed) {
+        doubtedWeek_.reset();
+        return std::nullopt;
+    }
+    if (!doubtedWeek_ || doubtedWeek_->prn == prn || doubtedWeek_->week != time.GetWeek()) {
+        doubtedWeek_ = {prn, time.GetWeek()};
+        return std::nullopt;
+    }
+    doubtedWeek_.reset();
+    reference_ = time;
     return time;
 }
 
@@ -81,8 +106,10 @@ std::optional<GPSTime> RtcmTime::Date(const RtcmObservations& message) {
     const double seconds = static_cast<double>(message.ms) * 1e-3;
     if (message.clock == RtcmObservations::Clock::GPSWeek) {
         reference_ = reference_->GetClosest(seconds);
+        hasSeconds_ = true;
         return reference_;
     }
+    hasSeconds_ = hasSeconds_ || message.clock == RtcmObservations::Clock::MoscowWeek;
     const double period =
         message.clock == RtcmObservations::Clock::MoscowWeek ? GPSTime::SecsInWeek : GPSTime::SecsInDay;
     const GPSTime time = NearestMoscow(*reference_, seconds, period);

@@ -32,6 +32,9 @@ public:
     // A signal of a message; wavelength in m where it is known. Each signal of an epoch once, in the order of time.
     Phase Follow(const RtcmObservations& message, const RtcmSignal& signal, std::optional<double> wavelength);
 
+    // Forgets the signals, not the channels.
+    void ForgetSignals() { tracks_ = {}; }
+
     // The frequency channel of a slot, as the stream has said it last.
     void SetChannel(int slot, int channel) { channels_.at(static_cast<std::size_t>(slot)) = channel; }
     [[nodiscard]] std::optional<int> GetChannel(int slot) const { return channels_.at(static_cast<std::size_t>(slot)); }

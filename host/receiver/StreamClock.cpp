@@ -1,5 +1,7 @@
 #include "host/receiver/StreamClock.h"
 
+#include <cstdlib>
+
 #include "host/receiver/LeapSeconds.h"
 
 namespace Host {
@@ -9,6 +11,12 @@ using GNSS::GPSTime;
 namespace {
 
 constexpr double MoscowToUTC = 3.0 * 3600.0;  // s
+constexpr double Jitter = 60.0;               // s
+
+// Leaps that the table does not know yet may have come.
+bool IsPlausible(int leapSeconds, const GPSTime& time) {
+    return leapSeconds >= 0 && std::abs(leapSeconds - GPSMinusUTC(time)) <= 2;
+}
 
 }  // namespace
 
@@ -20,16 +28,40 @@ int ResolveWeek(int number, int modulus, int nearWeek) {
     return nearWeek + ahead;
 }
 
+void StreamClock::SetTime(const GPSTime& time) {
+    const double behind = time_ ? (*time_ - time).Seconds() : 0.0;
+    if (behind > 0.0 && behind < GPSTime::SecsInDay && (behind <= Jitter || !wasBehind_)) {
+        wasBehind_ = behind > Jitter;
+        return;
+    }
+    wasBehind_ = false;
+    const bool isFirst = !time_;
+    time_ = time;
+    if (isFirst) CheckLeapSeconds();
+}
+
+// What was told without a time is judged by the first one.
+void StreamClock::CheckLeapSeconds() {
+    if (!leapSeconds_ || IsPlausible(*leapSeconds_, *time_)) return;
+    leapSeconds_.reset();
+    ++nmrRefused_;
+}
+
 void StreamClock::SetLeapSeconds(int seconds) {
+    if (time_ && !IsPlausible(seconds, *time_)) {
+        ++nmrRefused_;
+        return;
+    }
     leapSeconds_ = seconds;
     utc_.reset();
 }
 
-void StreamClock::SetUTC(const GNSS::Almanac::UTC& utc) {
+bool StreamClock::SetUTC(const GNSS::Almanac::UTC& utc) {
     const int change = utc.DtLSF - utc.DtLS;
-    if (utc.DtLS < 0 || change < -1 || change > 1) return;
+    if (change < -1 || change > 1 || !IsPlausible(utc.DtLS, utc.time)) return false;
     utc_ = utc;
     leapSeconds_.reset();
+    return true;
 }
 
 int StreamClock::GetLeapSeconds(const GPSTime& time) const {

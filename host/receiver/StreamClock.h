@@ -1,6 +1,7 @@
 // StreamClock: what a receiver's stream has told of the time, and what follows from it for times told in part.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "gnss/almanac/AlmanacUTC.h"
@@ -16,15 +17,21 @@ namespace Host {
 // process is asked or changed.
 class StreamClock {
 public:
-    // The newest time that the stream told, with its full week.
-    void SetTime(const GNSS::GPSTime& time) { time_ = time; }
+    // The newest time that the stream told, with its full week. The messages of a receiver do not come in the order of
+    // their times: a step back of less than a day is followed only when the next time is behind as well, and one of up
+    // to a minute never.
+    void SetTime(const GNSS::GPSTime& time);
+    // Until the next time is set there is none.
+    void LoseTime() { time_.reset(); }
     [[nodiscard]] const std::optional<GNSS::GPSTime>& GetTime() const { return time_; }
 
     // GPS minus UTC as the stream tells it, s. The last one told counts, by itself or in a UTC record, and a record
-    // knows the next leap besides. A record that cannot be (more than one second at a leap, fewer than none) is not
-    // taken.
+    // knows the next leap besides. What cannot be (more than one second at a leap, fewer than none, more than two off
+    // the table at the stream's or the record's time) is not taken; SetUTC then says false.
     void SetLeapSeconds(int seconds);
-    void SetUTC(const GNSS::Almanac::UTC& utc);
+    [[nodiscard]] bool SetUTC(const GNSS::Almanac::UTC& utc);
+    // Leap seconds that were not taken, but for those of UTC records.
+    [[nodiscard]] std::int64_t GetNmrRefused() const { return nmrRefused_; }
     // GPS minus UTC at a time; by the table of LeapSeconds.h as long as the stream has told nothing.
     [[nodiscard]] int GetLeapSeconds(const GNSS::GPSTime& time) const;
 
@@ -33,7 +40,11 @@ public:
     [[nodiscard]] GNSS::GPSTime FromMoscow(double seconds) const;
 
 private:
+    void CheckLeapSeconds();
+
     std::optional<GNSS::GPSTime> time_;
+    bool wasBehind_ = false;  // the last time that was set
+    std::int64_t nmrRefused_ = 0;
     std::optional<int> leapSeconds_;
     std::optional<GNSS::Almanac::UTC> utc_;
 };

@@ -26,6 +26,12 @@ void StreamDecoder::TellTime(const GNSS::GPSTime& time) {
     sink_.OnTime(time);
 }
 
+void StreamDecoder::TellTimeLost() {
+    if (!told_) return;
+    told_.reset();
+    sink_.OnTimeLost();
+}
+
 void StreamDecoder::Count(std::uint32_t kind, bool accepted) {
     if (kind != lastKind_) {
         lastCount_ = &counts_.kinds[kind];
@@ -38,6 +44,7 @@ void StreamDecoder::Count(std::uint32_t kind, bool accepted) {
 // Takes the messages of some bytes; returns how many bytes have been dealt with. The rest is an unfinished message.
 std::size_t StreamDecoder::Take(std::string_view bytes, bool last) {
     std::size_t at = 0;
+    OnMoved();
     while (at < bytes.size()) {
         const std::size_t ahead = FindStart(bytes.substr(at));
         counts_.skipped += static_cast<std::int64_t>(ahead);

@@ -13,6 +13,9 @@
 
 namespace Host {
 
+// The last week of 2099; a receiver that says a later one is wrong.
+inline constexpr int MaxWeek = 6260;
+
 // What a stream held.
 struct StreamCounts {
     struct Kind {
@@ -52,6 +55,8 @@ public:
     [[nodiscard]] const StreamCounts& GetCounts() const { return counts_; }
     // Epochs of measurements that were dropped because their time was not known.
     [[nodiscard]] virtual std::int64_t GetNmrUndated() const { return 0; }
+    // Messages of measurements that were left out because they are of another station than the one that is followed.
+    [[nodiscard]] virtual std::int64_t GetNmrOfOthers() const { return 0; }
     // A kind of message in the words of the protocol: "RXM-RAWX", "RAWEPHEM", "1019"; unknown ones by their number.
     [[nodiscard]] virtual std::string GetKindName(std::uint32_t kind) const = 0;
 
@@ -67,7 +72,9 @@ protected:
     // The position of the first byte that a message could start with; the size when there is none.
     [[nodiscard]] virtual std::size_t FindStart(std::string_view bytes) const = 0;
     // What starts at the first byte. None as soon as it cannot be a message, Incomplete while it could become one.
-    [[nodiscard]] virtual Frame Inspect(std::string_view bytes) const = 0;
+    [[nodiscard]] virtual Frame Inspect(std::string_view bytes) = 0;
+    // What is inspected from now on, up to the next such call, lies in one piece of memory, and no more where it was.
+    virtual void OnMoved() {}
     // A whole message with a good checksum. False when it is refused; then nothing of it has reached the sink.
     [[nodiscard]] virtual bool Decode(std::uint32_t kind, std::string_view message) = 0;
     // The end of the stream, after its last message.
@@ -76,7 +83,9 @@ protected:
     [[nodiscard]] ReceiverSink& Sink() { return sink_; }
     // Tells the sink the stream's own time, once as long as it is the same.
     void TellTime(const GNSS::GPSTime& time);
-    // The time last told.
+    // Tells it that the time is not known any more, if it was told one.
+    void TellTimeLost();
+    // The time last told, unless it was lost.
     [[nodiscard]] const std::optional<GNSS::GPSTime>& GetToldTime() const { return told_; }
 
 private:

@@ -1,5 +1,7 @@
 #include "host/receiver/StreamFormat.h"
 
+#include <array>
+
 #include "host/receiver/OemDecoder.h"
 #include "host/receiver/RtcmDecoder.h"
 #include "host/receiver/UbxDecoder.h"
@@ -45,20 +47,26 @@ const char* Name(StreamFormat format) {
     return "unknown";
 }
 
-DetectedFormat DetectFormat(std::string_view beginning) {
-    if (const StreamFormat text = TextFormat(beginning); text != StreamFormat::Unknown) return {text, 0};
+DetectedFormat DetectFormat(std::string_view bytes) {
+    if (const StreamFormat text = TextFormat(bytes); text != StreamFormat::Unknown) return {text, 0};
+    constexpr std::array<StreamFormat, 3> Formats{StreamFormat::Ubx, StreamFormat::Oem, StreamFormat::Rtcm3};
+    ReceiverSink nobody;
+    std::array<std::unique_ptr<StreamDecoder>, Formats.size()> decoders;
+    for (std::size_t i = 0; i < Formats.size(); ++i) decoders[i] = MakeDecoder(Formats[i], nobody);
     DetectedFormat best;
-    std::int64_t most = 0;
-    for (const StreamFormat format : {StreamFormat::Ubx, StreamFormat::Oem, StreamFormat::Rtcm3}) {
-        ReceiverSink nobody;
-        const auto decoder = MakeDecoder(format, nobody);
-        decoder->Feed(beginning.substr(0, DetectionSize));
-        decoder->Finish();
-        const StreamCounts& counts = decoder->GetCounts();
-        const std::int64_t taken = counts.bytes - counts.skipped;
-        if (taken > most) {
-            most = taken;
-            best = {format, counts.GetNmrMessages()};
+    while (!bytes.empty() && best.messages == 0) {
+        const std::string_view piece = bytes.substr(0, DetectionSize);
+        bytes.remove_prefix(piece.size());
+        std::int64_t most = 0;
+        for (std::size_t i = 0; i < Formats.size(); ++i) {
+            decoders[i]->Feed(piece);
+            if (bytes.empty()) decoders[i]->Finish();
+            const StreamCounts& counts = decoders[i]->GetCounts();
+            const std::int64_t taken = counts.GetNmrMessages() > 0 ? counts.bytes - counts.skipped : 0;
+            if (taken > most) {
+                most = taken;
+                best = {Formats[i], counts.GetNmrMessages()};
+            }
         }
     }
     return best;

@@ -31,12 +31,12 @@ struct DetectedFormat {
     std::int64_t messages = 0;  // with a good checksum; of the text files none
 };
 
-// How many bytes of a stream's beginning are enough to look at.
+// How many bytes are enough to look at, once there is a message among them.
 inline constexpr std::size_t DetectionSize = std::size_t{1} << 20;
 
 // The protocol whose messages, by their checksums, take up most of the bytes, whatever stands between and before them;
-// text files are known by their first line.
-[[nodiscard]] DetectedFormat DetectFormat(std::string_view beginning);
+// text files are known by their first line. As many times DetectionSize are looked at as it takes to find any.
+[[nodiscard]] DetectedFormat DetectFormat(std::string_view bytes);
 
 // Null for a format that is not a receiver's protocol. The sink must outlive the decoder.
 [[nodiscard]] std::unique_ptr<StreamDecoder> MakeDecoder(StreamFormat format, ReceiverSink& sink);

@@ -15,18 +15,27 @@ constexpr char SecondByte = '\x62';
 constexpr std::size_t HeaderSize = 6;
 constexpr std::size_t ChecksumSize = 2;
 
-// Two sums of bytes, modulo 256 (RFC 1145), the first in the low byte.
-std::uint32_t Checksum(std::string_view bytes) {
+}  // namespace
+
+UbxDecoder::Fletcher::Sum UbxDecoder::Fletcher::Of(std::string_view run) {
     std::uint32_t a = 0;
     std::uint32_t b = 0;
-    for (const char c : bytes) {
+    for (const char c : run) {
         a += static_cast<unsigned char>(c);
         b += a;
     }
-    return (a & 0xFFU) | (b & 0xFFU) << 8U;
+    return {static_cast<std::uint8_t>(a), static_cast<std::uint8_t>(b)};
 }
 
-}  // namespace
+UbxDecoder::Fletcher::Sum UbxDecoder::Fletcher::Step(const Sum& sum, char c) {
+    const auto a = static_cast<std::uint8_t>(sum.a + static_cast<unsigned char>(c));
+    return {a, static_cast<std::uint8_t>(sum.b + a)};
+}
+
+// The bytes before are in each of the last n second sums.
+UbxDecoder::Fletcher::Sum UbxDecoder::Fletcher::Between(const Sum& before, const Sum& all, std::size_t n) {
+    return {static_cast<std::uint8_t>(all.a - before.a), static_cast<std::uint8_t>(all.b - before.b - n * before.a)};
+}
 
 std::size_t UbxDecoder::FindStart(std::string_view bytes) const {
     for (std::size_t at = 0; (at = bytes.find(FirstByte, at)) != std::string_view::npos; ++at) {
@@ -35,7 +44,7 @@ std::size_t UbxDecoder::FindStart(std::string_view bytes) const {
     return bytes.size();
 }
 
-UbxDecoder::Frame UbxDecoder::Inspect(std::string_view bytes) const {
+UbxDecoder::Frame UbxDecoder::Inspect(std::string_view bytes) {
     using State = Frame::State;
     if (bytes.empty() || bytes[0] != FirstByte || (bytes.size() > 1 && bytes[1] != SecondByte)) return {};
     if (bytes.size() < HeaderSize) return {State::Incomplete};
@@ -43,8 +52,9 @@ UbxDecoder::Frame UbxDecoder::Inspect(std::string_view bytes) const {
     const std::size_t length = numbers.Get<std::uint16_t>(4);
     if (length > MaxPayload) return {};
     if (bytes.size() < HeaderSize + length + ChecksumSize) return {State::Incomplete};
-    const std::uint32_t sum = Checksum(bytes.substr(2, HeaderSize - 2 + length));
-    if (sum != numbers.Get<std::uint16_t>(HeaderSize + length)) return {State::BadChecksum};
+    const Fletcher::Sum sum{numbers.Get<std::uint8_t>(HeaderSize + length),
+                            numbers.Get<std::uint8_t>(HeaderSize + length + 1)};
+    if (!runs_.Has(bytes.substr(2, HeaderSize - 2 + length), sum)) return {State::BadChecksum};
     return {State::Whole, HeaderSize + length + ChecksumSize,
             UbxKinds::Of(numbers.Get<std::uint8_t>(2), numbers.Get<std::uint8_t>(3))};
 }
@@ -73,6 +83,11 @@ bool UbxDecoder::Decode(std::uint32_t kind, std::string_view message) {
         default:
             return true;
     }
+}
+
+void UbxDecoder::ForgetTime() {
+    time_.reset();
+    TellTimeLost();
 }
 
 void UbxDecoder::SetTime(const GPSTime& time) {

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "host/receiver/LittleEndian.h"
+#include "host/receiver/OverlappingRuns.h"
 #include "host/receiver/StreamDecoder.h"
 
 namespace Host {
@@ -30,7 +31,7 @@ namespace Host {
 // its time of week. Messages with a time of week only belong to the week in which they lie closest to the last full
 // time. A receiver that has just started numbers its messages from 0 s of no week at all: such a time is never
 // delivered, and from the message that says so (week 0, or the valid flags of NAV-PVT and NAV-TIMEGPS) to the next good
-// time nothing is dated. Measurements without a time are left out.
+// time nothing is dated: the time is lost. Measurements without a time are left out.
 class UbxDecoder : public StreamDecoder {
 public:
     // Longer messages than any that receivers send are taken for noise: a start and a length that are not what they
@@ -44,10 +45,22 @@ public:
 
 protected:
     [[nodiscard]] std::size_t FindStart(std::string_view bytes) const override;
-    [[nodiscard]] Frame Inspect(std::string_view bytes) const override;
+    void OnMoved() override { runs_.Restart(); }
+    [[nodiscard]] Frame Inspect(std::string_view bytes) override;
     [[nodiscard]] bool Decode(std::uint32_t kind, std::string_view message) override;
 
 private:
+    // Two sums of bytes, modulo 256 (RFC 1145).
+    struct Fletcher {
+        struct Sum {
+            std::uint8_t a = 0;
+            std::uint8_t b = 0;
+            friend bool operator==(const Sum&, const Sum&) = default;
+        };
+        static Sum Of(std::string_view run);
+        static Sum Step(const Sum& sum, char c);
+        static Sum Between(const Sum& before, const Sum& all, std::size_t n);
+    };
     // The carrier of a signal as it was last measured.
     struct Carrier {
         bool known = false;
@@ -71,15 +84,18 @@ private:
 
     // Ten words, each shifted to its place; four words of 32 bits.
     [[nodiscard]] bool DeliverSubframe(const LittleEndian& words, int prn, unsigned shift);
+    void RestoreParity(GPSSubframe& subframe);
     [[nodiscard]] bool DeliverString(const LittleEndian& words, int slot, int freqId);
 
     // Makes a full time the stream's own, and tells it.
     void SetTime(const GNSS::GPSTime& time);
-    void ForgetTime() { time_.reset(); }
+    void ForgetTime();
     // The full time of a time of week, which becomes the stream's own; nothing when no full one is known.
     [[nodiscard]] std::optional<GNSS::GPSTime> DateTow(std::uint32_t ms);
 
+    OverlappingRuns<Fletcher> runs_;
     std::optional<GNSS::GPSTime> time_;  // the last full one, as long as it is believed
+    bool givesParity_ = false;           // right ones of subframes
     std::optional<int> leapSeconds_;     // as the sink was told last
     Carriers<GNSS::PRN> gps_{};
     Carriers<GNSS::Glonass::Slot> glonass_{};

@@ -57,13 +57,23 @@ struct Block {
     unsigned tracking;
 
     [[nodiscard]] bool Has(unsigned mask) const { return (tracking & mask) == mask; }
+    // Whether the signal is one of those that the set takes, and whether it is that of L2.
+    [[nodiscard]] bool IsL2() const {
+        return system == UbxSystems::GPS ? signal == UbxSystems::GPSL2CL || signal == UbxSystems::GPSL2CM
+                                         : signal == UbxSystems::GlonassL2;
+    }
+    [[nodiscard]] bool IsTaken() const {
+        if (system == UbxSystems::GPS) return IsL2() || signal == UbxSystems::GPSL1CA;
+        return system == UbxSystems::Glonass && UbxSystems::IsNumber<GNSS::Glonass::Slot>(number) &&
+               (IsL2() || signal == UbxSystems::GlonassL1);
+    }
     [[nodiscard]] bool IsSensible() const {
         if (system == UbxSystems::GPS ? !UbxSystems::IsNumber<GNSS::PRN>(number)
                                       : system == UbxSystems::Glonass && !UbxSystems::IsGlonassNumber(number)) {
             return false;
         }
-        return (!Has(RangeValid) || std::isfinite(range)) && (!Has(PhaseValid) || std::isfinite(phase)) &&
-               std::isfinite(doppler);
+        return !IsTaken() || ((!Has(RangeValid) || std::isfinite(range)) &&
+                              (!Has(PhaseValid) || std::isfinite(phase)) && std::isfinite(doppler));
     }
 };
 
@@ -120,7 +130,7 @@ bool UbxDecoder::DecodeRAWX(const LittleEndian& payload) {
     const auto seconds = payload.Get<double>(0);
     const int week = payload.Get<std::uint16_t>(8);
     // The receiver's clock may be some milliseconds outside its week.
-    if (!(seconds > -1.0 && seconds < GPSTime::SecsInWeek + 1.0) || week > UbxSystems::MaxWeek) return false;
+    if (!(seconds > -1.0 && seconds < GPSTime::SecsInWeek + 1.0) || week > MaxWeek) return false;
     for (std::size_t i = 0; i < nmr; ++i) {
         if (!Block(payload.From(Blocks + i * BlockSize)).IsSensible()) return false;
     }
@@ -135,15 +145,13 @@ bool UbxDecoder::DecodeRAWX(const LittleEndian& payload) {
     for (std::size_t i = 0; i < nmr; ++i) {
         const Block block(payload.From(Blocks + i * BlockSize));
         const auto number = static_cast<std::size_t>(block.number);
+        if (!block.IsTaken()) continue;
+        const bool isL2 = block.IsL2();
         if (block.system == UbxSystems::GPS) {
-            const bool isL2 = block.signal == UbxSystems::GPSL2CL || block.signal == UbxSystems::GPSL2CM;
-            if (!isL2 && block.signal != UbxSystems::GPSL1CA) continue;
             GNSS::GPSMeas record(isL2 ? GNSS::GPSFreqy::L2 : GNSS::GPSFreqy::CA);
             Read(block, *time, gps_[number][isL2 ? 1 : 0], record);
             set.GetGPS().AddMeas(GNSS::PRN(block.number), record);
-        } else if (block.system == UbxSystems::Glonass && UbxSystems::IsNumber<GNSS::Glonass::Slot>(block.number)) {
-            const bool isL2 = block.signal == UbxSystems::GlonassL2;
-            if (!isL2 && block.signal != UbxSystems::GlonassL1) continue;
+        } else {
             GNSS::Glonass::Measurement record(isL2 ? GNSS::Glonass::Frequency::L2 : GNSS::Glonass::Frequency::CA);
             Read(block, *time, glonass_[number][isL2 ? 1 : 0], record);
             set.GetGlonass().AddMeas(GNSS::Glonass::Slot(block.number), record);
@@ -167,7 +175,7 @@ bool UbxDecoder::DecodeRAW(const LittleEndian& payload) {
     if (payload.GetSize() != Blocks + nmr * BlockSize) return false;
     const double seconds = payload.Get<std::int32_t>(0) * Millisecond;
     const int week = payload.Get<std::int16_t>(4);
-    if (!(seconds > -1.0 && seconds < GPSTime::SecsInWeek + 1.0) || week > UbxSystems::MaxWeek) return false;
+    if (!(seconds > -1.0 && seconds < GPSTime::SecsInWeek + 1.0) || week > MaxWeek) return false;
 
     GNSS::MeasSet set;
     for (std::size_t i = 0; i < nmr; ++i) {

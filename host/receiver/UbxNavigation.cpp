@@ -209,7 +209,7 @@ bool UbxDecoder::DecodeTIMEGPS(const LittleEndian& payload) {
     const auto leap = payload.Get<std::int8_t>(10);
     const unsigned valid = payload.Get<std::uint8_t>(11);
     const bool hasTime = (valid & TowAndWeekValid) == TowAndWeekValid;
-    if (tow >= MSInWeek || (hasTime && (week <= 0 || week > UbxSystems::MaxWeek))) return false;
+    if (tow >= MSInWeek || (hasTime && (week <= 0 || week > MaxWeek))) return false;
     if (hasTime) {
         SetTime(GPSTime(week, tow * 1e-3));
     } else {

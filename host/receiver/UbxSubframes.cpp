@@ -1,6 +1,7 @@
 // The navigation messages of the satellites: RXM-SFRBX, RXM-SFRB.
 #include <cstdint>
 
+#include "host/receiver/GPSParity.h"
 #include "host/receiver/UbxDecoder.h"
 #include "host/receiver/UbxSystems.h"
 
@@ -22,9 +23,6 @@ bool UbxDecoder::DecodeSFRBX(const LittleEndian& payload) {
     const int number = payload.Get<std::uint8_t>(1);
     const int signal = payload.Get<std::uint8_t>(2);  // older receivers: reserved, 0
     if (system == UbxSystems::GPS && signal == UbxSystems::GPSL1CA) {
-        // Each word stands in the low 30 bits, data and parity alike already turned back by the last bit of the word
-        // before (IS-GPS-200, 20.3.5.2). So the parity bits are not those transmitted; but the receiver has checked
-        // them.
         return nmr == NmrWords && DeliverSubframe(payload.From(Words), number, 0);
     }
     if (system == UbxSystems::Glonass && signal == UbxSystems::GlonassL1) {
@@ -50,9 +48,22 @@ bool UbxDecoder::DeliverSubframe(const LittleEndian& words, int prn, unsigned sh
     for (std::size_t i = 0; i < NmrWords; ++i) {
         subframe.words[i] = (words.Get<std::uint32_t>(i * WordSize) << shift) & 0x3FFFFFFFU;
     }
-    subframe.parity = GPSSubframe::Parity::Checked;
+    if (shift == 0) RestoreParity(subframe);
     Sink().OnSubframe(subframe);
     return true;
+}
+
+// Each word stands in the low 30 bits, data and parity alike already turned back by the last bit of the word before
+// (IS-GPS-200, 20.3.5.2): the parity bits are not those transmitted, which they become here. A receiver that has not
+// given a right parity yet may be one that gives none, and has checked it.
+void UbxDecoder::RestoreParity(GPSSubframe& subframe) {
+    unsigned long before = 0;
+    for (unsigned long& word : subframe.words) {
+        if ((before & 1U) != 0) word ^= 0x3FU;
+        before = word;
+    }
+    givesParity_ = givesParity_ || HasGPSParity(subframe.words);
+    if (givesParity_) subframe.parity = GPSSubframe::Parity::Present;
 }
 
 bool UbxDecoder::DeliverString(const LittleEndian& words, int slot, int freqId) {
@@ -71,6 +82,7 @@ bool UbxDecoder::DeliverString(const LittleEndian& words, int slot, int freqId) 
     }
     // The fourth word: number of the superframe, number of the frame in it.
     const int frame = words.Get<std::uint16_t>(3 * WordSize);
+    string.checked = false;
     string.frame = frame <= GNSS::ICDGlonass::NmrFrame ? frame : 0;
     Sink().OnString(string);
     return true;

@@ -1,10 +1,11 @@
-// UbxSystems: how UBX numbers satellite systems, satellites, signals and weeks.
+// UbxSystems: how UBX numbers satellite systems, satellites and signals.
 #pragma once
 
 #include <optional>
 
 #include "gnss/time/GlonassSlot.h"
 #include "gnss/time/PRN.h"
+#include "host/receiver/StreamDecoder.h"
 
 namespace Host::UbxSystems {
 
@@ -29,9 +30,6 @@ template <typename Id>
 [[nodiscard]] constexpr bool IsNumber(int number) {
     return number >= Id::Min && number <= Id::Max;
 }
-
-// The last week of 2099; a receiver that says a later one is wrong.
-inline constexpr int MaxWeek = 6260;
 
 // svId of GLONASS: 1 to 32, of which the library knows 24, and the mark of a slot that the receiver does not know yet.
 inline constexpr int MaxGlonass = 32;

@@ -245,13 +245,8 @@ TEST(DecodedRecords, RealSubframesPassParity) {
     static_cast<void>(tests::DecodeLog(tests::ReadAll(path), log));
     ASSERT_EQ(log.subframes.size(), 849U);
     for (const Host::GPSSubframe& subframe : log.subframes) {
-        // This receiver has turned back the parity bits with the data: the log's README says so.
+        ASSERT_EQ(subframe.parity, Host::GPSSubframe::Parity::Present);
         std::array<unsigned long, 10> words = subframe.words;
-        unsigned long before = 0;
-        for (unsigned long& word : words) {
-            if ((before & 1U) != 0) word ^= 0x3FU;
-            before = word;
-        }
         ASSERT_TRUE(Host::HasGPSParity(words)) << int{subframe.prn};
         words[4] ^= 0x40U;
         ASSERT_FALSE(Host::HasGPSParity(words));

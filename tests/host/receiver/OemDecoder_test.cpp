@@ -135,7 +135,7 @@ TEST(OemDecoder, TrackingStatusDecidesWhatIsMeasured) {
         const Signal c{5, 0x1C00 | L2C, 2.0e7};
         const OemRun run(OemFrame(43, Range({isFirst ? p : c,
                                              isFirst ? c : p,
-                                             {5, 0x1C00 | (14U << 21U)},
+                                             {5, 0x1C00 | (14U << 21U), NaN},
                                              {120, 0x21C00},
                                              {33, 0x1C00},
                                              {0, 0x1C00},
@@ -356,13 +356,19 @@ TEST(OemDecoder, TimeIsToldWhenItIsKnown) {
     EXPECT_EQ(times({}), std::vector<GPSTime>{GPSTime(2209, 512449.0)});
     EXPECT_EQ(times({0, 160, 1, 604799999, 40}), std::vector<GPSTime>{GPSTime(1, 604799.999)});
     EXPECT_EQ(times({2}).size(), 1U);
-    for (const OemHeader& header : {OemHeader{0, 140}, OemHeader{0, 180, 0}, OemHeader{0, 180, 2209, 604800000},
-                                    OemHeader{0x80}, OemHeader{1}, OemHeader{0x20}}) {
+    for (const OemHeader& header :
+         {OemHeader{0, 140}, OemHeader{0, 180, 0}, OemHeader{0, 180, 6261}, OemHeader{0, 180, 2209, 604800000},
+          OemHeader{0x80}, OemHeader{1}, OemHeader{0x20}}) {
         EXPECT_TRUE(times(header).empty());
         const OemRun run(OemFrame(43, Range({{}}).Get(), header));
         EXPECT_TRUE(run.said.sets.empty());
         EXPECT_EQ(run.Counts().GetNmrMessages(), 1);
         EXPECT_EQ(run.Counts().GetNmrRefused(), 0);
+    }
+    // A receiver that begins anew, against one whose clock is only less sure for a while.
+    for (const auto& [status, order] : {std::pair{std::uint8_t{20}, "txt"}, {std::uint8_t{130}, "t"}}) {
+        const std::string good = OemFrame(9999, other);
+        EXPECT_EQ(OemRun(good + OemFrame(9999, other, {0, status}) + good).said.order, order);
     }
     EXPECT_TRUE(OemRun(tests::OemShortFrame(508, other)).said.order.empty());
     EXPECT_EQ(OemRun(tests::OemShortFrame(508, other)).Counts().kinds.at(508).nmr, 1);

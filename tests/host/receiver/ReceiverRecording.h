@@ -33,6 +33,7 @@ struct ReceiverRecording : Host::ReceiverSink {
     std::vector<Host::StationPosition> stations;
 
     void OnTime(const GNSS::GPSTime& time) override { Keep('t', times, time); }
+    void OnTimeLost() override { order += 'x'; }
     void OnLeapSeconds(int seconds) override { Keep('l', leaps, seconds); }
     void OnSubframe(const Host::GPSSubframe& subframe) override { Keep('g', subframes, subframe); }
     void OnString(const Host::GlonassString& string) override { Keep('r', strings, string); }

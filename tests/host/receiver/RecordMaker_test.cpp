@@ -1,6 +1,7 @@
 // Records completed from made streams: dates, weeks, and what must give no record.
 #include "host/receiver/RecordMaker.h"
 
+#include <cmath>
 #include <functional>
 #include <map>
 #include <vector>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "gnss/platform/Clock.h"
+#include "host/receiver/LeapSeconds.h"
 #include "tests/host/receiver/NavigationBits.h"
 #include "tests/host/receiver/ReceiverRecording.h"
 
@@ -29,19 +31,32 @@ protected:
         bits::Put(subframe.words, 2, 20, 3, static_cast<unsigned>(id));
         return subframe;
     }
+    // Of an almanac with a true orbit, where the SV ID is a satellite's.
     static Host::GPSSubframe Page(int id, unsigned next, unsigned svId, int prn = 5) {
         Host::GPSSubframe page = Subframe(id, next, prn);
+        bits::Put(page.words, 3, 1, 2, 1);
         bits::Put(page.words, 3, 3, 6, svId);
+        if (svId <= 32) bits::Put(page.words, 6, 1, 24, 5152U << 11U);
         return page;
     }
-    // Subframes 1 to 3 whose issues and reference times are these.
+    // Page 18 of subframe 4 with these leap seconds.
+    static Host::GPSSubframe UTCPage(unsigned next, unsigned leapSeconds) {
+        Host::GPSSubframe page = Page(4, next, 56);
+        bits::Put(page.words, 9, 1, 8, leapSeconds);
+        bits::Put(page.words, 9, 17, 8, 7);
+        bits::Put(page.words, 10, 1, 8, leapSeconds);
+        return page;
+    }
+    // Subframes 1 to 3 whose issues and reference times are these, of week_ modulo 1024.
     void SendEphemeride(unsigned next, unsigned iodc, unsigned iode2, unsigned iode3, unsigned toe = 7200) {
         Host::GPSSubframe one = Subframe(1, next);
+        bits::Put(one.words, 3, 1, 10, static_cast<unsigned>(week_) % 1024);
         bits::Put(one.words, 3, 23, 2, iodc >> 8U);
         bits::Put(one.words, 8, 1, 8, iodc & 0xFFU);
         bits::Put(one.words, 8, 9, 16, toe / 16);
         Host::GPSSubframe two = Subframe(2, next + 1);
         bits::Put(two.words, 3, 1, 8, iode2);
+        bits::Put(two.words, 8, 17, 8, sqrtA_ >> 5U);
         bits::Put(two.words, 10, 1, 16, toe / 16);
         Host::GPSSubframe three = Subframe(3, next + 2);
         bits::Put(three.words, 10, 1, 8, iode3);
@@ -71,6 +86,8 @@ protected:
         });
     }
 
+    int week_ = 2300;
+    unsigned sqrtA_ = 5152;  // a multiple of 32
     tests::RecordRecording records_;
     RecordMaker maker_{records_};
 };
@@ -93,6 +110,7 @@ TEST_F(RecordMakerTest, DatesSubframesByTheStreamsWeek) {
         maker_.OnTime(row.now);
         // The count of subframe 1 before a week's turn stays below it, so the set is whole.
         const unsigned first = row.next >= 2 ? row.next - 2 : 0;
+        week_ = first == 0 ? row.now.GetClosest(604794.0).GetWeek() : row.start.GetWeek();
         SendEphemeride(first, 0x2AB, 0xAB, 0xAB);
         const GPSTime start = row.next >= 2 ? row.start : row.start + Corvane::Time(6.0);
         ASSERT_FALSE(records_.gps.empty()) << row.next;
@@ -134,12 +152,13 @@ TEST_F(RecordMakerTest, MakesNoMixedEphemeride) {
 TEST_F(RecordMakerTest, ResolvesWeeksOfEightBits) {
     // Either side of the turns of 10 and 8 bits, and the farthest that eight bits can tell.
     for (const int week : {1023, 1024, 2047, 2048, 2363}) {
+        const int leapSeconds = Host::GPSMinusUTC(GPSTime(week, 302400.0));
         for (const int ahead : {-128, -127, -1, 0, 1, 127, 128}) {
             Almanac::UTC utc;
             utc.WNLSF = (week + ahead) % 256;
             utc.WNt = (week - ahead) % 256;
             utc.DN = 7;
-            utc.DtLS = utc.DtLSF = 18;
+            utc.DtLS = utc.DtLSF = leapSeconds;
             maker_.OnTime({week, 302400.0});
             maker_.OnUTC(utc);
             EXPECT_EQ(records_.utc.back().WNLSF, week + (ahead == 128 ? -128 : ahead)) << week;
@@ -147,10 +166,9 @@ TEST_F(RecordMakerTest, ResolvesWeeksOfEightBits) {
         }
     }
     // A page says the ionosphere as well, both dated by its own time.
-    Host::GPSSubframe page = Page(4, 50401, 56);
+    Host::GPSSubframe page = UTCPage(50401, 18);
     bits::Put(page.words, 3, 9, 8, 11);
     bits::Put(page.words, 8, 17, 8, 2363 % 256);
-    bits::Put(page.words, 9, 17, 8, 7);
     maker_.OnSubframe(page);
     EXPECT_EQ(records_.iono.back().alpha0, 11 * ICD::IonoUTCSF::Alpha0);
     EXPECT_EQ(records_.iono.back().time, GPSTime(2363, 302400.0));
@@ -159,6 +177,7 @@ TEST_F(RecordMakerTest, ResolvesWeeksOfEightBits) {
     // A page that has never been filled would take all leap seconds away.
     maker_.OnSubframe(Page(4, 50403, 56));
     EXPECT_EQ(records_.utc.back().time, GPSTime(2363, 302400.0));
+    EXPECT_EQ(records_.iono.size(), 1U);
     EXPECT_EQ(maker_.GetNmrRefused(), 1);
 }
 
@@ -199,15 +218,19 @@ TEST_F(RecordMakerTest, DatesDecodedEphemerides) {
         GPSTime reference;
     };
     for (const Row& row : {
-             Row{{1023, 604790.0}, 1023, 1024, 597600.0, {}, {1023, 597600.0}},
-             Row{{1023, 604790.0}, 0, 1024, 0.0, {}, {1024, 0.0}},
-             Row{{1023, 604790.0}, 1023, 1024, 0.0, {}, {1024, 0.0}},  // the week in which it was sent
-             Row{{2048, 100.0}, 1023, 1024, 597600.0, {}, {2047, 597600.0}},
-             Row{{2048, 100.0}, 0, 1024, 597600.0, {}, {2047, 597600.0}},
-             Row{{2048, 100.0}, 0, 1024, 7200.0, {}, {2048, 7200.0}},
+             Row{{1023, 604790.0}, 1023, 1024, 597600.0, {}, {1023, 604790.0}},
+             Row{{1023, 604790.0}, 0, 1024, 0.0, {}, {1023, 604790.0}},
+             Row{{1023, 604790.0}, 1023, 1024, 0.0, {}, {1023, 604790.0}},  // the week in which it was sent
+             Row{{2048, 100.0}, 1023, 1024, 597600.0, {}, {2048, 100.0}},
+             Row{{2048, 100.0}, 0, 1024, 597600.0, {}, {2048, 100.0}},
+             Row{{2048, 100.0}, 0, 1024, 7200.0, {}, {2048, 100.0}},
+             Row{{2048, 100.0}, 0, 1024, 90000.0, {}, {2048, 90000.0}},
              Row{{2048, 100.0}, 511, 1024, 300000.0, {}, {2559, 300000.0}},
              Row{{2048, 100.0}, 512, 1024, 300000.0, {}, {1536, 300000.0}},
              Row{{2048, 100.0}, 1562, 0, 7200.0, {}, {1562, 7200.0}},
+             // The stream's week is not the record's.
+             Row{{2047, 7300.0}, 1024, 1024, 7200.0, {}, {2048, 7200.0}},
+             Row{{2055, 7300.0}, 1024, 1024, 7200.0, {}, {2048, 7200.0}},
              Row{{2048, 100.0}, 1562, 0, 7200.0, GPSTime(1561, 604000.0), {1561, 604000.0}},
              Row{{2048, 100.0}, 1562, 0, 7200.0, GPSTime(1562, 100000.0), {1562, 7200.0}},
          }) {
@@ -220,6 +243,7 @@ TEST_F(RecordMakerTest, DatesDecodedEphemerides) {
         maker_.OnTime(row.now);
         maker_.OnEphemeride(record);
         EXPECT_EQ(records_.gps.back().reference, row.reference) << row.week << " " << row.toe;
+        EXPECT_LE(std::abs((records_.gps.back().GetTOE() - row.reference).Seconds()), GPSTime::SecsInDay);
     }
 }
 
@@ -227,11 +251,7 @@ TEST_F(RecordMakerTest, KeepsTheNewestUntilTheTimeIsKnown) {
     SendEphemeride(100, 0x17, 0x17, 0x17);
     SendEphemeride(105, 0x18, 0x18, 0x18);
     maker_.OnSubframe(Page(5, 106, 1));
-    Host::GPSSubframe page = Page(4, 107, 56);
-    bits::Put(page.words, 9, 1, 8, 18);
-    bits::Put(page.words, 9, 17, 8, 7);
-    bits::Put(page.words, 10, 1, 8, 18);
-    maker_.OnSubframe(page);
+    maker_.OnSubframe(UTCPage(107, 18));
     SendEphemerideString(1, 0, 0, 0);
     Host::GlonassDecodedEphemeride decoded;
     decoded.ephemeride.slot = 4;
@@ -279,7 +299,7 @@ TEST_F(RecordMakerTest, MakesGlonassEphemeridesOfOneFrame) {
     EXPECT_TRUE(records_.glonass.empty());
     EXPECT_EQ(maker_.GetNmrRefused(), 1);
     // Late or early by half a second, out of order, and twice.
-    at(-60.0);
+    maker_.OnTimeLost();
     for (const int number : {4, 1, 3, 2, 4}) {
         at(2.0 * number + (number % 2 == 0 ? 0.5 : -0.5));
         SendEphemerideString(number, 17, 52, 0);
@@ -313,6 +333,7 @@ TEST_F(RecordMakerTest, TbMayLieInAnotherDayThanTheFrame) {
     int slot = 0;
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.frameDay) + " " + std::to_string(c.tb));
+        maker_.OnTimeLost();
         const GPSTime frame = c.midnight + Corvane::Time(c.frame);
         ++slot;
         const auto halfMinutes = static_cast<unsigned>(c.frame < 0.0 ? 2880.0 + c.frame / 30.0 : c.frame / 30.0);
@@ -350,14 +371,27 @@ TEST_F(RecordMakerTest, TbMayLieInAnotherDayThanTheFrame) {
             check();
         }
     }
-    // A frame of another day than the stream's is nobody's.
+    // A frame of another day than the stream's is nobody's, and so is a record.
+    maker_.OnTimeLost();
     const GPSTime frame = midnight(2023, 6, 29);
     for (const int number : {1, 2, 3, 4}) {
         maker_.OnTime(frame + Corvane::Time(2.0 * number));
         SendEphemerideString(number, 0, 0, 0, 1275, 1);
     }
+    Host::GlonassDecodedEphemeride record;
+    record.ephemeride.slot = 4;
+    for (const int day : {1278, 100}) {
+        record.ephemeride.posn.day = day;
+        maker_.OnEphemeride(record);
+        record.fourYears = 7;
+        maker_.OnEphemeride(record);
+        record.fourYears.reset();
+        record.reference = frame;
+        maker_.OnEphemeride(record);
+        record.reference.reset();
+    }
     EXPECT_TRUE(records_.glonass.empty());
-    EXPECT_EQ(maker_.GetNmrRefused(), 1);
+    EXPECT_EQ(maker_.GetNmrRefused(), 7);
 }
 
 TEST_F(RecordMakerTest, MakesGlonassAlmanacsOfOneFrame) {
@@ -367,6 +401,7 @@ TEST_F(RecordMakerTest, MakesGlonassAlmanacsOfOneFrame) {
     const auto send = [&](int number, double frame, unsigned slot, unsigned day = 1275) {
         maker_.OnTime(start + Corvane::Time(frame + 2.0 * number));
         SendString(3, number, [&](auto& s) {
+            if (number == 4) bits::Put(s, 16, 11, day);
             if (number == 5) bits::Put(s, 70, 11, day);
             if (number >= 6 && number % 2 == 0) bits::Put(s, 73, 5, slot), bits::Put(s, 80, 1, 1);
             if (number >= 7 && number % 2 == 1) bits::Put(s, 10, 5, 31);
@@ -378,8 +413,12 @@ TEST_F(RecordMakerTest, MakesGlonassAlmanacsOfOneFrame) {
     send(5, 90.0, 0), send(6, 90.0, 25), send(7, 90.0, 25);  // no such slot
     send(5, 120.0, 0), send(14, 120.0, 2), send(15, 120.0, 2);
     EXPECT_TRUE(records_.glonassAlmanac.empty());
-    send(5, 0.0, 0, 0), send(8, 0.0, 2), send(9, 0.0, 2);  // no such day
-    EXPECT_EQ(maker_.GetNmrRefused(), 1);
+    maker_.OnTimeLost();
+    send(5, 0.0, 0, 0), send(8, 0.0, 2), send(9, 0.0, 2);                                // no such day
+    send(5, 30.0, 0, 1255), send(8, 30.0, 2), send(9, 30.0, 2);                          // of weeks ago
+    send(4, 60.0, 0, 1274), send(5, 60.0, 0, 1274), send(8, 60.0, 2), send(9, 60.0, 2);  // the stream's day is wrong
+    EXPECT_TRUE(records_.glonassAlmanac.empty());
+    EXPECT_EQ(maker_.GetNmrRefused(), 3);
     // Another almanac of slot 2 in its own place, from the superframe before, is not what is told now.
     send(5, 150.0, 0), send(14, 150.0, 2), send(15, 150.0, 2);
     ASSERT_EQ(records_.glonassAlmanac.size(), 1U);
@@ -413,6 +452,91 @@ TEST_F(RecordMakerTest, CountsLeapSecondsAsTheStreamTells) {
     utc.DtLSF = 30;
     maker_.OnUTC(utc);
     EXPECT_EQ(maker_.GetClock().GetLeapSeconds(leap), 19) << "no leap is that long";
+    EXPECT_EQ(records_.utc.size(), 1U);
+    // Neither what the table contradicts nor, once there is a time, what was told before it.
+    for (const int wrong : {-128, 0, 15, 21, 127}) maker_.OnLeapSeconds(wrong);
+    EXPECT_EQ(maker_.GetClock().GetLeapSeconds(leap), 19);
+    EXPECT_EQ(maker_.GetNmrRefused(), 6);
+    RecordMaker other(records_);
+    other.OnLeapSeconds(15);
+    other.OnTime(t);
+    EXPECT_EQ(other.GetClock().GetLeapSeconds(t), 18);
+    EXPECT_EQ(other.GetNmrRefused(), 1);
+}
+
+TEST_F(RecordMakerTest, BelievesTheWeekOfSubframe1) {
+    const struct {
+        int stream, sent;
+        std::optional<int> week;
+    } cases[] = {{2363, 2363, 2363}, {2363, 2359, 2359}, {2363, 2367, 2367},
+                 {2363, 2368, {}},   {2363, 2358, {}},   {2363, 2363 - 1024, 2363},
+                 {1023, 1024, 1024}, {2048, 2046, 2046}, {2363, 2363 + 512, {}}};
+    std::int64_t nmrRefused = 0;
+    for (const auto& c : cases) {
+        maker_.OnTime({c.stream, 1000.0});
+        week_ = c.sent + 1024;
+        records_.gps.clear();
+        SendEphemeride(166, 0x17, 0x17, 0x17);
+        EXPECT_EQ(records_.gps.size(), c.week ? 1U : 0U) << c.sent;
+        nmrRefused += c.week ? 0 : 1;
+        if (!records_.gps.empty()) {
+            EXPECT_EQ(records_.gps[0].reference, GPSTime(*c.week, 1002.0)) << c.stream;
+        }
+    }
+    EXPECT_EQ(maker_.GetNmrRefused(), nmrRefused);
+}
+
+TEST_F(RecordMakerTest, WaitsWhileTheStreamHasLostItsTime) {
+    maker_.OnTime({2290, 1000.0});
+    maker_.OnTimeLost();
+    SendEphemeride(100, 0x17, 0x17, 0x17);
+    // Page 51 before the first time is kept as well, and dates what comes with it.
+    Host::GPSSubframe page51 = Page(5, 205, 51);
+    bits::Put(page51.words, 3, 9, 8, 147);
+    bits::Put(page51.words, 3, 17, 8, 2300 % 256);
+    maker_.OnSubframe(page51);
+    Host::GPSSubframe page = Page(5, 210, 9);
+    bits::Put(page.words, 4, 1, 8, 147);
+    maker_.OnSubframe(page);
+    EXPECT_TRUE(records_.gps.empty() && records_.almanac.empty());
+    EXPECT_EQ(maker_.GetNmrWaiting(), 2);
+    maker_.OnTime({2300, 1500.0});
+    ASSERT_EQ(records_.gps.size(), 1U);
+    EXPECT_EQ(records_.gps[0].reference.GetWeek(), 2300);
+    ASSERT_EQ(records_.almanac.size(), 1U);
+    EXPECT_EQ(records_.almanac[0].toa, GPSTime(2300, 147 * 4096.0));
+}
+
+TEST_F(RecordMakerTest, FollowsNoJitterBack) {
+    const struct {
+        double told, clock;  // s of week 2300
+    } steps[] = {{1000.0, 1000.0},     {999.0, 1000.0},      {940.0, 1000.0},    {1001.0, 1001.0},
+                 {2016.0, 2016.0},     {1002.0, 2016.0},     {2017.0, 2017.0},  // two receivers in one stream
+                 {900.0, 2017.0},      {901.0, 901.0},       {902.0, 902.0},    // begun anew
+                 {200000.0, 200000.0}, {100000.0, 100000.0}, {99999.0, 100000.0}};
+    for (const auto& step : steps) {
+        maker_.OnTime({2300, step.told});
+        EXPECT_EQ(maker_.GetClock().GetTime(), GPSTime(2300, step.clock)) << step.told;
+    }
+}
+
+TEST_F(RecordMakerTest, RefusesWhatNoSatelliteSends) {
+    maker_.OnTime({2300, 1000.0});
+    for (const unsigned sqrtA : {0U, 2496U}) {
+        sqrtA_ = sqrtA;
+        SendEphemeride(166, 0, 0, 0);
+        Host::GPSSubframe almanac = Page(5, 170, 7);
+        bits::Put(almanac.words, 6, 1, 24, sqrtA << 11U);
+        maker_.OnSubframe(almanac);
+    }
+    // Of another system, which numbers its satellites from 1 as well.
+    for (const auto& [id, svId] : {std::pair{5, 7U}, {4, 56U}, {5, 51U}}) {
+        Host::GPSSubframe other = svId == 56 ? UTCPage(170, 18) : Page(id, 170, svId);
+        bits::Put(other.words, 3, 1, 2, 3);
+        maker_.OnSubframe(other);
+    }
+    EXPECT_TRUE(records_.gps.empty() && records_.almanac.empty() && records_.utc.empty() && records_.iono.empty());
+    EXPECT_EQ(maker_.GetNmrRefused(), 7);
 }
 
 }  // namespace

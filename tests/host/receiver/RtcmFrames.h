@@ -51,9 +51,10 @@ struct GPSFrame {
     std::int64_t ms = 0;
     int prn = 5, range = 1'000'000, diff = 0, lock = 100;
     bool more = false, extended = true;
+    int station = 7;
     [[nodiscard]] std::string Make() const {
         Bits bits;
-        bits.Put(extended ? 1002 : 1001, 12).Put(7, 12).Put(ms, 30).Put(more ? 1 : 0, 1).Put(1, 5).Put(0, 4);
+        bits.Put(extended ? 1002 : 1001, 12).Put(station, 12).Put(ms, 30).Put(more ? 1 : 0, 1).Put(1, 5).Put(0, 4);
         bits.Put(prn, 6).Put(0, 1).Put(range, 24).Put(diff, 20).Put(lock, 7);
         if (extended) bits.Put(70, 8).Put(180, 8);
         return MakeFrame(bits.Payload());
@@ -101,6 +102,18 @@ struct GlonassDateFrame {
             .Put(day, 11)
             .Put(isM ? 1 : 0, 2);
         bits.Put(1, 1).Put(day, 11).Put(0, 32).Put(fourYears, 5).Put(0, 22 + 1 + 7);
+        return MakeFrame(bits.Payload());
+    }
+};
+
+// 1019 with the week and what makes it an ephemeride; the rest 0.
+struct WeekFrame {
+    int prn = 5, week = 1562 % 1024, toe = 515'232, health = 0, iode = 33, iodc = 33, sqrtA = 5153;
+    [[nodiscard]] std::string Make() const {
+        Bits bits;
+        bits.Put(1019, 12).Put(prn, 6).Put(week, 10).Put(0, 20).Put(iode, 8).Put(toe / 16, 16).Put(0, 46).Put(iodc, 10);
+        bits.Put(0, 16 + 16 + 32 + 16 + 32 + 16).Put(std::int64_t{sqrtA} << 19U, 32).Put(toe / 16, 16);
+        bits.Put(0, 16 + 32 + 16 + 32 + 16 + 32 + 24 + 8).Put(health, 6).Put(0, 2);
         return MakeFrame(bits.Payload());
     }
 };

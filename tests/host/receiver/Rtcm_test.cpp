@@ -8,6 +8,7 @@
 
 #include "gnss/platform/Number.h"
 #include "gnss/time/Constants.h"
+#include "host/receiver/RecordMaker.h"
 #include "host/receiver/RtcmDecoder.h"
 #include "tests/host/receiver/ReceiverRecording.h"
 #include "tests/host/receiver/RtcmFrames.h"
@@ -172,6 +173,12 @@ TEST(Rtcm, MsmLeavesOutWhatIsNotMeasured) {
     EXPECT_EQ(decode({5, 70, 0, 100, -8192}, c, 1077), All & ~M::Doppler);
     EXPECT_EQ(decode({40, 70, 0, 100, 300}, c, 1077), 0U);  // no GPS satellite
     EXPECT_EQ(decode(s, {0, 0, 10, 10, 705, 0, 40, 10}, 1077), 0U);
+    // A reserved lock time of L5, and reserved information of no GLONASS satellite, say nothing of the others.
+    const Session l5(MsmFrame(1077, 0, {s}, {2, 24}, {c, {0, 1, 10, 10, 705, 0, 40, 10}}), GPSTime(2200, 0.0));
+    EXPECT_EQ(l5.said.sets.size(), 1U);
+    const Session slot(MsmFrame(1087, 0, {{3, 70, 9, 0, 0}, {30, 70, 14, 0, 0}}, {2}, {c, {1, 0, 1, 1, 1, 0, 1, 1}}),
+                       GPSTime(2200, 0.0));
+    EXPECT_EQ(slot.said.sets.size(), 1U);
 }
 
 TEST(Rtcm, GlonassMsm4TakesTheChannelFromOtherMessages) {
@@ -320,7 +327,11 @@ TEST(Rtcm, KnowsWhichTimeToBelieve) {
     const auto satellite = [](int slot, int day, bool unhealthy = false) {
         return GlonassDateFrame{.slot = slot, .day = day, .unhealthy = unhealthy}.Make();
     };
+    const auto week = [](int prn, int week10, int toe = 515'232, int health = 0) {
+        return tests::WeekFrame{.prn = prn, .week = week10, .toe = toe, .health = health}.Make();
+    };
     const std::string epoch = GPSFrame{.ms = 515'235'000}.Make();
+    const std::string late = GPSFrame{.ms = 604'790'000}.Make();
     struct Case {
         const char* name;
         std::optional<GPSTime> approximate;
@@ -337,15 +348,33 @@ TEST(Rtcm, KnowsWhichTimeToBelieve) {
            satellite(3, 719, true) + epoch + satellite(4, 719, true) + epoch,
            {1562},
            1},
-          {"one satellite against outside",
-           GPSTime(1600, 515000.0),
-           satellite(3, 719) + satellite(3, 719) + epoch,
-           {1600}},
-          {"two satellites against outside",
-           GPSTime(1600, 515000.0),
-           satellite(3, 719) + satellite(4, 719) + epoch,
+          {"a satellite against outside", GPSTime(1600, 515000.0), satellite(3, 719) + epoch, {1562}},
+          {"an unhealthy one", GPSTime(1600, 515000.0), satellite(3, 719, true) + epoch, {1600}},
+          {"one satellite against another",
+           {},
+           satellite(3, 719) + satellite(4, 26) + satellite(4, 26) + epoch,
            {1562}},
-          {"two satellites at odds", GPSTime(1600, 515000.0), satellite(3, 719) + satellite(4, 26) + epoch, {1600}},
+          {"two satellites against another",
+           {},
+           satellite(3, 719) + satellite(4, 26) + satellite(5, 26) + epoch,
+           {1463}},
+          {"two satellites at odds", {}, satellite(3, 719) + satellite(4, 26) + satellite(5, 90) + epoch, {1562}},
+          {"weeks of one satellite", GPSTime(1563, 515000.0), week(3, 538) + week(3, 538) + epoch, {1563}},
+          {"weeks of two satellites", GPSTime(1563, 515000.0), week(3, 538) + week(4, 538) + epoch, {1562}},
+          {"weeks at odds", GPSTime(1563, 515000.0), week(3, 538) + week(4, 540) + epoch, {1563}},
+          {"weeks apart", GPSTime(1563, 515000.0), week(3, 538) + week(5, 539) + week(4, 538) + epoch, {1563}},
+          {"weeks of unhealthy satellites",
+           GPSTime(1563, 515000.0),
+           week(3, 538, 515'232, 63) + week(4, 538, 515'232, 63) + epoch,
+           {1563}},
+          {"five days before", GPSTime(1562, 90000.0), week(3, 538) + week(4, 538) + epoch, {1562}},
+          {"weeks after a jump", {}, satellite(3, 719) + epoch + week(3, 546) + week(4, 546) + epoch, {1562, 1570}},
+          {"toe of the next week",
+           GPSTime(1562, 604000.0),
+           late + week(3, 538, 0) + week(4, 538, 0) + late,
+           {1562, 1562}},
+          {"weeks against the station", {}, station + week(3, 546) + week(4, 546) + epoch, {1562}},
+          {"weeks alone", {}, week(3, 538) + week(4, 538) + epoch, {}, 1},
           {"station", GPSTime(1600, 515000.0), station + epoch, {1562}},
           {"satellites against the station", {}, station + satellite(3, 26) + satellite(4, 26) + epoch, {1562}},
           {"station against satellites", {}, satellite(3, 719) + lost + epoch, {1419}},
@@ -366,6 +395,60 @@ TEST(Rtcm, KnowsWhichTimeToBelieve) {
     for (int t = 0; t < 3; ++t)
         other.Feed(GPSFrame{.ms = t * 1000, .more = true}.Make() + GlonassFrame{.ms = t * 1000}.Make());
     EXPECT_EQ(other.GetNmrUndated(), 3);
+}
+
+// What comes of records that contradict the time from outside, or the stream's own.
+TEST(Rtcm, DatesNoRecordByAClockThatItContradicts) {
+    const std::string epoch = GPSFrame{.ms = 515'235'000}.Make();
+    const auto satellite = [](int slot, int day) { return GlonassDateFrame{.slot = slot, .day = day}.Make(); };
+    const struct {
+        const char* what;
+        GPSTime approximate;
+        std::string stream;
+        std::vector<int> days;
+    } cases[] = {
+        {"outside is two days late", {1563, 90000.0}, epoch + satellite(3, 719) + satellite(4, 719), {719, 719}},
+        {"and so were the epochs", {1600, 0.0}, satellite(3, 719) + epoch + satellite(4, 719), {719, 719}},
+        // The first satellite that says so is refused, the second is believed.
+        {"a jump", {1562, 0.0}, satellite(3, 719) + epoch + satellite(3, 775) + satellite(4, 775), {719, 775}},
+    };
+    for (const auto& c : cases) {
+        tests::RecordRecording records;
+        Host::RecordMaker maker(records);
+        Host::RtcmDecoder decoder(maker);
+        decoder.SetApproximateTime(c.approximate);
+        decoder.Feed(c.stream);
+        decoder.Finish();
+        std::vector<int> days;
+        for (const auto& record : records.glonass) days.push_back(record.posn.day);
+        EXPECT_EQ(days, c.days) << c.what;
+    }
+}
+
+TEST(Rtcm, FollowsOneStation) {
+    const auto epoch = [](int seconds, int station) {
+        return GPSFrame{.ms = seconds * 1000, .station = station}.Make();
+    };
+    const struct {
+        std::string stream;
+        std::vector<double> epochs;
+        int others;
+    } cases[] = {{epoch(1, 7) + epoch(1, 8) + epoch(2, 7) + epoch(2, 8), {1.0, 2.0}, 2},
+                 {epoch(1, 7) + epoch(31, 8) + epoch(32, 8) + epoch(33, 7), {1.0, 32.0}, 2},
+                 {epoch(100, 7) + epoch(1, 8) + epoch(2, 8), {100.0, 1.0, 2.0}, 0}};
+    for (const auto& c : cases) {
+        const Session session(c.stream, GPSTime(2200, 0.0));
+        std::vector<double> epochs;
+        for (const auto& set : session.said.sets) {
+            epochs.push_back(set.GetGPSTime().GetSeconds());
+            // A track is of one station.
+            const bool isFirst = epochs.size() == 1 || epochs.back() == 32.0 || epochs.back() == 1.0;
+            EXPECT_EQ(set.GetGPS().GetSV(0).GetMeas(0).IsValid(GNSS::GPSMeas::SlipKnown), !isFirst);
+        }
+        EXPECT_EQ(epochs, c.epochs);
+        EXPECT_EQ(session.decoder.GetNmrOfOthers(), c.others);
+        EXPECT_EQ(session.decoder.GetCounts().GetNmrRefused(), 0);
+    }
 }
 
 TEST(Rtcm, GlonassReferenceIsNearTheFrame) {
@@ -410,7 +493,9 @@ TEST(Rtcm, RefusesWhatIsTooShortOrCannotBe) {
           GlonassFrame{.channel = 14}.Make(), GlonassDateFrame{.slot = 25}.Make(), GlonassDateFrame{.day = 1462}.Make(),
           GlonassDateFrame{.hours = 24}.Make(), GlonassDateFrame{.tb = 96}.Make(), tests::MakeSystemFrame(44243, 0, 0),
           tests::MakeSystemFrame(55000, 86401, 0),
-          MsmFrame(1087, 0, {{3, 70, 14, 0, 0}}, {2}, {{0, 0, 0, 0, 5, 0, 40, 0}}), MakeFrame("\x3E")}) {
+          MsmFrame(1087, 0, {{3, 70, 14, 0, 0}}, {2}, {{0, 0, 0, 0, 5, 0, 40, 0}}), MakeFrame("\x3E"),
+          tests::WeekFrame{.iode = 34}.Make(), tests::WeekFrame{.sqrtA = 2000}.Make(),
+          tests::WeekFrame{.toe = 604'800}.Make()}) {
         decoder.Feed(frame);
         EXPECT_EQ(decoder.GetCounts().GetNmrRefused(), ++nmr);
     }

@@ -94,6 +94,8 @@ TEST(UbxDecoder, AcceptsRefusesOrCountsOnly) {
         {"range infinite", RAWX(100.0, {{.range = inf}}), false, ""},
         {"range infinite, not valid", RAWX(100.0, {{.range = inf, .tracking = 0x6}}), true, "tm"},
         {"Doppler not a number", RAWX(100.0, {{}, {.number = 6, .doppler = nan}}), false, ""},
+        {"Doppler of L5 not a number", RAWX(100.0, {{}, {.signal = 7, .doppler = nan}}), true, "tm"},
+        {"Doppler of Galileo not a number", RAWX(100.0, {{.system = 2, .doppler = nan}}), true, "tm"},
         {"GPS 40 measured", RAWX(100.0, {{.number = 40}}), false, ""},
         {"time", TimeGPS(2300, 1000), true, "tl"},
         {"time of no week", TimeGPS(0, 1000, 0), true, ""},
@@ -124,7 +126,9 @@ TEST(UbxDecoder, DatesBySecondsOfTheWeek) {
     EXPECT_EQ(run.said.fixes[1].time, GPSTime(2301, 1.5));
     EXPECT_FALSE(run.said.fixes[2].time);
     EXPECT_EQ(run.said.fixes[3].time, GPSTime(2301, 2.0));
-    EXPECT_EQ(run.said.order, "tltftfftf");
+    EXPECT_EQ(run.said.order, "tltftfxftf");
+    // The same time again, after the receiver had lost it.
+    EXPECT_EQ(UbxRun(TimeGPS(2300, 0) + TimeGPS(0, 0, 0) + TimeGPS(0, 0, 0) + TimeGPS(2300, 0)).said.order, "tlxt");
 
     // The date of UTC across the end of the GPS week, which comes 18 s before midnight.
     Bytes pvt(92);
