@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# What takes too long for every change: the tests many times over in random order, and five minutes of each fuzz target.
+# What takes too long for every change: the tests many times over in random order, a month of simulated traffic through
+# the stores, and five minutes of each fuzz target.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/quietly.sh cmake --preset dev
@@ -14,4 +15,11 @@ for program in build/tsan/tests/*_threads_tests; do
     echo "== $program, 20 times"
     scripts/quietly.sh "$program" --gtest_brief=1 --gtest_repeat=20
 done
+echo "== a month of traffic through the stores"
+scripts/quietly.sh cmake --preset release
+scripts/quietly.sh cmake --build --preset release --target store_soak
+# 170000 almanacs are better saved to memory than to a disk.
+[ ! -w /dev/shm ] || export TMPDIR=/dev/shm
+build/release/bench/store_soak 30
+unset TMPDIR
 scripts/fuzz.sh 300

@@ -21,3 +21,17 @@ target_link_libraries(load_test PRIVATE ${CMAKE_DL_LIBS})
 gnss_warnings(load_test)
 add_test(NAME load.and_unload COMMAND load_test $<TARGET_FILE:load_probe>
   $<TARGET_FILE:gnss_gnss> $<TARGET_FILE:gnss_platform>)
+
+# Two simulated days of the soak; scripts/test-long.sh runs the month. Freed memory stays with the address sanitizer for
+# a while, which would look like growth, and 11000 almanacs are better saved to memory than to a disk.
+if(TARGET gnss_host)
+  add_executable(store_soak ${PROJECT_SOURCE_DIR}/bench/store_soak.cpp)
+  target_link_libraries(store_soak PRIVATE gnss_host)
+  gnss_warnings(store_soak)
+  add_test(NAME soak.stores COMMAND store_soak 2)
+  set(environment ASAN_OPTIONS=quarantine_size_mb=1)
+  if(EXISTS /dev/shm)
+    list(APPEND environment TMPDIR=/dev/shm)
+  endif()
+  set_tests_properties(soak.stores PROPERTIES TIMEOUT 600 ENVIRONMENT "${environment}")
+endif()

@@ -14,5 +14,6 @@ namespace Host {
 void AddOrbitCommand(CLI::App& program, int& exitCode);
 void AddCompareCommand(CLI::App& program, int& exitCode);
 void AddDecodeCommand(CLI::App& program, int& exitCode);
+void AddStoreCommand(CLI::App& program, int& exitCode);
 
 }  // namespace Host

@@ -10,23 +10,6 @@
 
 namespace Host {
 
-ReportRows::ReportRows(const char* what, const std::string& file, Form form, std::vector<Column> columns, Sink& sink)
-    : hasNames_(form != Form::Table) {
-    if (hasNames_) {
-        columns.insert(columns.begin(), {Column{"row", ""}, Column{"file", ""}});
-        cells_ = {std::string_view(what), std::string_view(file)};
-    } else {
-        sink.Write("\n");
-    }
-    writer_ = RowWriter::Make(form, std::move(columns), sink);
-}
-
-void ReportRows::Write(std::span<const Cell> cells) {
-    cells_.resize(hasNames_ ? 2 : 0);
-    cells_.insert(cells_.end(), cells.begin(), cells.end());
-    writer_->Write(cells_);
-}
-
 void RecordRows::Write(const RecordFields& record) {
     const std::string time = PrintTime(record.time);
     if (form_ == Form::Ndjson) {
@@ -37,11 +20,11 @@ void RecordRows::Write(const RecordFields& record) {
 }
 
 void RecordRows::WriteObject(const RecordFields& record, const std::string& time) {
-    std::unique_ptr<ReportRows>& rows = rows_[record.kind];
+    std::unique_ptr<RowTable>& rows = rows_[record.kind];
     if (!rows) {
         std::vector<Column> columns{{"record", ""}, {"time", "GPST"}, {"sat", ""}};
         for (const RecordField& field : record.fields) columns.push_back(field.column);
-        rows = std::make_unique<ReportRows>("record", file_, form_, std::move(columns), sink_);
+        rows = std::make_unique<RowTable>("record", &file_, form_, std::move(columns), sink_);
     }
     std::vector<Cell> cells{std::string_view(record.kind), std::string_view(time),
                             record.satellite.empty() ? Cell() : Cell(std::string_view(record.satellite))};
@@ -50,16 +33,16 @@ void RecordRows::WriteObject(const RecordFields& record, const std::string& time
 }
 
 void RecordRows::WriteLines(const RecordFields& record, const std::string& time) {
-    std::unique_ptr<ReportRows>& rows = rows_[""];
+    std::unique_ptr<RowTable>& rows = rows_[""];
     if (!rows) {
-        rows = std::make_unique<ReportRows>("record", file_, form_,
-                                            std::vector<Column>{{"record", "", 17, 0, true},
-                                                                {"time", "GPST", 23, 0, true},
-                                                                {"sat", "", 3, 0, true},
-                                                                {"name", "", 14, 0, true},
-                                                                {"value", "", 20},
-                                                                {"unit", "", 7, 0, true}},
-                                            sink_);
+        rows = std::make_unique<RowTable>("record", &file_, form_,
+                                          std::vector<Column>{{"record", "", 17, 0, true},
+                                                              {"time", "GPST", 23, 0, true},
+                                                              {"sat", "", 3, 0, true},
+                                                              {"name", "", 14, 0, true},
+                                                              {"value", "", 20},
+                                                              {"unit", "", 7, 0, true}},
+                                          sink_);
     }
     bool isFirst = true;
     for (const RecordField& field : record.fields) {
@@ -122,23 +105,23 @@ void WriteLogRow(const LogReport& report, Form form, Sink& sink) {
     const std::string first = TimeOf(contents.GetFirst());
     const std::string last = TimeOf(contents.GetLast());
     const auto time = [](const std::string& text) { return text.empty() ? Cell() : Cell(std::string_view(text)); };
-    ReportRows log("log", report.file, form,
-                   {{"format", ""},
-                    {"bytes", ""},
-                    {"skipped", ""},
-                    {"bad checksums", ""},
-                    {"messages", ""},
-                    {"refused", ""},
-                    {"from", "GPST"},
-                    {"to", "GPST"},
-                    {"epochs", ""},
-                    {"undated epochs", ""},
-                    {"waiting", ""},
-                    {"undatable", ""},
-                    {"bad words", ""},
-                    {"bad records", ""},
-                    {"other stations", ""}},
-                   sink);
+    RowTable log("log", &report.file, form,
+                 {{"format", ""},
+                  {"bytes", ""},
+                  {"skipped", ""},
+                  {"bad checksums", ""},
+                  {"messages", ""},
+                  {"refused", ""},
+                  {"from", "GPST"},
+                  {"to", "GPST"},
+                  {"epochs", ""},
+                  {"undated epochs", ""},
+                  {"waiting", ""},
+                  {"undatable", ""},
+                  {"bad words", ""},
+                  {"bad records", ""},
+                  {"other stations", ""}},
+                 sink);
     log.Write({std::string_view(report.format), report.bytes, counts.skipped, counts.checksumFailures,
                counts.GetNmrMessages(), counts.GetNmrRefused(), time(first), time(last), contents.GetNmrEpochs(),
                report.decoder != nullptr ? report.decoder->GetNmrUndated() : 0, maker.GetNmrWaiting(),
@@ -158,22 +141,22 @@ void WriteReport(const LogReport& report, Form form, Sink& sink) {
         WriteLogRow(report, form, sink);
     }
     if (report.decoder != nullptr && !(isTable && report.decoder->GetCounts().kinds.empty())) {
-        ReportRows kinds("message", report.file, form,
-                         {{"message", "", 17, 0, true}, {"count", "", 9}, {"refused", "", 9}}, sink);
+        RowTable kinds("message", &report.file, form,
+                       {{"message", "", 17, 0, true}, {"count", "", 9}, {"refused", "", 9}}, sink);
         for (const auto& [kind, count] : report.decoder->GetCounts().kinds) {
             const std::string name = report.decoder->GetKindName(kind);
             kinds.Write({std::string_view(name), count.nmr, count.refused});
         }
     }
     if (!isTable || !contents.GetSatellites().empty()) {
-        ReportRows satellites("satellite", report.file, form,
-                              {{"sat", "", 17, 0, true},
-                               {"subframes", "", 9},
-                               {"strings", "", 9},
-                               {"epochs", "", 9},
-                               {"ephemerides", "", 11},
-                               {"almanacs", "", 9}},
-                              sink);
+        RowTable satellites("satellite", &report.file, form,
+                            {{"sat", "", 17, 0, true},
+                             {"subframes", "", 9},
+                             {"strings", "", 9},
+                             {"epochs", "", 9},
+                             {"ephemerides", "", 11},
+                             {"almanacs", "", 9}},
+                            sink);
         for (const auto& [id, seen] : contents.GetSatellites()) {
             const std::string name = PrintSatellite(id.first, id.second);
             satellites.Write(
@@ -181,8 +164,8 @@ void WriteReport(const LogReport& report, Form form, Sink& sink) {
         }
     }
     if (!isTable || !contents.GetRecords().empty()) {
-        ReportRows records("records", report.file, form,
-                           {{"record", "", 17, 0, true}, {"count", "", 9}, {"without repeats", "", 15}}, sink);
+        RowTable records("records", &report.file, form,
+                         {{"record", "", 17, 0, true}, {"count", "", 9}, {"without repeats", "", 15}}, sink);
         for (const auto& [kind, count] : contents.GetRecords())
             records.Write({std::string_view(kind), count.nmr, count.different});
     }

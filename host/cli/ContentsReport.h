@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "host/cli/RowTable.h"
 #include "host/cli/StreamContents.h"
 #include "host/receiver/StreamDecoder.h"
 #include "host/report/RecordFields.h"
@@ -13,21 +14,6 @@
 #include "host/report/Sink.h"
 
 namespace Host {
-
-// A table of the output. In the files every row says what it is and which log it is about; for people an empty line
-// stands before the table.
-class ReportRows {
-public:
-    ReportRows(const char* what, const std::string& file, Form form, std::vector<Column> columns, Sink& sink);
-
-    void Write(std::initializer_list<Cell> cells) { Write(std::span(cells.begin(), cells.size())); }
-    void Write(std::span<const Cell> cells);
-
-private:
-    bool hasNames_;
-    std::vector<Cell> cells_;
-    std::unique_ptr<RowWriter> writer_;
-};
 
 // Writes records as they come: in NDJSON each as one object, else each value as a row of its own.
 class RecordRows {
@@ -44,7 +30,7 @@ private:
     std::string file_;
     Form form_;
     Sink& sink_;
-    std::map<std::string, std::unique_ptr<ReportRows>> rows_;  // by kind
+    std::map<std::string, std::unique_ptr<RowTable>> rows_;  // by kind
 };
 
 // What was counted. The format in words; the decoder is null for what is no stream of messages, which then has only its

@@ -1,10 +1,6 @@
 // gnss decode: what a receiver's log holds.
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <memory>
 #include <optional>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -13,11 +9,9 @@
 #include "host/cli/ContentsReport.h"
 #include "host/cli/Inputs.h"
 #include "host/cli/LeapRule.h"
-#include "host/cli/Progress.h"
+#include "host/cli/LogFile.h"
 #include "host/cli/StreamContents.h"
 #include "host/cli/TimeText.h"
-#include "host/receiver/FileText.h"
-#include "host/receiver/Inflate.h"
 #include "host/receiver/RinexNavigation.h"
 #include "host/receiver/StreamFormat.h"
 
@@ -42,10 +36,8 @@ struct Request {
     bool records = false;
 };
 
-constexpr const char* StandardInput = "-";
-
 // One log from its beginning to its end.
-class Log {
+class Log : public LogReader {
 public:
     Log(std::string file, const Request& request, LeapRule& leaps, Sink& sink)
         : file_(std::move(file)),
@@ -55,28 +47,18 @@ public:
           contents_(leaps, request.records ? [this](const RecordFields& r) { rows_.Write(r); }
                                            : StreamContents::TakeRecord()) {}
 
-    // Takes the format found in the beginning of the bytes. False, with the reason on standard error, when it is none
-    // that comes as a stream.
-    [[nodiscard]] bool Begin(const DetectedFormat& detected, bool isEmpty) {
+    [[nodiscard]] bool Begin(const DetectedFormat& detected, bool isEmpty) override {
         format_ = detected.format;
         decoder_ = MakeDecoder(format_, contents_);
         if (decoder_) {
             if (request_.date) decoder_->SetApproximateTime(*request_.date);
             return true;
         }
-        if (isEmpty) {
-            Complain(file_ + ": is empty");
-        } else if (format_ == StreamFormat::Unknown) {
-            Complain(file_ + ": no messages of UBX, NovAtel OEM or RTCM 3");
-        } else if (format_ == StreamFormat::Sp3) {
-            Complain(file_ + ": an SP3 file; gnss compare reads it");
-        } else {
-            Complain(fmt::format("{}: a {} file, which gnss decode does not read", file_, Name(format_)));
-        }
+        Complain(file_ + DescribeUnread(format_, isEmpty, "decode"));
         return false;
     }
-    void Feed(std::string_view bytes) { decoder_->Feed(bytes); }
-    void End() {
+    void Feed(std::string_view bytes) override { decoder_->Feed(bytes); }
+    void End() override {
         decoder_->Finish();
         RecordMaker& maker = contents_.Maker();
         // A stream that has told no time is dated as a whole.
@@ -92,7 +74,7 @@ public:
     }
 
     // The records of a RINEX navigation file, each of them once.
-    [[nodiscard]] bool TakeNavigation(std::string_view text) {
+    [[nodiscard]] bool TakeNavigation(std::string_view text) override {
         RinexNavigation navigation;
         FileError error;
         const bool isRead = navigation.Parse(text, file_, error);
@@ -124,88 +106,6 @@ private:
     std::unique_ptr<StreamDecoder> decoder_;
 };
 
-bool DecodeText(std::string_view text, Log& log) {
-    const DetectedFormat detected = DetectFormat(text);
-    if (detected.format == StreamFormat::RinexNavigation) return log.TakeNavigation(text);
-    if (!log.Begin(detected, text.empty())) return false;
-    constexpr std::size_t Piece = std::size_t{64} * 1024;
-    Progress progress("bytes", static_cast<std::int64_t>(text.size()));
-    for (std::size_t at = 0; at < text.size(); at += Piece) {
-        log.Feed(text.substr(at, Piece));
-        progress.SetDone(static_cast<std::int64_t>(at));
-    }
-    log.End();
-    return true;
-}
-
-// The next bytes of standard input; false with a line on standard error when it cannot be read.
-bool ReadPiece(std::string& piece) {
-    piece.resize(std::size_t{64} * 1024);
-    ssize_t size = -1;
-    do {
-        size = ::read(STDIN_FILENO, piece.data(), piece.size());
-    } while (size < 0 && errno == EINTR);
-    if (size < 0) {
-        const char* reason = ::strerrordesc_np(errno);
-        Complain(std::string("standard input: ") + (reason != nullptr ? reason : "unknown error"));
-        return false;
-    }
-    piece.resize(static_cast<std::size_t>(size));
-    return true;
-}
-
-bool DecodeWhole(const std::string& input, Log& log) {
-    if (!IsGzip(input)) return DecodeText(input, log);
-    const Inflated content = Inflate(input, FileText::MaxInflated);
-    if (content.state != Inflated::State::Whole && content.state != Inflated::State::Cut)
-        return Complain("standard input: its compressed data are damaged or too large"), false;
-    if (content.state == Inflated::State::Cut) Complain("standard input: its compressed data end early");
-    return DecodeText({content.bytes.get(), content.size}, log);
-}
-
-// What gzip has compressed and the text of a file are read to their end first, everything else is decoded as it comes.
-bool DecodeStandardInput(Log& log) {
-    constexpr std::int64_t Enough = 3;  // messages to know a protocol by
-    std::string beginning;
-    std::string piece;
-    std::size_t nextLook = 1024;
-    for (bool isFile = false;;) {
-        if (!ReadPiece(piece)) return false;
-        beginning += piece;
-        isFile = isFile || IsGzip(beginning);
-        if (isFile && piece.empty()) return DecodeWhole(beginning, log);
-        if (isFile && beginning.size() > FileText::MaxInflated) return Complain("standard input: too large"), false;
-        const bool isAll = piece.empty() || beginning.size() >= DetectionSize;
-        if (isFile || (!piece.empty() && beginning.size() < nextLook)) continue;
-        nextLook = 2 * beginning.size();
-        const DetectedFormat detected = DetectFormat(beginning);
-        isFile = detected.format == StreamFormat::RinexNavigation;
-        if (isFile && piece.empty()) return DecodeWhole(beginning, log);
-        if (isFile || (!isAll && detected.messages < Enough)) continue;
-        const bool isNothing = detected.format == StreamFormat::Unknown;
-        if (isNothing && !piece.empty() && beginning.size() < FileText::MaxInflated) continue;
-        if (!log.Begin(detected, beginning.empty())) return false;
-        break;
-    }
-    for (log.Feed(beginning); !piece.empty(); log.Feed(piece)) {
-        if (!ReadPiece(piece)) return false;
-    }
-    log.End();
-    return true;
-}
-
-bool DecodeFile(const std::string& path, Log& log) {
-    if (path == StandardInput) return DecodeStandardInput(log);
-    FileText file;
-    FileError error;
-    if (!file.Open(path, error)) return Complain(error.Print()), false;
-    Warnings warnings;
-    warnings.SetFile(path);
-    WarnIfCut(file, warnings);
-    Complain(warnings, true);
-    return DecodeText(file.Text(), log);
-}
-
 int Run(const Options& options) {
     Request request;
     request.records = options.records;
@@ -214,8 +114,7 @@ int Run(const Options& options) {
         request.date = ParseTime(options.date);
         if (!request.date) return Complain("--date: " + Quoted(options.date) + " is not a time"), 2;
     }
-    if (std::ranges::count(options.files, StandardInput) > 1)
-        return Complain("standard input can be read only once"), 2;
+    if (!IsReadOnce(options.files)) return 2;
 
     Sink sink(options.output);
     bool isDecoded = true;
@@ -224,7 +123,7 @@ int Run(const Options& options) {
         // Each log has its own leap seconds.
         LeapRule leaps;
         Log log(path, request, leaps, sink);
-        isDecoded = DecodeFile(path, log) && isDecoded;
+        isDecoded = ReadLog(path, log) && isDecoded;
     }
     const std::string failure = sink.Close();
     if (!failure.empty()) return Complain(failure), 1;

@@ -1,49 +1,15 @@
 // gnss decode: what it says of every log, however the bytes come, and what it refuses.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <set>
-#include <sstream>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
+#include "tests/host/cli/CommandRun.h"
 #include "tests/support/TestData.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
-class Decode : public ::testing::Test {
-protected:
-    void SetUp() override {
-        folder_ = fs::temp_directory_path() / ("gnss_decode_test_" + std::to_string(::getpid()));
-        fs::create_directories(folder_);
-    }
-    void TearDown() override { fs::remove_all(folder_); }
-    [[nodiscard]] std::string Read(const std::string& name) const {
-        std::ostringstream text;
-        text << std::ifstream(folder_ / name).rdbuf();
-        return text.str();
-    }
-    // A piece of shell in which $GNSS is the program.
-    int Run(const std::string& command) {
-        const std::string whole =
-            "cd '" + folder_.string() + "' && GNSS='" GNSS_PROGRAM_FILE "' && { " + command + " ; } >out 2>err";
-        const int status = std::system(whole.c_str());  // NOLINT: the tests' own text
-        out_ = Read("out");
-        err_ = Read("err");
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128;
-    }
-    [[nodiscard]] bool Says(const std::string& line) const { return out_.find(line + "\n") != std::string::npos; }
-
-    fs::path folder_;
-    std::string out_;
-    std::string err_;
-};
+using Decode = tests::CommandRun;
 
 TEST_F(Decode, CountsWhatEveryLogHolds) {
     struct Row {
