@@ -2,9 +2,11 @@
 #include "gnss/measurement/MSAdjust.h"
 
 #include <cmath>
-#include <cstdio>
+#include <iomanip>
+#include <locale>
 #include <map>
 #include <random>
+#include <sstream>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -147,9 +149,10 @@ TEST(MSAdjust, MakesRangesCompleteAndContinuous) {
 
 // "5 at 0.20": satellites that agree and the clock in ms; then what is not as usual.
 std::string Summary(const MSAdjust::Report& report, int slips) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%d at %.2f", report.nmrAgree, report.clockOffset * 1e3);
-    std::string summary = report.adjusted ? text : "refused";
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << report.nmrAgree << " at " << std::fixed << std::setprecision(2) << report.clockOffset * 1e3;
+    std::string summary = report.adjusted ? text.str() : "refused";
     const auto add = [&](const char* name, int value) {
         if (value != 0) summary += name + std::to_string(value);
     };
