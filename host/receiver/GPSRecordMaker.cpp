@@ -211,6 +211,11 @@ void GPSRecordMaker::Complete(const GPSDecodedEphemeride& record) {
             const bool isTurn = std::abs(now.GetSeconds() - toe.GetSeconds()) > GPSTime::SecsInWeek / 2.0;
             if (isTurn && std::abs((toe - now).Seconds()) < GPSTime::SecsInDay) week = other;
         }
+        // Nearest, but before the start of GPS time: the stream's week is not that of the message.
+        if (week < 0) {
+            ++nmrRefused_;
+            return;
+        }
     }
     const GPSTime toc = GPSTime(week, ephemeride.posn.toe).GetClosest(ephemeride.clock.toc);
     const std::optional<GPSTime>& sent = record.transmission ? record.transmission : clock_.GetTime();
