@@ -60,6 +60,10 @@ class ICDGlonass;
 class SVHealth;
 class Notes;
 
+// The record of a fix, and the displays.
+class Constellation;
+struct DopArt;
+
 // Stores.
 struct GNSSLink;
 class AlmanacStore;

@@ -67,8 +67,14 @@
 #include "gnss/health/SVHealthSet.h"
 #include "gnss/health/SVHealthUpdate.h"
 
+// The record of a fix.
+#include "gnss/position/Constellation.h"
+
 // The stores of live data, and the types of their links.
 #include "gnss/store/AlmanacStore.h"
 #include "gnss/store/GNSSLink.h"
 #include "gnss/store/GPSEphemStore.h"
 #include "gnss/store/GlonassEphemStore.h"
+
+// What the operator sees.
+#include "gnss/display/DopArt.h"
