@@ -1,0 +1,362 @@
+#include "host/fix/FixSolver.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
+
+#include "gnss/geodesy/Spheroid.h"
+#include "gnss/time/Constants.h"
+#include "gnss/time/SignalFrequencies.h"
+#include "host/fix/RangeVariance.h"
+
+namespace Host {
+namespace {
+
+using GNSS::ECEF;
+using GNSS::LightSpeed;
+
+constexpr int MaxIterations = 15;
+// Steps shorter than this end the iteration, m: where the position is all that is wanted, and where elevations and
+// corrections are to be worked out.
+constexpr double FineStep = 1e-4;
+constexpr double CoarseStep = 1000.0;
+// Corrections and weights are worked out again after a longer way, m.
+constexpr double CorrectionStep = 30.0;
+// Standard deviation of every range before elevations are known, m; any will do.
+constexpr double CoarseSD = 10.0;
+// Where a receiver can be, m above the ellipsoid.
+constexpr double MinHeight = -10e3;
+constexpr double MaxHeight = 100e3;
+// A satellite is chosen by its elevation at the position found; where that moves one over the mask the position is
+// found again, so often.
+constexpr int MaxChoices = 4;
+
+// The satellite in the earth-fixed frame of the time of reception, a range away (GPSEphemerisCalc::CalculateRotation to
+// the second order of the angle, 1e-5 rad: the next one is 1e-8 m).
+ECEF AtReception(const ECEF& posn, double range) {
+    const double angle = GNSS::GPSEphemeride::EarthRate.Radians() * (range / LightSpeed);
+    const double cosine = 1.0 - 0.5 * angle * angle;
+    return {posn.GetX() * cosine + posn.GetY() * angle, posn.GetY() * cosine - posn.GetX() * angle, posn.GetZ()};
+}
+
+struct Sight {
+    ECEF::Delta direction;  // unit vector from the receiver
+    double range;
+};
+
+Sight SightOf(const FixSatellite& satellite, const ECEF& position) {
+    // The range enters the rotation by way of its flight time only: 1 km off is 0.6 mm.
+    const double straight = (satellite.posn - position).Magnitude();
+    ECEF::Delta line = AtReception(satellite.posn, straight) - position;
+    double range = 0.0;
+    static_cast<void>(line.Normalise(range));
+    return {line, range};
+}
+
+std::size_t SystemOf(const FixSatellite& satellite) {
+    return satellite.glonass ? 1 : 0;
+}
+
+}  // namespace
+
+const char* Describe(FixFailure failure) {
+    switch (failure) {
+        case FixFailure::None:
+            return "";
+        case FixFailure::TooFewSatellites:
+            return "too few satellites";
+        case FixFailure::BadGeometry:
+            return "the satellites' geometry does not determine a position";
+        case FixFailure::NotConverged:
+            return "the ranges contradict each other too much";
+        case FixFailure::NotOnEarth:
+            return "the position found is not on the earth";
+    }
+    return "";
+}
+
+bool FixSolver::Fail(FixFailure failure) {
+    failure_ = failure;
+    return false;
+}
+
+std::optional<double> FixSolver::GetClock(bool glonass) const {
+    const std::size_t system = glonass ? 1 : 0;
+    return clockColumn_[system] < 0 ? std::nullopt : std::optional<double>(clocks_[system]);
+}
+
+void FixSolver::Place(const ECEF& position) {
+    position_ = position;
+    grid_.Set(position, GNSS::Spheroid::WGS84);
+    geog_ = grid_.GetOrigin();
+    troposphere_ = settings_.troposphere == FixSettings::Troposphere::Standard ? StandardTroposphere(geog_)
+                                                                               : StandardTroposphere();
+}
+
+// Elevation and azimuth from the place.
+void FixSolver::LookAt(FixSatellite& satellite) const {
+    const Sight sight = SightOf(satellite, position_);
+    const double east = sight.direction.Dot(grid_.GetEast());
+    const double north = sight.direction.Dot(grid_.GetNorth());
+    const double up = sight.direction.Dot(grid_.GetUp());
+    satellite.elevation = std::asin(std::clamp(up, -1.0, 1.0));
+    satellite.azimuth = std::atan2(east, north);
+    if (satellite.azimuth < 0.0) satellite.azimuth += 2.0 * std::numbers::pi;
+}
+
+// What the atmosphere adds to the range, and how good the range is.
+void FixSolver::Correct(const GNSS::GPSTime& t, const FixInputs& inputs, FixSatellite& satellite) const {
+    const double sine = std::sin(satellite.elevation);
+    satellite.troposphere = troposphere_.GetDelay(sine);
+    satellite.ionosphere = 0.0;
+    if (usedIonosphere_ && satellite.frequency > 0.0) {
+        double delay = 0.0;
+        if (inputs.almanac->CalculateIonoDelay(t, geog_.GetLatitude(), geog_.GetLongitude(),
+                                               Corvane::Angle(satellite.elevation), Corvane::Angle(satellite.azimuth),
+                                               delay)) {
+            const double ratio = GNSS::GPSFreqy::L1.GetFrequency() / satellite.frequency;
+            satellite.ionosphere = delay * ratio * ratio;
+        }
+    }
+    satellite.sd = std::sqrt(RangeVariance(satellite, settings_.weights, usedIonosphere_));
+}
+
+// Which satellites take part, by what is known of their place in the sky.
+void FixSolver::Choose(std::vector<FixSatellite>& satellites) {
+    std::array<int, 2> counts{};
+    for (FixSatellite& satellite : satellites) {
+        if (satellite.use == SatelliteUse::BelowMask || satellite.use == SatelliteUse::LowSignal ||
+            satellite.use == SatelliteUse::Lone || satellite.use == SatelliteUse::Rejected) {
+            satellite.use = SatelliteUse::Used;
+        }
+        satellite.row = -1;
+        if (satellite.use != SatelliteUse::Used) continue;
+        if (!(satellite.elevation >= settings_.elevationMask * (std::numbers::pi / 180.0))) {
+            satellite.use = SatelliteUse::BelowMask;
+        } else if (satellite.snr < settings_.signalMask) {
+            satellite.use = SatelliteUse::LowSignal;
+        } else {
+            ++counts[SystemOf(satellite)];
+        }
+    }
+    rows_.clear();
+    for (FixSatellite& satellite : satellites) {
+        if (satellite.use != SatelliteUse::Used) continue;
+        if (counts[SystemOf(satellite)] == 1 && counts[1 - SystemOf(satellite)] > 0) {
+            satellite.use = SatelliteUse::Lone;
+            continue;
+        }
+        satellite.row = static_cast<int>(rows_.size());
+        rows_.emplace_back().satellite = &satellite;
+    }
+    nmrUnknown_ = 3;
+    for (std::size_t system = 0; system < 2; ++system) {
+        const bool takesPart =
+            std::any_of(rows_.begin(), rows_.end(), [&](const Row& row) { return SystemOf(*row.satellite) == system; });
+        clockColumn_[system] = takesPart ? nmrUnknown_++ : -1;
+    }
+    heightRow_ = -1;
+    if (settings_.heightAid) {
+        heightRow_ = static_cast<int>(rows_.size());
+        rows_.emplace_back();
+    }
+    nmrObs_ = static_cast<int>(rows_.size());
+    nmrRejected_ = 0;
+}
+
+void FixSolver::Linearise(Row& row, bool coarse) const {
+    row.design.fill(0.0);
+    if (row.satellite == nullptr) {
+        const ECEF::Delta& up = grid_.GetUp();
+        row.design = {up.GetX(), up.GetY(), up.GetZ()};
+        row.misclosure = settings_.height - geog_.GetHeight();
+        row.sd = coarse ? CoarseSD : settings_.heightSD;
+        return;
+    }
+    const FixSatellite& satellite = *row.satellite;
+    const Sight sight = SightOf(satellite, position_);
+    const std::size_t system = SystemOf(satellite);
+    row.design = {-sight.direction.GetX(), -sight.direction.GetY(), -sight.direction.GetZ()};
+    row.design[static_cast<std::size_t>(clockColumn_[system])] = 1.0;
+    const double atmosphere = coarse ? 0.0 : satellite.ionosphere + satellite.troposphere;
+    row.misclosure = satellite.range - (sight.range + clocks_[system] - LightSpeed * satellite.clock + atmosphere);
+    row.sd = coarse ? CoarseSD : satellite.sd;
+}
+
+// One step of the iteration by the normal equations. False when they are singular.
+bool FixSolver::Step(std::array<double, MaxUnknown>& step) {
+    const auto n = static_cast<std::size_t>(nmrUnknown_);
+    std::array<std::array<double, MaxUnknown>, MaxUnknown> normal{};
+    step.fill(0.0);
+    for (const Row& row : rows_) {
+        if (row.rejected) continue;
+        const double weight = 1.0 / (row.sd * row.sd);
+        for (std::size_t i = 0; i < n; ++i) {
+            const double weighted = weight * row.design[i];
+            for (std::size_t j = 0; j <= i; ++j) normal[i][j] += weighted * row.design[j];
+            step[i] += weighted * row.misclosure;
+        }
+    }
+    // Cholesky; a pivot that has lost nearly all of its digits is none.
+    constexpr double LeastPivot = 1e-11;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double diagonal = normal[i][i];
+        for (std::size_t j = 0; j <= i; ++j) {
+            double sum = normal[i][j];
+            for (std::size_t k = 0; k < j; ++k) sum -= normal[i][k] * normal[j][k];
+            if (i != j) {
+                normal[i][j] = sum / normal[j][j];
+            } else if (sum > LeastPivot * diagonal) {
+                normal[i][i] = std::sqrt(sum);
+            } else {
+                return false;
+            }
+        }
+    }
+    for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t k = 0; k < i; ++k) step[i] -= normal[i][k] * step[k];
+        step[i] /= normal[i][i];
+    }
+    for (std::size_t i = n; i-- > 0;) {
+        for (std::size_t k = i + 1; k < n; ++k) step[i] -= normal[k][i] * step[k];
+        step[i] /= normal[i][i];
+    }
+    return std::all_of(step.begin(), step.end(), [](double s) { return std::isfinite(s); });
+}
+
+bool FixSolver::Converge(const GNSS::GPSTime& t, const FixInputs& inputs, bool coarse) {
+    double sinceCorrected = CorrectionStep;
+    for (int i = 0; i < MaxIterations; ++i) {
+        if (!coarse && sinceCorrected >= CorrectionStep) {
+            for (const Row& row : rows_) {
+                if (row.satellite == nullptr) continue;
+                LookAt(*row.satellite);
+                Correct(t, inputs, *row.satellite);
+            }
+            sinceCorrected = 0.0;
+        }
+        for (Row& row : rows_) Linearise(row, coarse);
+        std::array<double, MaxUnknown> step{};
+        if (!Step(step)) return Fail(FixFailure::BadGeometry);
+        const ECEF::Delta move(step[0], step[1], step[2]);
+        for (std::size_t system = 0; system < 2; ++system) {
+            if (clockColumn_[system] >= 0) clocks_[system] += step[static_cast<std::size_t>(clockColumn_[system])];
+        }
+        Place(position_ + move);
+        const double length = move.Magnitude();
+        sinceCorrected += length;
+        if (length < (coarse ? CoarseStep : FineStep) && (coarse || sinceCorrected < CorrectionStep)) return true;
+    }
+    return Fail(FixFailure::NotConverged);
+}
+
+// The adjustment with all its statistics, at the position of now. False when it does not determine the unknowns.
+bool FixSolver::Adjust() {
+    llsq_.Reset(nmrUnknown_);
+    llsq_.SetTests(settings_.confidence, settings_.power, settings_.fLimit);
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+        Row& row = rows_[i];
+        Linearise(row, false);
+        const std::span<const double> design(row.design.data(), static_cast<std::size_t>(nmrUnknown_));
+        if (!llsq_.AddObs(design, row.misclosure, row.sd)) return false;
+        if (row.rejected) llsq_.SetRejected(static_cast<int>(i), true);
+    }
+    return llsq_.Solve();
+}
+
+// A first position from the earth's centre or, where a height helps, from below the satellites' middle.
+bool FixSolver::Begin(const GNSS::GPSTime& t, const FixInputs& inputs, std::vector<FixSatellite>& satellites) {
+    clocks_ = {};
+    ECEF::Delta middle;
+    for (FixSatellite& satellite : satellites) {
+        satellite.elevation = std::numbers::pi / 2.0;  // nothing is below the mask as long as there is no horizon
+        if (satellite.use == SatelliteUse::Used) middle += satellite.posn - ECEF();
+    }
+    double length = 0.0;
+    const bool hasMiddle = settings_.heightAid && middle.Normalise(length);
+    Place(hasMiddle ? ECEF() + middle * GNSS::Spheroid::WGS84.GetA() : ECEF());
+    Choose(satellites);
+    if (nmrObs_ < nmrUnknown_) return Fail(FixFailure::TooFewSatellites);
+    return Converge(t, inputs, true);
+}
+
+bool FixSolver::Solve(const GNSS::GPSTime& t, const FixInputs& inputs, std::vector<FixSatellite>& satellites) {
+    failure_ = FixFailure::None;
+    usedIonosphere_ = settings_.ionosphere == FixSettings::Ionosphere::WhenReceived &&
+                      settings_.ranges == FixSettings::Ranges::L1 && inputs.hasIonosphere && inputs.almanac != nullptr;
+    const auto lookAtAll = [&] {
+        for (FixSatellite& satellite : satellites) {
+            if (satellite.hasPlace) LookAt(satellite);
+        }
+    };
+    const ECEF prior = position_;
+    const bool hadPrior = hasPrior_;
+    // Without a position there are no directions either; with the last one they are those from there.
+    const auto giveUp = [&] {
+        hasPrior_ = hadPrior;
+        if (hadPrior) {
+            Place(prior);
+            lookAtAll();
+        } else {
+            for (FixSatellite& satellite : satellites) satellite.elevation = satellite.azimuth = FixSatellite::None;
+        }
+        for (FixSatellite& satellite : satellites) satellite.row = -1;
+        return false;
+    };
+
+    for (bool fresh = !hasPrior_;; fresh = true) {
+        if (fresh && !Begin(t, inputs, satellites)) return giveUp();
+        bool converged = false;
+        for (int choice = 0; choice < MaxChoices; ++choice) {
+            lookAtAll();
+            Choose(satellites);
+            if (nmrObs_ < nmrUnknown_ || nmrUnknown_ == 3) {
+                Fail(FixFailure::TooFewSatellites);
+                break;
+            }
+            converged = Converge(t, inputs, false);
+            if (!converged) break;
+            lookAtAll();
+            const double mask = settings_.elevationMask * (std::numbers::pi / 180.0);
+            const bool same = std::none_of(satellites.begin(), satellites.end(), [&](const FixSatellite& satellite) {
+                return (satellite.use == SatelliteUse::BelowMask && satellite.elevation >= mask) ||
+                       (satellite.row >= 0 && !(satellite.elevation >= mask));
+            });
+            if (same) break;
+        }
+        if (converged) break;
+        // The last position may be far from this one.
+        if (fresh) return giveUp();
+    }
+
+    // Data snooping.
+    for (;;) {
+        if (!Adjust()) {
+            Fail(FixFailure::BadGeometry);
+            return giveUp();
+        }
+        const Corvane::LLSq::Stats& stats = llsq_.GetStats();
+        const int index = settings_.rejects ? stats.IndexToReject() : -1;
+        if (index < 0) break;
+        Row& row = rows_[static_cast<std::size_t>(index)];
+        row.rejected = true;
+        ++nmrRejected_;
+        if (row.satellite != nullptr) {
+            row.satellite->use = SatelliteUse::Rejected;
+            row.satellite->rejectedW = stats.GetResid(index).GetStandardised();
+        }
+        if (!Converge(t, inputs, false)) return giveUp();
+    }
+    if (!(geog_.GetHeight() > MinHeight && geog_.GetHeight() < MaxHeight)) {
+        Fail(FixFailure::NotOnEarth);
+        return giveUp();
+    }
+    for (FixSatellite& satellite : satellites) {
+        if (satellite.hasPlace) LookAt(satellite);
+        if (satellite.row >= 0) satellite.resid = llsq_.GetStats().GetResid(satellite.row);
+    }
+    hasPrior_ = true;
+    return true;
+}
+
+}  // namespace Host

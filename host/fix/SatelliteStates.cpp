@@ -1,0 +1,230 @@
+#include "host/fix/SatelliteStates.h"
+
+#include <bitset>
+#include <cmath>
+
+#include "gnss/ephemeris/GPSEphemeris.h"
+#include "gnss/ephemeris/GlonassEphemeris.h"
+#include "gnss/time/Constants.h"
+#include "gnss/time/GloTime.h"
+
+namespace Host {
+namespace {
+
+using GNSS::GPSFreqy;
+using GNSS::GPSMeas;
+using GNSS::GPSTime;
+using GNSS::LightSpeed;
+using GlonassMeas = GNSS::Glonass::Measurement;
+
+// What a satellite may be off its orbit's usual radius, m, before its record is not believed.
+constexpr double MinRadius = 2.0e7;
+constexpr double MaxRadius = 3.2e7;
+// Ranges that a receiver near the earth can measure, its clock being off by some 30 ms at most.
+constexpr double MinRange = 1.0e7;
+constexpr double MaxRange = 4.5e7;
+// Larger than any satellite's clock offset that its message can hold, s.
+constexpr double MaxClock = 3e-3;
+// Of the difference that gives velocity and clock drift, s. A power of two, so that the times differ by just this: the
+// velocity is that of the middle of the step, 0.3 mm/s off, and rounding adds 0.01 mm/s.
+constexpr double Step = 1.0 / 1024.0;
+
+// What the two systems do differently.
+struct GPSPart {
+    using Meas = GPSMeas;
+    using Result = GNSS::GPSEphemeride::Result;
+    using History = GNSS::GPSEphemeris;
+    static constexpr bool Glonass = false;
+    static double Age(const GNSS::GPSEphemeride& record, const GPSTime& t) { return (t - record.GetTOE()).Seconds(); }
+    static double MaxAge(const FixSettings& settings) { return settings.maxAgeGPS; }
+    static const GNSS::GPSEphemerisCalc& Calculator(const FixInputs& inputs) { return inputs.gps; }
+    // Satellite minus system time.
+    static double Clock(const Result& result) { return result.clockCorrection; }
+    static int Issue(const Result& result) { return result.IODE; }
+    // The L1 signals are late by the group delay against the clock, which is that of the ionosphere-free combination.
+    static double GroupDelay(const Result& result, bool ionosphereFree) {
+        return ionosphereFree ? 0.0 : result.groupDelay;
+    }
+    static double Frequency(const GPSFreqy& freqy, const FixSatellite&) { return freqy.GetFrequency(); }
+};
+
+struct GlonassPart {
+    using Meas = GlonassMeas;
+    using Result = GNSS::Glonass::Ephemeride::Result;
+    using History = GNSS::Glonass::Ephemeris;
+    static constexpr bool Glonass = true;
+    static double Age(const GNSS::Glonass::Ephemeride& record, const GPSTime& t) {
+        return GNSS::GloTime(t) - record.GetReferenceTime();
+    }
+    static double MaxAge(const FixSettings& settings) { return settings.maxAgeGlonass; }
+    static const GNSS::Glonass::EphemerisCalc& Calculator(const FixInputs& inputs) { return inputs.glonass; }
+    static double Clock(const Result& result) { return -result.clockCorrection; }
+    static int Issue(const Result& result) { return result.tb; }
+    static double GroupDelay(const Result&, bool) { return 0.0; }
+    static double Frequency(const GNSS::Glonass::Frequency& freqy, const FixSatellite& satellite) {
+        return freqy.GetChannelFrequency(satellite.channel.value_or(0));
+    }
+};
+
+template <typename Part>
+const typename Part::Meas* FindRange(const typename Part::Meas::SV& sv, const typename Part::Meas::Freqy& freqy) {
+    const int index = sv.FindFreqy(freqy);
+    if (index < 0) return nullptr;
+    const auto& meas = sv.GetMeas(index);
+    return meas.IsValid(Part::Meas::Range) ? &meas : nullptr;
+}
+
+// Takes range, signal strength and range rate from the satellite's signals. False when the range is missing.
+template <typename Part>
+bool TakeRange(const typename Part::Meas::SV& sv, const FixSettings& settings, FixSatellite& satellite) {
+    using Freqy = typename Part::Meas::Freqy;
+    using Meas = typename Part::Meas;
+    const bool ionosphereFree = settings.ranges == FixSettings::Ranges::IonosphereFree;
+    const Meas* first = FindRange<Part>(sv, Freqy::CA);
+    const Meas* precise = FindRange<Part>(sv, Freqy::L1);
+    // C/A is what everybody tracks; the combination takes the precise code where it is there, since the satellites'
+    // clocks belong to that of both frequencies.
+    if (first == nullptr || (ionosphereFree && precise != nullptr)) first = precise;
+    if (first == nullptr) return false;
+
+    const double f1 = Part::Frequency(first->GetFreqy(), satellite);
+    if (first->IsValid(Meas::SNR)) satellite.snr = first->GetSNR();
+    // The range rate needs the wavelength, and so the channel.
+    if (first->IsValid(Meas::Doppler) && (!Part::Glonass || satellite.channel)) {
+        satellite.rangeRate = -first->GetDoppler() * LightSpeed / f1;
+    }
+    satellite.range = first->GetRange();
+    satellite.frequency = f1;
+    bool warned = first->IsCodeWarn();
+    if (ionosphereFree) {
+        const Meas* second = FindRange<Part>(sv, Freqy::L2);
+        if (second == nullptr) return false;
+        const double f2 = Part::Frequency(second->GetFreqy(), satellite);
+        // IS-GPS-200, 20.3.3.3.3.3.
+        const double gamma = (f1 / f2) * (f1 / f2);
+        satellite.range = (second->GetRange() - gamma * first->GetRange()) / (1.0 - gamma);
+        satellite.noiseFactor = std::sqrt(1.0 + gamma * gamma) / (gamma - 1.0);
+        satellite.frequency = 0.0;
+        warned = warned || second->IsCodeWarn();
+    }
+    if (!(satellite.range > MinRange && satellite.range < MaxRange)) return false;
+    if (warned) satellite.use = SatelliteUse::ReceiverWarning;
+    return true;
+}
+
+// What is known of a satellite's newest record: how old it is, and whether the stores have one at all.
+template <typename Part, typename Implementation>
+const typename Part::History::Record* FindRecord(const Implementation& ephemerides, const typename Part::Meas::Id& id) {
+    // A history, as a rule. Another source of positions tells no age.
+    const auto* history = dynamic_cast<const typename Part::History*>(&ephemerides);
+    const auto* sv = history == nullptr ? nullptr : history->FindSV(id);
+    return sv == nullptr ? nullptr : sv->GetEphem(0);
+}
+
+// The state at transmission; what goes wrong is in `use`.
+template <typename Part, typename Implementation>
+void TakeState(const typename Part::Meas::Id& id, const GPSTime& reception, const FixSettings& settings,
+               const Implementation* ephemerides, FixSatellite& satellite) {
+    satellite.use = SatelliteUse::NoEphemeris;
+    if (ephemerides == nullptr) return;
+    if (const auto* record = FindRecord<Part>(*ephemerides, id)) {
+        satellite.age = Part::Age(*record, reception);
+        satellite.use = SatelliteUse::StaleEphemeris;
+    }
+    // By the satellite's own clock.
+    const GPSTime sent = reception - Corvane::Time(satellite.range / LightSpeed);
+    typename Part::Result result;
+    typename Part::Result next;
+    if (!ephemerides->CalculatePosn(id, sent, result)) return;
+    if (!result.valid) {
+        satellite.use = SatelliteUse::Unhealthy;
+        return;
+    }
+    if (std::abs(satellite.age) > Part::MaxAge(settings)) return;
+    if (!ephemerides->CalculatePosn(id, sent + Corvane::Time(Step), next) || !next.valid) return;
+    satellite.vely = (next.posn - result.posn) / Step;
+    satellite.clockDrift = (Part::Clock(next) - Part::Clock(result)) / Step;
+    // By the system's clock: the satellite's is less than a millisecond off, in which it moves along a straight line.
+    satellite.posn = result.posn - satellite.vely * Part::Clock(result);
+    satellite.clock = Part::Clock(result) -
+                      Part::GroupDelay(result, settings.ranges == FixSettings::Ranges::IonosphereFree);
+    satellite.issue = Part::Issue(result);
+    if (Part::Glonass && settings.glonassShift != nullptr) {
+        settings.glonassShift->Forward(satellite.posn, satellite.posn);
+    }
+    const double radius = satellite.posn.Radius();
+    if (!(radius > MinRadius && radius < MaxRadius) || !(std::abs(satellite.clock) < MaxClock)) {
+        satellite.use = SatelliteUse::NoPosition;
+        return;
+    }
+    satellite.use = SatelliteUse::Used;
+    satellite.hasPlace = true;
+}
+
+// Whether the operator, or the health that the stores have put together, allows the satellite.
+template <typename Id>
+SatelliteUse CheckHealth(const GNSS::SVHealth::Set& health, const Id& id) {
+    const GNSS::SVHealth* record = nullptr;
+    if constexpr (std::is_same_v<Id, GNSS::PRN>) {
+        if (const int index = health.FindSV(id); index >= 0) record = &health.GetSV(index);
+    } else {
+        if (const int index = health.FindSlot(id); index >= 0) record = &health.GetSlot(index);
+    }
+    if (record == nullptr) return SatelliteUse::Used;
+    if (!record->IsEnabled()) return SatelliteUse::Disabled;
+    // Without any health word the ephemeris answers, if there is one.
+    const bool known = record->HasEphemeris() || record->HasAlmanac();
+    return known && !record->IsHealthy() ? SatelliteUse::Unhealthy : SatelliteUse::Used;
+}
+
+template <typename Part>
+void FindOf(const typename Part::Meas::Set& set, bool wanted, const FixInputs& inputs, const FixSettings& settings,
+            std::vector<FixSatellite>& satellites) {
+    // One whole history answers for the epoch, whatever is installed meanwhile.
+    const auto ephemerides = Part::Calculator(inputs).GetImplementation();
+    const auto& inner = set.GetInner();
+    std::bitset<64> seen;
+    for (int i = 0; i < inner.NmrSV(); ++i) {
+        const auto& sv = inner.GetSV(i);
+        const auto id = sv.GetId();
+        // A GLONASS satellite may be tracked before its slot is known.
+        if (id.IsNull() || seen.test(static_cast<std::size_t>(int{id}))) continue;
+        seen.set(static_cast<std::size_t>(int{id}));
+
+        FixSatellite& satellite = satellites.emplace_back();
+        satellite.glonass = Part::Glonass;
+        satellite.number = int{id};
+        if constexpr (Part::Glonass) satellite.channel = inputs.channels.Get(id);
+        if (!wanted) {
+            satellite.use = SatelliteUse::SystemOff;
+            continue;
+        }
+        if (!TakeRange<Part>(sv, settings, satellite)) {
+            satellite.use = SatelliteUse::NoRange;
+            continue;
+        }
+        // The state of a satellite that is not used is found all the same, for its place in the sky.
+        const SatelliteUse measured = satellite.use;
+        const SatelliteUse health = CheckHealth(inputs.health, id);
+        TakeState<Part>(id, set.GetTime(), settings, ephemerides.get(), satellite);
+        if (health != SatelliteUse::Used) {
+            satellite.use = health;
+        } else if (measured != SatelliteUse::Used) {
+            satellite.use = measured;
+        }
+        if (!satellite.hasPlace && inputs.almanac != nullptr) {
+            satellite.hasPlace = inputs.almanac->CalculatePosn(id, set.GetTime(), satellite.posn);
+        }
+    }
+}
+
+}  // namespace
+
+void FindSatellites(const GNSS::MeasSet& set, const FixInputs& inputs, const FixSettings& settings,
+                    std::vector<FixSatellite>& satellites) {
+    satellites.clear();
+    FindOf<GPSPart>(set.GetGPS(), settings.systems != FixSettings::Systems::Glonass, inputs, settings, satellites);
+    FindOf<GlonassPart>(set.GetGlonass(), settings.systems != FixSettings::Systems::GPS, inputs, settings, satellites);
+}
+
+}  // namespace Host
