@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <span>
 
 #include "gnss/geodesy/Spheroid.h"
 #include "gnss/time/Constants.h"
-#include "gnss/time/SignalFrequencies.h"
+#include "gnss/time/GPSFreqy.h"
 #include "host/fix/RangeVariance.h"
+#include "host/fix/Sight.h"
 
 namespace Host {
 namespace {
@@ -30,28 +32,6 @@ constexpr double MaxHeight = 100e3;
 // A satellite is chosen by its elevation at the position found; where that moves one over the mask the position is
 // found again, so often.
 constexpr int MaxChoices = 4;
-
-// The satellite in the earth-fixed frame of the time of reception, a range away (GPSEphemerisCalc::CalculateRotation to
-// the second order of the angle, 1e-5 rad: the next one is 1e-8 m).
-ECEF AtReception(const ECEF& posn, double range) {
-    const double angle = GNSS::GPSEphemeride::EarthRate.Radians() * (range / LightSpeed);
-    const double cosine = 1.0 - 0.5 * angle * angle;
-    return {posn.GetX() * cosine + posn.GetY() * angle, posn.GetY() * cosine - posn.GetX() * angle, posn.GetZ()};
-}
-
-struct Sight {
-    ECEF::Delta direction;  // unit vector from the receiver
-    double range;
-};
-
-Sight SightOf(const FixSatellite& satellite, const ECEF& position) {
-    // The range enters the rotation by way of its flight time only: 1 km off is 0.6 mm.
-    const double straight = (satellite.posn - position).Magnitude();
-    ECEF::Delta line = AtReception(satellite.posn, straight) - position;
-    double range = 0.0;
-    static_cast<void>(line.Normalise(range));
-    return {line, range};
-}
 
 std::size_t SystemOf(const FixSatellite& satellite) {
     return satellite.glonass ? 1 : 0;
@@ -95,7 +75,7 @@ void FixSolver::Place(const ECEF& position) {
 
 // Elevation and azimuth from the place.
 void FixSolver::LookAt(FixSatellite& satellite) const {
-    const Sight sight = SightOf(satellite, position_);
+    const Sight sight(satellite.posn, position_);
     const double east = sight.direction.Dot(grid_.GetEast());
     const double north = sight.direction.Dot(grid_.GetNorth());
     const double up = sight.direction.Dot(grid_.GetUp());
@@ -174,7 +154,7 @@ void FixSolver::Linearise(Row& row, bool coarse) const {
         return;
     }
     const FixSatellite& satellite = *row.satellite;
-    const Sight sight = SightOf(satellite, position_);
+    const Sight sight(satellite.posn, position_);
     const std::size_t system = SystemOf(satellite);
     row.design = {-sight.direction.GetX(), -sight.direction.GetY(), -sight.direction.GetZ()};
     row.design[static_cast<std::size_t>(clockColumn_[system])] = 1.0;
@@ -274,7 +254,7 @@ bool FixSolver::Begin(const GNSS::GPSTime& t, const FixInputs& inputs, std::vect
     }
     double length = 0.0;
     const bool hasMiddle = settings_.heightAid && middle.Normalise(length);
-    Place(hasMiddle ? ECEF() + middle * GNSS::Spheroid::WGS84.GetA() : ECEF());
+    Place(hasMiddle ? ECEF() + middle * GNSS::Spheroid::WGS84.GetSemiMajorAxis() : ECEF());
     Choose(satellites);
     if (nmrObs_ < nmrUnknown_) return Fail(FixFailure::TooFewSatellites);
     return Converge(t, inputs, true);
