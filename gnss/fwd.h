@@ -62,6 +62,8 @@ class Notes;
 
 // The record of a fix, and the displays.
 class Constellation;
+class DOP;
+class UKOOA;
 struct DopArt;
 
 // Stores.

@@ -69,6 +69,11 @@
 
 // The record of a fix.
 #include "gnss/position/Constellation.h"
+#include "gnss/position/DOP.h"
+#include "gnss/position/UKOOA.h"
+#include "gnss/position/UKOOADesc.h"
+#include "gnss/position/UKOOAResid.h"
+#include "gnss/position/UKOOAStation.h"
 
 // The stores of live data, and the types of their links.
 #include "gnss/store/AlmanacStore.h"
