@@ -26,12 +26,14 @@ public:
     class Style;
 
     static constexpr int DefaultDelay = 1000;  // milliseconds
+    // The side of the largest plot that has a canvas to copy its background from.
+    static constexpr int MaxCanvas = 4096;
 
     ConstellationArtist() = default;
     explicit ConstellationArtist(const Constellation& constellation) : constellation_(&constellation) {}
     explicit ConstellationArtist(const Constellation&&) = delete;
 
-    // As constructed, but for the constellation, which stays.
+    // As constructed, but for the constellation and the size, which stay.
     void Reset();
 
     // The constellation is kept by reference: every Draw shows its satellites as they are then, and it lives until
@@ -53,9 +55,9 @@ public:
     void Init(Corvane::DC& dc, const Style& style, int size, int delay);
     [[nodiscard]] bool IsInit() const { return init_; }
 
-    // The background, copied from the canvas or drawn afresh on the back colour, and the satellites on it. Copying
-    // falls back to drawing when the canvas could not be made or is not for a context of this kind: the picture is the
-    // same. Nothing before Init.
+    // The background, copied from the canvas or drawn afresh upon the back colour, and the satellites on it. Without a
+    // canvas (the plot is larger than MaxCanvas, the surface cannot make or copy one) it is drawn afresh either way:
+    // the picture is the same. Nothing before Init.
     //
     // A satellite below the horizon is not drawn, nor is one whose direction is not finite. An elevation beyond 90
     // degrees is a direction past the zenith; beyond 180 it is below the horizon again.
@@ -94,12 +96,12 @@ public:
 private:
     struct KeyLayout;
 
-    void DrawGround(Corvane::DC& dc) const;
+    void DrawAfresh(Corvane::DC& dc, const Style& style) const;
     void DrawRings(Corvane::DC& dc, const Style& style) const;
     void DrawCompass(Corvane::DC& dc, const Style& style) const;
     void DrawElevations(Corvane::DC& dc) const;
-    void DrawGPS(Corvane::DC& dc, const Style& style) const;
-    void DrawGlonass(Corvane::DC& dc, const Style& style) const;
+    template <typename Entries>
+    void DrawSatellites(Corvane::DC& dc, const Style& style, const Entries& entries) const;
     void DrawSymbol(Corvane::DC& dc, Corvane::Point at, Corvane::Colour colour, bool square) const;
     [[nodiscard]] KeyLayout LayOutKey(const Corvane::DC& dc, const Style& style) const;
 
