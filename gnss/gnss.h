@@ -69,6 +69,11 @@
 
 // The record of a fix.
 #include "gnss/position/Constellation.h"
+#include "gnss/position/DOP.h"
+#include "gnss/position/UKOOA.h"
+#include "gnss/position/UKOOADesc.h"
+#include "gnss/position/UKOOAResid.h"
+#include "gnss/position/UKOOAStation.h"
 
 // The stores of live data, and the types of their links.
 #include "gnss/store/AlmanacStore.h"
@@ -77,4 +82,8 @@
 #include "gnss/store/GlonassEphemStore.h"
 
 // What the operator sees.
+#include "gnss/display/ConstellationArtist.h"
+#include "gnss/display/ConstellationStyle.h"
+#include "gnss/display/ConstellationTable.h"
+#include "gnss/display/DOPTable.h"
 #include "gnss/display/DopArt.h"
