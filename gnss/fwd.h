@@ -66,6 +66,9 @@ class Position;
 class DOP;
 class UKOOA;
 struct DopArt;
+class ConstellationArtist;
+class ConstellationTable;
+class DOPTable;
 
 // Stores.
 struct GNSSLink;
