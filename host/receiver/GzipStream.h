@@ -18,10 +18,10 @@ namespace Host {
 class GzipStream {
 public:
     enum class State : std::uint8_t {
-        Open,      // inside a member
-        Whole,     // behind a member, its check sum right; another may follow
-        Cut,       // the data ended inside a member: what came before is unchecked
-        Damaged,   // not deflated data, or a check sum that does not fit
+        Open,     // inside a member
+        Whole,    // behind a member, its check sum right; another may follow
+        Cut,      // the data ended inside a member: what came before is unchecked
+        Damaged,  // not deflated data, or a check sum that does not fit
         NoMemory,
     };
     using Take = std::function<void(std::string_view)>;
