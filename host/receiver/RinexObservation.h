@@ -1,7 +1,6 @@
 // RinexObservationDecoder: the epochs of a RINEX observation file, while its bytes come.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -11,23 +10,23 @@
 #include <vector>
 
 #include "host/receiver/FileReport.h"
+#include "host/receiver/RinexEpochBuilder.h"
 #include "host/receiver/RinexEpochLine.h"
 #include "host/receiver/RinexObservationHeader.h"
-#include "host/receiver/RinexObservationPlan.h"
 #include "host/receiver/StreamDecoder.h"
 
 namespace Host {
 
 // What an observation file held.
 struct RinexObservationCounts {
-    std::int64_t epochs = 0;         // delivered
-    std::int64_t lost = 0;           // left out for damage; of lines that are no epoch's any more nothing is known
-    std::int64_t repeated = 0;       // delivered, with the time of the one before
-    std::int64_t backward = 0;       // delivered, with an earlier time than the one before
-    std::int64_t powerFailures = 0;  // flag 1
-    std::int64_t antennaMoves = 0;   // flag 2
-    std::int64_t newSites = 0;       // flag 3
-    std::int64_t headerChanges = 0;  // flag 4
+    std::int64_t epochs = 0;              // delivered
+    std::int64_t lost = 0;                // left out for damage, as far as their lines can be told
+    std::int64_t repeated = 0;            // delivered, with the time of the one before
+    std::int64_t backward = 0;            // delivered, with an earlier time than the one before
+    std::int64_t powerFailures = 0;       // flag 1
+    std::int64_t antennaMoves = 0;        // flag 2
+    std::int64_t newSites = 0;            // flag 3
+    std::int64_t headerChanges = 0;       // flag 4
     std::int64_t externalEvents = 0;      // flag 5
     std::int64_t slipRecords = 0;         // flag 6, skipped
     std::int64_t repeatedSatellites = 0;  // within an epoch; the first is kept
@@ -47,12 +46,12 @@ struct RinexObservationCounts {
 //           known of the first phase, nor of those after an epoch that was lost. After a power failure all have lost
 //           lock and slipped, and so has a phase that is of another code than the signal's last.
 // Damage    costs the epoch, no more: what follows is passed over up to the next line that begins an epoch, which in
-//           version 2 is one that has everything in its columns. There an epoch is delivered when its next line proves
-//           that no line was lost or doubled. An epoch whose last line has no end (LF) counts as whole when nothing
-//           can be missing of that line.
+//           version 2 is one that has everything in its columns. There an epoch is delivered when the next line shows
+//           that it is not one of values, as when a line was lost or doubled. An epoch whose last line has no end (LF)
+//           counts as whole when nothing can be missing of that line.
 class RinexObservationDecoder final : public StreamDecoder {
 public:
-    explicit RinexObservationDecoder(ReceiverSink& sink);
+    explicit RinexObservationDecoder(ReceiverSink& sink) : StreamDecoder(sink) {}
 
     // For the warnings.
     void SetFile(std::string_view file) { warnings_.SetFile(file); }
@@ -81,45 +80,33 @@ private:
     enum class Next : std::uint8_t { FirstLine, Header, Epoch, SatelliteList, Satellite, Special, Anything, Nothing };
     enum Kind : std::uint32_t { HeaderLine = 1, EpochLine, SatelliteLine, SpecialLine, OtherLine };
 
-    // What is remembered of a signal's phase.
-    struct Carrier {
-        bool isKnown = false;
-        bool isLost = false;        // the file said so without a phase
-        std::size_t column = 0;     // of the phase
-        std::int64_t failures = 0;  // of power, before
-    };
-    using Carriers = std::array<Carrier, 3>;
-
     [[nodiscard]] Kind KindOf(std::string_view line) const;
     [[nodiscard]] bool TakeLine(std::string_view line);
     [[nodiscard]] bool TakeFirstLine(std::string_view line);
     void TakeHeaderLine(std::string_view line);
     void EndHeader();
-    // Of an epoch or of nothing known. Warns unless the line comes after another bad one.
+    // Whatever may stand there is an epoch's, or damaged.
     [[nodiscard]] bool TakeEpochLine(std::string_view line);
     [[nodiscard]] bool TakeSatelliteList(std::string_view line);
     [[nodiscard]] bool TakeSatelliteLine(std::string_view line);
     [[nodiscard]] bool TakeSpecialLine(std::string_view line);
-    [[nodiscard]] bool AddSatellite(const RinexSatellite& satellite, std::string_view line);
-    template <typename SV>
-    [[nodiscard]] bool ReadSatellite(const RinexObservationPlan::System& plan, std::string_view line, SV& sv,
-                                     Carriers& carriers);
-
-    void BeginEpoch(const RinexEpochLine& epoch);
+    [[nodiscard]] bool AddSatellite(const RinexSatellite& satellite, std::string_view record);
+    [[nodiscard]] bool BeginEpoch(const RinexEpochLine& epoch, std::string_view line);
+    void BeginSpecials();
     void EndSatellites();
     void EndSpecials();
     void Deliver();
-    // The epoch that is being read is damaged.
+    // The epoch that is being read, or would stand on this line, is damaged.
     void Lose(std::string_view why);
     void TellStation();
     void Fail(std::string reason);
     [[nodiscard]] bool IsVersion2() const { return header_.version < 300; }
 
+    Warnings warnings_;
     RinexObservationHeader header_;
     RinexObservationHeaderReader headerReader_{header_, warnings_};
-    RinexObservationPlan plan_;
+    RinexEpochBuilder builder_;
     RinexObservationCounts counts_;
-    Warnings warnings_;
     std::string failure_;
     bool hasHeader_ = false;
     std::optional<GNSS::ECEF> toldStation_;
@@ -130,19 +117,12 @@ private:
     bool isOpen_ = false;        // the current line has no end
     bool isComplete_ = false;    // the epoch waits for its proof
     RinexEpochLine epoch_;
-    std::size_t left_ = 0;                     // lines of satellites or special ones
+    std::int64_t epochLine_ = 0;              // its number
+    std::size_t left_ = 0;                    // lines of satellites or special ones
     std::vector<RinexSatellite> satellites_;  // of the epoch, version 2
-    std::string record_;                       // lines of a satellite put together, version 2
-    std::size_t nmrLines_ = 0;                 // in it
-    std::array<std::uint64_t, 2> seen_{};      // satellites of the epoch, a bit for each
-    GNSS::MeasSet set_;
+    std::string record_;                      // lines of a satellite put together, version 2
+    std::size_t nmrLines_ = 0;                // in it
     std::optional<GNSS::GPSTime> last_;
-
-    // One of each satellite, which keep their memory.
-    std::array<GNSS::GPSMeas::SV, GNSS::PRN::Max + 1> gps_;
-    std::array<GNSS::Glonass::Measurement::SV, GNSS::Glonass::Slot::Max + 1> glonass_;
-    std::array<Carriers, GNSS::PRN::Max + 1> gpsCarriers_{};
-    std::array<Carriers, GNSS::Glonass::Slot::Max + 1> glonassCarriers_{};
 };
 
 }  // namespace Host

@@ -49,7 +49,7 @@ struct RinexObservationHeader {
     std::vector<PhaseBias> phaseBiases;
     std::optional<int> leapSeconds;  // GPS minus UTC, s
     std::optional<TimeSystem> timeSystem;
-    std::string snrUnit;               // "DBHZ"; blank where it is not told
+    std::string snrUnit;                // "DBHZ"; blank where it is not told
     bool isClockOffsetApplied = false;  // the receiver's clock offset is taken off time, range and phase
 
     // The time system as told, or else the file's own: UTC in a file of GLONASS alone.
@@ -73,7 +73,7 @@ public:
     [[nodiscard]] bool Begin(std::string_view line, std::string& reason);
     // A further line, also one of those among the epochs. Of lines that come twice the last one holds.
     void Take(std::string_view line, std::int64_t number);
-    // Continuation lines continue nothing any more.
+    // The end of the header, or of the lines among the epochs: no line continues another any more.
     void End();
 
     [[nodiscard]] static bool IsEnd(std::string_view line);
@@ -81,20 +81,28 @@ public:
 private:
     struct List {
         std::vector<std::string>* types = nullptr;
+        bool isScale = false;
         std::size_t missing = 0;
-        std::int64_t line = 0;
     };
 
-    [[nodiscard]] bool TakeText(std::string_view label, std::string_view line);
+    // Where the types stand in a line.
+    struct Layout {
+        std::size_t first, step, width, most;
+    };
+
+    // Each takes a line of some labels. False when it is not readable, nothing when its label is another.
+    [[nodiscard]] std::optional<bool> TakeText(std::string_view label, std::string_view line);
     [[nodiscard]] std::optional<bool> TakeNumbers(std::string_view label, std::string_view line);
-    [[nodiscard]] std::optional<bool> TakeList(std::string_view label, std::string_view line, std::int64_t number);
-    [[nodiscard]] bool TakeScale(std::string_view line, std::int64_t number);
-    [[nodiscard]] bool TakeChannels(std::string_view line);
-    void TakeTypes(std::string_view line, std::size_t first, std::size_t step, std::size_t width, std::size_t most);
+    [[nodiscard]] std::optional<bool> TakePlace(std::string_view label, std::string_view line);
+    [[nodiscard]] std::optional<bool> TakeGlonass(std::string_view label, std::string_view line);
+    [[nodiscard]] std::optional<bool> TakeList(std::string_view label, std::string_view line);
+    [[nodiscard]] bool TakeScale(std::string_view line);
+    void TakeTypes(std::string_view line, const Layout& layout);
 
     RinexObservationHeader& header_;
     Warnings& warnings_;
-    List list_;  // that the next continuation line goes on with
+    std::int64_t line_ = 0;  // number of the current one
+    List list_;              // that the next continuation line goes on with
 };
 
 }  // namespace Host

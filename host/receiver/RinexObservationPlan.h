@@ -23,7 +23,7 @@ struct RinexSignal3 {
 };
 inline constexpr std::array<RinexSignal3, 6> RinexSignals3{{
     {'G', 1, '1', "C"},
-    {'G', 2, '1', "PWYN"},        // P(Y): as it is, tracked without its code (Z), with it (Y), codeless (phase alone)
+    {'G', 2, '1', "PWYN"},       // P(Y): as it is, tracked without its code (Z), with it (Y), codeless (phase alone)
     {'G', 3, '2', "PWYDLXSCN"},  // P(Y) before L2C: the broadcast clock is that of P(Y)
     {'R', 1, '1', "C"},
     {'R', 2, '1', "P"},
@@ -59,11 +59,12 @@ class RinexObservationPlan {
 public:
     struct Column {
         bool isThere = false;
-        std::size_t first = 0;   // column, from 0
+        std::size_t first = 0;    // column, from 0
         double divisor = 1000.0;  // of the digits without their point
     };
     struct Signal {
         Column range, phase, doppler, snr;
+        char code = ' ';  // tells phases that do not go on in each other
     };
     struct System {
         std::array<std::vector<Signal>, 3> records;  // by ident less 1, the best first
