@@ -45,8 +45,9 @@ public:
     ~UKOOA();
 
     // Takes over one adjustment whose first three unknowns are earth-centred coordinates in metres. The descriptions
-    // name its observations in their order; where the lists differ in length, what is beyond the shorter is dropped,
-    // and degrees of freedom are taken off for each observation without a description.
+    // name its observations in their order; where the lists differ in length, what is beyond the shorter is dropped.
+    // The degrees of freedom become fewer by the observations that have no description, and more by the descriptions
+    // that have no observation.
     //
     // The covariance of the position, earth-centred in m2, gives standard deviations and ellipse, both of one standard
     // deviation. When the grid cannot take it the standard deviations are reset and the ellipse stays.
