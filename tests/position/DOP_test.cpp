@@ -88,13 +88,15 @@ TEST(DOP, CountsItsUnknowns) {
 }
 
 // Strong, weak and singular geometries: all at one elevation, in one or two vertical planes, in few directions, and
-// each of these blurred by as little as 1e-10 rad. What the definition calls singular is, but for a band at its limit.
+// each of these blurred by as little as 1e-10 rad. What the definition calls singular is; rounding may decide otherwise
+// only where the geometry stands at its limit, which is rare.
 TEST(DOP, AgreesWithItsDefinitionOnAnyGeometry) {
     auto random = tests::MakeRandom();
     std::uniform_real_distribution<double> unit(0.0, 1.0);
     int nmrValid = 0;
     int nmrWeak = 0;
     int nmrSingular = 0;
+    int nmrAtLimit = 0;
     for (int n = 0; n < 9000; ++n) {
         const int shape = n % 6;
         const double blur = n % 4 == 0 ? 0.0 : std::pow(10.0, -10.0 * unit(random));
@@ -122,6 +124,7 @@ TEST(DOP, AgreesWithItsDefinitionOnAnyGeometry) {
         const double sum = q(0, 0) + q(1, 1) + q(2, 2) + q(3, 3) + q(4, 4);
         if (dop.IsValid() == q.IsNull()) {
             EXPECT_GT(std::max(sum, dop.GetGDOP() * dop.GetGDOP()), 1e10) << "shape " << shape << ", " << nmrSatellite;
+            ++nmrAtLimit;
             continue;
         }
         nmrSingular += dop.IsValid() ? 0 : 1;
@@ -134,7 +137,9 @@ TEST(DOP, AgreesWithItsDefinitionOnAnyGeometry) {
         EXPECT_NEAR(dop.GetVDOP() * dop.GetVDOP(), q(2, 2), tolerance);
         EXPECT_NEAR(dop.GetTDOP() * dop.GetTDOP(), q(3, 3) + q(4, 4), tolerance);
     }
-    std::cout << nmrValid << " strong, " << nmrWeak << " weak, " << nmrSingular << " singular\n";
+    std::cout << nmrValid << " strong, " << nmrWeak << " weak, " << nmrSingular << " singular, " << nmrAtLimit
+              << " at the limit\n";
+    EXPECT_LE(nmrAtLimit, 3);
     EXPECT_TRUE(nmrValid > 1000 && nmrWeak > 100 && nmrSingular > 1000);
 }
 
@@ -201,13 +206,15 @@ TEST(DOP, AgreesWithAnotherProgramAtEsbjerg) {
     EXPECT_LT(largest, 0.01);
 }
 
-// The receiver prints its directions in whole degrees, and reckons Galileo by one clock with GPS.
+// The receiver prints its directions in whole degrees, and reckons Galileo by one clock with GPS. Rounding directions
+// (simulated) moves 5 % of all figures by more than 0.0077, of GDOP, PDOP and VDOP by more than 0.0098, 0.0087 and
+// 0.0088. At the four epochs that differ most its figures are already those of the satellites of the next second.
 TEST(DOP, AgreesWithTheReceiversOwn) {
     GNSS_REQUIRE_TEST_DATA(satPath, "reference/ubx_16dbatt_sats.csv");
     GNSS_REQUIRE_TEST_DATA(fixPath, "reference/ubx_16dbatt_fixes.csv");
     const auto skies = ReadSkies(satPath, "GE", {0, 1, 3, 4, 6});
     std::vector<double> differences;
-    double sum = 0.0;
+    std::array<double, 7> sums{};
     for (const auto& row : ReadCSV(fixPath)) {
         const auto sky = skies.find(row[1]);
         if (row[4] != "3" || sky == skies.end()) continue;
@@ -216,15 +223,15 @@ TEST(DOP, AgreesWithTheReceiversOwn) {
                                  dop.GetHDOP(), dop.GetNDOP(), dop.GetEDOP()};
         for (std::size_t i = 0; i < 7; ++i) {
             differences.push_back(std::abs(figures[i] - ToDouble(row[19 + i])));
-            sum += differences.back();
+            sums[i] += differences.back();
         }
     }
     ASSERT_EQ(differences.size(), 551U * 7U);
     std::sort(differences.begin(), differences.end());
-    const double mean = sum / static_cast<double>(differences.size());
+    const double mean = *std::max_element(sums.begin(), sums.end()) / 551.0;
     const double most = differences[differences.size() * 95 / 100];
-    std::cout << differences.size() << " figures of 551 epochs, mean difference " << mean << ", 95 % " << most
-              << ", largest " << differences.back() << '\n';
+    std::cout << differences.size() << " figures of 551 epochs, mean difference of one figure up to " << mean
+              << ", 95 % of all " << most << ", largest " << differences.back() << '\n';
     EXPECT_LT(mean, 0.005);
     EXPECT_LT(most, 0.008);
 }

@@ -148,25 +148,32 @@ LLSq::Resid Statistic(bool rejected, double mdb, const std::array<double, 3>& ex
 TEST(UKOOA, ListsAndCovarianceThatDoNotFit) {
     constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
     LLSq::Stats stats(LLSq::Confidence95, LLSq::Power90, 4, 1.5, LLSq::FPassed, 0.3);
-    stats.AddResid(Statistic(false, 2.0, {12.0, 3.0, 0.0}));  // up, east, north
+    stats.AddResid(Statistic(false, 2.0, {0.0, 2.0, -6.0}));  // up, east, north
     stats.AddResid(Statistic(true, 8.0, {90.0, 90.0, 90.0}));
-    stats.AddResid(Statistic(false, -1.0, {0.0, 3.0, -4.0}));
-    stats.AddResid(Statistic(false, 3.0, {0.0, 4.0, 3.0}));  // no further than the one before
+    stats.AddResid(Statistic(false, -1.0, {8.0, 1.0, 0.0}));
+    stats.AddResid(Statistic(false, 3.0, {5.0, 6.0, 2.0}));  // no further than the first and the third
     stats.AddResid(Statistic(false, 3.0, {NaN, NaN, NaN}));
     stats.AddResid(Statistic(false, 99.0, {99.0, 99.0, 99.0}));  // has no description
-    const Desc::List descs{Desc(5, PRN(1)), Desc(6, PRN(1)), Desc(5, PRN(1)), Desc(5, Slot(1)), Desc(8, Slot(1))};
+    const Desc::List descs{Desc(5, PRN(1)), Desc(6, PRN(1)), Desc(5, PRN(1)), Desc(Desc::UnCorrID, Slot(1)),
+                           Desc(8, Slot(1))};
     UKOOA ukooa;
     for (const int ident : {6, 5, 0, -1, 5}) ukooa.AddStation(ident, "", 10 - ident);
-    const Matrix covar(3, 3, {1.0, 0.0, 0.0, 0.0, 5.0, 3.0, 0.0, 3.0, 5.0});
+    // Semi-axes 3 and 1, the longer one 30 degrees east of north: 9 / 4 + 3 / 4, 27 / 4 + 1 / 4, (9 - 1) sin 30 cos 30.
+    const double covariance = std::sqrt(12.0);
+    const Matrix covar(3, 3, {1.0, 0.0, 0.0, 0.0, 3.0, covariance, 0.0, covariance, 7.0});
     ukooa.Set(descs, stats, Origin(), covar, 3);
     EXPECT_EQ(ukooa.NmrResid(), 5);
     EXPECT_EQ(ukooa.NmrFreedom(), 3);
-    EXPECT_EQ(ukooa.GetExtRel2D(), (UKOOA::ExtRel{5.0, 2}));
-    EXPECT_EQ(ukooa.GetExtRel3D(), (UKOOA::ExtRel{std::sqrt(153.0), 0}));
+    EXPECT_EQ(ukooa.GetConfidence(), LLSq::Confidence95);
+    EXPECT_EQ(ukooa.GetPower(), LLSq::Power90);
+    EXPECT_EQ(ukooa.RMS(), 0.3);
+    EXPECT_EQ(ukooa.NmrRequestedStation(), 3);
+    EXPECT_EQ(ukooa.GetExtRel2D(), (UKOOA::ExtRel{std::sqrt(40.0), 0}));
+    EXPECT_EQ(ukooa.GetExtRel3D(), (UKOOA::ExtRel{std::sqrt(65.0), 2}));
     EXPECT_EQ(ukooa.GetIntRel(), 8.0);
     EXPECT_EQ(ukooa.NmrStation(), 4);
     EXPECT_EQ(ukooa.GetStation(0).GetIdent(), -1);
-    EXPECT_EQ(ukooa.NmrUsedStation(), 1);  // 5 once, 6 rejected, 8 unknown
+    EXPECT_EQ(ukooa.NmrUsedStation(), 1);  // 5 once; 6 is rejected, 8 unknown, and 0 no station
     int observations = 0;
     int rejected = 0;
     ukooa.GetPRNStatus(PRN(1), observations, rejected);
@@ -174,9 +181,9 @@ TEST(UKOOA, ListsAndCovarianceThatDoNotFit) {
     ukooa.GetSlotStatus(Slot(1), observations, rejected);
     EXPECT_EQ(std::pair(observations, rejected), std::pair(2, 0));
     const Corvane::Ellipse ellipse = ukooa.GetHorizEllipse();
-    EXPECT_NEAR(ellipse.GetSemiMajor(), std::sqrt(8.0), 1e-12);
-    EXPECT_NEAR(ellipse.GetSemiMinor(), std::sqrt(2.0), 1e-12);
-    EXPECT_NEAR(ellipse.GetOrientation().Degrees(), 45.0, 1e-9);
+    EXPECT_NEAR(ellipse.GetSemiMajor(), 3.0, 1e-12);
+    EXPECT_NEAR(ellipse.GetSemiMinor(), 1.0, 1e-12);
+    EXPECT_NEAR(ellipse.GetOrientation().Degrees(), 30.0, 1e-9);
 
     // A copy has records of its own.
     const UKOOA copy = ukooa;
@@ -186,8 +193,18 @@ TEST(UKOOA, ListsAndCovarianceThatDoNotFit) {
     EXPECT_EQ(ukooa.GetSD().GetEast(), 0.0);
     EXPECT_EQ(ukooa.GetHorizEllipse(), ellipse);
     EXPECT_EQ(ukooa.GetIntRel(), 0.0);
+    ukooa.ResetStations();
+    EXPECT_EQ(std::pair(ukooa.NmrStation(), ukooa.NmrUsedStation()), std::pair(0, 0));
+    ukooa.SetPositionStats(copy.GetSD(), Corvane::Ellipse());
+    EXPECT_EQ(ukooa.GetSD().GetNorth(), copy.GetSD().GetNorth());
+    EXPECT_EQ(ukooa.GetHorizEllipse(), Corvane::Ellipse());
+    ukooa = copy;
+    ukooa.SetBasicStats(LLSq::Confidence99, LLSq::Power80, 7, 2.5, LLSq::FFailed, 0.6, 4.0, 5.0);
+    EXPECT_EQ(ukooa.NmrFreedom(), 7);
+    EXPECT_EQ(ukooa.GetExtRel2D(), (UKOOA::ExtRel{4.0, -1}));
+    EXPECT_EQ(ukooa.GetExtRel3D(), (UKOOA::ExtRel{5.0, -1}));
     ukooa.Reset();
-    EXPECT_EQ(ukooa.NmrStation(), 0);
+    EXPECT_EQ(ukooa.NmrResid() + ukooa.NmrStation(), 0);
     EXPECT_EQ(copy.NmrResid(), 5);
     EXPECT_TRUE(copy.FindStation(5)->IsUsed());
     EXPECT_EQ(copy.FindStation(4), nullptr);
@@ -202,7 +219,7 @@ TEST(UKOOA, DescriptionsCompareByStationAndSatellite) {
     const Desc glonass(3, Slot(5));
     EXPECT_TRUE(gps.IsTheSame(Desc(3, PRN(5))) && !gps.IsTheSame(glonass) && !glonass.IsTheSame(gps));
     EXPECT_FALSE(gps.IsTheSame(Desc(4, PRN(5))));
-    EXPECT_TRUE(gps.IsTheSameSV(Desc(4, PRN(5))) && !gps.IsTheSameSV(UKOOA::Height));
+    EXPECT_TRUE(gps.IsTheSameSV(Desc(4, PRN(5))) && !gps.IsTheSameSV(Desc(Desc::HeightID, PRN(5))));
     EXPECT_TRUE(UKOOA::Height.IsTheSameSV(Desc(Desc::HeightID, PRN(5))) && !UKOOA::Height.IsTheSameSV(gps));
     EXPECT_TRUE(UKOOA::Height.IsHeight() && !UKOOA::Height.IsPRNBased() && !UKOOA::Height.IsSlotBased());
 
@@ -211,6 +228,18 @@ TEST(UKOOA, DescriptionsCompareByStationAndSatellite) {
     EXPECT_EQ(ukooa.GetResid(0).GetResidVar(), -1.0);
     EXPECT_EQ(ukooa.GetResid(1).GetResidVar(), 0.25);
     EXPECT_TRUE(ukooa.GetResid(0).WTestFailed());
+
+    // Neither the height nor what is no observation counts for a satellite that is null.
+    for (const Desc& desc : {UKOOA::Height, Desc()}) {
+        ukooa.AddResid(desc, false, 0, 0, 0, 0, 0, LLSq::WFailedLargest, GNSS::Grid());
+        EXPECT_TRUE(ukooa.GetResid(ukooa.NmrResid() - 1).WTestFailed());
+    }
+    int observations = -1;
+    int rejected = -1;
+    ukooa.GetPRNStatus(PRN(), observations, rejected);
+    EXPECT_EQ(std::pair(observations, rejected), std::pair(0, 0));
+    ukooa.GetSlotStatus(Slot(), observations, rejected);
+    EXPECT_EQ(std::pair(observations, rejected), std::pair(0, 0));
 }
 
 }  // namespace
