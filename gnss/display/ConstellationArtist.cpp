@@ -299,7 +299,7 @@ ConstellationArtist::KeyLayout ConstellationArtist::LayOutKey(const DC& dc, cons
     const std::int32_t line = dc.GetFontMetrics(font).LineHeight();
     const std::int64_t side = 2 * std::int64_t{symbol_} + 1;
     const std::int64_t height = std::max<std::int64_t>(side, line);
-    key.gap = std::max(2, line / 4);
+    key.gap = std::max(2, line / 3);
 
     std::int64_t left = 0;
     std::int64_t top = 0;
