@@ -170,7 +170,7 @@ void ConstellationArtist::Draw(DC& dc, const Style& style, bool fromCache) {
 template <typename Entries>
 void ConstellationArtist::DrawSatellites(DC& dc, const Style& style, const Entries& entries) const {
     constexpr bool isGPS = std::is_same_v<typename Entries::value_type, Constellation::SV>;
-    // The mark of an extra satellite stands above its number, within the symbol.
+    // The mark of an extra satellite stands on this line above its number, within the symbol.
     const std::int32_t raise = Rnd(0.15 * dc.GetFontMetrics().LineHeight());
 
     const auto draw = [&](const auto& entry) {
@@ -181,7 +181,7 @@ void ConstellationArtist::DrawSatellites(DC& dc, const Style& style, const Entri
         }
         dc.DrawText(*at, String::FormatInt(entry.GetId(), 2, true), {TextPlace::Centre, TextPlace::Middle});
         if constexpr (isGPS) {
-            if (entry.IsExtra()) dc.DrawText(*at - Point{0, raise}, "-", {TextPlace::Centre, TextPlace::Bottom});
+            if (entry.IsExtra()) dc.DrawText(*at - Point{0, raise}, "-", {TextPlace::Centre, TextPlace::Baseline});
         }
     };
     if (reversed_) {
