@@ -247,7 +247,7 @@ void ConstellationArtist::DrawCompass(DC& dc, const Style& style) const {
     const std::int32_t free = room_ - 2;
     // A label lies along the ring, or across that room.
     const auto write = [&](const String& text, Point direction, const TextPlace& place, bool across = false) {
-        dc.SelectFont(FittingFont(dc, text, across ? free : 2 * radius_));
+        dc.SelectFont(FittingFont(dc, text, across ? free : Saturate(2 * std::int64_t{radius_})));
         const Corvane::Size extent = dc.TextExtent(text);
         std::int32_t distance = radius_ + std::clamp(free - (across ? extent.width : extent.height), 0, 2);
         // A text that begins at a point covers that pixel, one that ends there does not.
@@ -288,16 +288,15 @@ void ConstellationArtist::DrawCompass(DC& dc, const Style& style) const {
 
 void ConstellationArtist::DrawElevations(DC& dc) const {
     dc.SelectFont(LabelFont(dc));
-    const Corvane::Size number = dc.TextExtent("60");
-    // On rings that are closer than a line the labels would cover one another.
-    if (Rnd(30.0 * scale_) < number.height) return;
     dc.SetBackPen();
     dc.SetBackBrush();
     for (const int elevation : {60, 30}) {
-        const Point at{-(number.width / 2), Rnd((elevation - 90) * scale_) - number.height / 2};
-        dc.DrawRectangle({at, number});
+        const String number = String::FormatInt(elevation);
+        const Corvane::Size extent = dc.TextExtent(number);
+        const Point at{-(extent.width / 2), Rnd((elevation - 90) * scale_) - extent.height / 2};
+        dc.DrawRectangle({at, extent});
         // The number covers the rectangle; the degree sign stands beside it.
-        dc.DrawText(at, String::FormatInt(elevation) + "\xB0");
+        dc.DrawText(at, number + "\xB0");
     }
 }
 
