@@ -62,6 +62,7 @@ class Notes;
 
 // The record of a fix, and the displays.
 class Constellation;
+class Position;
 class DOP;
 class UKOOA;
 struct DopArt;
