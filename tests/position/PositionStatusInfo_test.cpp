@@ -44,10 +44,12 @@ TEST(PositionStatusInfo, StationsStandByIdentifier) {
     for (const int index : {-1, 5}) EXPECT_FALSE(info.GetStation(index).IsWithinRange());
 
     Info copy = info;
-    info.AddStation(30, 0, 0.0).SetStatus(Info::Unhealthy);
+    info.Find(30)->SetStatus(Info::Unhealthy);
     EXPECT_EQ(copy.Find(30)->GetStatus(), Info::NoCorrections);
+    info.FindRTCMID(803)->SetStatus(Info::Outdated);
     copy = info;
     copy = *&copy;
+    EXPECT_EQ(copy.Find(20)->GetStatus(), Info::Outdated);
     info.Reset();
     EXPECT_EQ(copy.Find(30)->GetStatus(), Info::Unhealthy);
     EXPECT_TRUE(info.NmrStation() == 0 && info.GetMode() == 3 && info.GetCompositeID() == 0);
@@ -83,14 +85,19 @@ TEST(PositionStatusInfo, Usage) {
         {"not a number", 2, 1002, 3.0, Norvi, {{1, 3.0, Norvi}, {2, NaN, Norvi}}},
     };
     for (const auto& row : rows) {
-        Info info;
-        for (int i = 1; i <= 3; ++i) info.AddStation(i, 800 + i, 10.0);
-        for (const Call& call : row.calls) info.SetUsage(call.ident, Time(call.latency), 8, call.mode, call.used);
+        Info told;
+        for (int i = 1; i <= 3; ++i) told.AddStation(i, 800 + i, 10.0);
+        for (const Call& call : row.calls) told.SetUsage(call.ident, Time(call.latency), 8, call.mode, call.used);
+        const Info info = told;  // which has everything
         EXPECT_EQ(info.NmrUsedStation(), row.used) << row.why;
         EXPECT_EQ(info.GetCompositeID(), row.compositeID) << row.why;
         EXPECT_EQ(info.GetGPSLatency().Seconds(), row.latency) << row.why;
         EXPECT_EQ(info.GetLatency(), info.GetGPSLatency()) << row.why;
         EXPECT_EQ(info.GetMode(), row.mode) << row.why;
+        if (row.calls.empty() || info.Find(row.calls.back().ident) == nullptr) continue;
+        const Info::Station& station = *info.Find(row.calls.back().ident);
+        EXPECT_EQ(station.IsUsed(), row.calls.back().used) << row.why;
+        EXPECT_EQ(station.GetGPSLatency().Compare(Time(row.calls.back().latency), 0.0), 0) << row.why;
     }
 }
 
@@ -101,9 +108,10 @@ TEST(PositionStatusInfo, GlonassLatency) {
         double latency;
     } const rows[] = {{1.0, 2.0, 1.0}, {2.0, 1.0, 1.0}, {1.0, 1.0 + 4e-7, 1.0 + 4e-7}, {1.0, 1.0 + 6e-7, 1.0}};
     for (const auto& row : rows) {
-        Info info;
-        info.AddStation(1, 801, 10.0);
-        info.SetUsage(1, Time(row.gps), Time(row.glonass), 4, Info::Norvi, true);
+        Info told;
+        told.AddStation(1, 801, 10.0);
+        told.SetUsage(1, Time(row.gps), Time(row.glonass), 4, Info::Norvi, true);
+        Info info = told;
         EXPECT_EQ(info.GetLatency().Seconds(), row.latency);
         EXPECT_EQ(info.Find(1)->GetUsageCount(), 4);
         // Also for a station that is not there.
@@ -142,6 +150,8 @@ void ExpectOrder(const List& (Info::Station::*svs)() const) {
 }
 
 TEST(PositionStatusInfo, SatellitesStandByNumber) {
+    EXPECT_EQ(Info::SV(PRN(5), Info::Used).GetPRN(), 5);
+    EXPECT_EQ(Info::GloSV(Slot(6), Info::Used).GetSlot(), 6);
     ExpectOrder<PRN>(&Info::Station::GetSVs);
     ExpectOrder<Slot>(&Info::Station::GetGlonassSVs);
 }

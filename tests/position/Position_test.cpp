@@ -72,6 +72,7 @@ TEST(Position, EveryFactComesBack) {
     Position other = fix;
     other.SetGeoid(Position::Geoid(-7.5));
     EXPECT_NE(other.GetCoord(), fix.GetCoord());
+    for (const Ident ident : idents) EXPECT_EQ(other.FindAttribute(ident), fix.FindAttribute(ident));
     EXPECT_NEAR(other.GetCoord()->GetECEF().GetX(), 6378237.0, 1e-6);
     Position::Coord coord = *other.GetCoord();
     coord.Update(GNSS::Geog(GNSS::Latitude(90.0), GNSS::Longitude(0.0), -10.0), GNSS::Spheroid::PZ90);
@@ -169,12 +170,52 @@ TEST(PositionCalcInfo, Modes) {
         EXPECT_EQ(info.IsGPSCalcMode(), row.gps);
         EXPECT_EQ(info.IsGlonassCalcMode(), row.glonass);
     }
-    Info info;
-    info.SetNorvi();
-    info.SetElkanConverged(false);
-    EXPECT_TRUE(info.IsNorvi() && !info.IsElkan() && !info.IsElkanConverged() && info.IsMorraConverged());
+}
+
+TEST(PositionCalcInfo, EachFlagIsItsOwn) {
+    using Info = Position::CalcInfo;
+    struct {
+        void (*change)(Info&);
+        bool (Info::*get)() const;
+        bool reset;
+        bool changed;
+    } const rows[] = {
+        {[](Info& info) { info.SetValid(); }, &Info::IsValid, false, true},
+        {[](Info& info) { info.SetDualFreqy(); }, &Info::IsDualFreqy, false, true},
+        {[](Info& info) { info.SetDifferential(); }, &Info::IsDifferential, false, true},
+        {[](Info& info) { info.SetHeightAid(); }, &Info::IsHeightAided, false, true},
+        {[](Info& info) { info.SetPrecise(); }, &Info::IsPrecise, false, true},
+        {[](Info& info) { info.SetGlonass(); }, &Info::IsGlonass, false, true},
+        {[](Info& info) { info.SetNorviConverged(false); }, &Info::IsNorviConverged, true, false},
+        {[](Info& info) { info.SetNorvi(); }, &Info::IsNorvi, false, true},
+        {[](Info& info) { info.SetNorviBackup(); }, &Info::IsNorviBackup, true, true},
+        {[](Info& info) { info.SetElkanConverged(false); }, &Info::IsElkanConverged, true, false},
+        {[](Info& info) { info.SetElkan(); }, &Info::IsElkan, false, true},
+        {[](Info& info) { info.SetElkanBackup(); }, &Info::IsElkanBackup, true, true},
+        {[](Info& info) { info.SetMorraConverged(false); }, &Info::IsMorraConverged, true, false},
+        {[](Info& info) { info.SetMorra(); }, &Info::IsMorra, false, true},
+        {[](Info& info) { info.SetMorraBackup(); }, &Info::IsMorraBackup, true, true},
+    };
+    for (const auto& row : rows) {
+        Info info;
+        row.change(info);
+        for (const auto& other : rows) {
+            EXPECT_EQ((info.*other.get)(), &other == &row ? other.changed : other.reset)
+                << &row - rows << ", " << &other - rows;
+        }
+        info.Reset();
+        EXPECT_EQ((info.*row.get)(), row.reset) << &row - rows;
+    }
+}
+
+TEST(PositionVelocityInfo, ValidFromASpeedAndACourse) {
+    Position::VelocityInfo info(5.0, Corvane::Angle(1.0));
+    EXPECT_TRUE(info.IsValid() && info.GetSOG() == 5.0 && info.GetCMG() == Corvane::Angle(1.0));
     info.Reset();
-    EXPECT_TRUE(!info.IsNorvi() && info.IsElkanConverged() && info.IsNorviBackup() && !info.IsValid());
+    EXPECT_TRUE(!info.IsValid() && info.GetSOG() == 0.0 && info.GetCMG() == Corvane::Angle());
+    info.SetSOG(2.0);
+    info.SetCMG(Corvane::Angle(3.0));
+    EXPECT_TRUE(!info.IsValid() && info.GetSOG() == 2.0 && info.GetCMG() == Corvane::Angle(3.0));
 }
 
 TEST(PositionSolutionMode, TrimmedNames) {
@@ -198,6 +239,13 @@ TEST(PositionSolutionMode, TrimmedNames) {
         const Position::SolutionMode mode(row.name, 1, 2, Position::SolutionMode::Settled);
         EXPECT_EQ(mode.GetTrimmedName(row.glonass), row.trimmed) << row.name;
     }
+    Position::SolutionMode mode;
+    mode.Set("Elkan", 3, 5, Position::SolutionMode::Settling);
+    EXPECT_TRUE(mode.GetName() == "Elkan" && mode.GetLevel() == 3 && mode.GetMaxLevel() == 5 &&
+                mode.GetStatus() == Position::SolutionMode::Settling);
+    mode.Reset();
+    EXPECT_TRUE(mode.GetName() == "No Solution" && mode.GetLevel() == 0 && mode.GetMaxLevel() == 0 &&
+                mode.GetStatus() == Position::SolutionMode::NoSolution);
 }
 
 }  // namespace
