@@ -64,6 +64,16 @@ class Notes;
 class Constellation;
 struct DopArt;
 
+// The data views.
+class RecordTable;
+class RecordView;
+class AlmanacView;
+template <typename System>
+class GNSS_EXPORT HistoryView;
+
+using EphemerisView = HistoryView<GPSSystem>;
+using GlonassEphemerisView = HistoryView<GlonassSystem>;
+
 // Stores.
 struct GNSSLink;
 class AlmanacStore;

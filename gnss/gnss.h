@@ -77,4 +77,7 @@
 #include "gnss/store/GlonassEphemStore.h"
 
 // What the operator sees.
+#include "gnss/display/AlmanacView.h"
 #include "gnss/display/DopArt.h"
+#include "gnss/display/EphemerisView.h"
+#include "gnss/display/GlonassEphemerisView.h"
