@@ -100,7 +100,7 @@ bool RecordPages::AddPieces(const RecordTable& table, RecordTable::Block block, 
 bool RecordPages::Place(StringTable table, Size area) {
     const Size size = table.GetSize();
     if (size.width > area.width || size.height > area.height) {
-        needed_ = {std::max(needed_.width, size.width), std::max(needed_.height, size.height)};
+        needed_ = size;
         return false;
     }
     const auto fits = [&](std::int32_t at, std::int32_t extent, std::int32_t room) {
@@ -129,7 +129,7 @@ void RecordPages::Draw(DC& dc, std::int32_t page) const {
         dc.SelectFont(styles_.Get(Style::Heading).font);
         dc.DrawText({0, y}, text, {TextPlace::Left, anchor});
     };
-    if (needed_.width > 0) {
+    if (!Fits()) {
         write(0, "Too small: takes " + String::FormatInt(needed_.width) + " x " + String::FormatInt(needed_.height),
               TextPlace::Top);
         return;

@@ -23,8 +23,10 @@ public:
                 Corvane::Size area);
 
     [[nodiscard]] std::int32_t NmrPages() const { return nmrPages_; }
-    // What the widest row of pieces and the tallest page take.
-    [[nodiscard]] Corvane::Size GetSize() const { return size_; }
+    // Whether every piece has room in the area.
+    [[nodiscard]] bool Fits() const { return needed_.width == 0; }
+    // What the widest row of pieces and the tallest page take; of an area that has no room for a piece, what that takes.
+    [[nodiscard]] Corvane::Size GetSize() const { return Fits() ? size_ : needed_; }
     void Draw(Corvane::DC& dc, std::int32_t page) const;
 
 private:
@@ -46,7 +48,7 @@ private:
     const Corvane::Size area_;
     std::int32_t gap_ = 0;
     std::vector<Piece> pieces_;
-    Corvane::Size needed_;  // by the largest piece that had no room
+    Corvane::Size needed_;  // by the first piece that had no room
     Corvane::Size size_;
     Corvane::Point next_;         // where the next piece goes
     std::int32_t rowBottom_ = 0;  // of the row of pieces that it goes to

@@ -68,7 +68,13 @@ bool RecordView::CopyToClipboard() const {
 }
 
 Size RecordView::Calc(const DC& dc, std::int32_t width) const {
-    return RecordPages(GetTables(), dc, styles_, {width, std::numeric_limits<std::int32_t>::max()}).GetSize();
+    const std::vector<RecordTable> tables = GetTables();
+    // Until there is room for a satellite of each table.
+    for (std::size_t i = 0;; ++i) {
+        const RecordPages pages(tables, dc, styles_, {width, std::numeric_limits<std::int32_t>::max()});
+        if (pages.Fits() || i == tables.size()) return pages.GetSize();
+        width = pages.GetSize().width;
+    }
 }
 
 bool RecordView::RequiresRedraw() const {

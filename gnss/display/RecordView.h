@@ -63,7 +63,8 @@ public:
     // Copies that text. False, and the clipboard is as it was, when there is none or the clipboard does not take it.
     bool CopyToClipboard() const;
 
-    // The size that all of it takes on one page of a width, with the fonts of the context.
+    // The size that all of it takes on one page of a width, with the fonts of the context; of a width without room for
+    // one satellite, that of the least width that has.
     [[nodiscard]] Corvane::Size Calc(const Corvane::DC& dc, std::int32_t width) const;
     // The pages of the last painting, at least 1, and the one shown, from 0; a page beyond the last shows the last.
     [[nodiscard]] std::int32_t NmrPages() const { return nmrPages_; }
