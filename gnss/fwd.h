@@ -62,7 +62,12 @@ class Notes;
 
 // The record of a fix, and the displays.
 class Constellation;
+class DOP;
+class UKOOA;
 struct DopArt;
+class ConstellationArtist;
+class ConstellationTable;
+class DOPTable;
 
 // The data views.
 class RecordTable;

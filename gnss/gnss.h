@@ -69,6 +69,11 @@
 
 // The record of a fix.
 #include "gnss/position/Constellation.h"
+#include "gnss/position/DOP.h"
+#include "gnss/position/UKOOA.h"
+#include "gnss/position/UKOOADesc.h"
+#include "gnss/position/UKOOAResid.h"
+#include "gnss/position/UKOOAStation.h"
 
 // The stores of live data, and the types of their links.
 #include "gnss/store/AlmanacStore.h"
@@ -78,6 +83,10 @@
 
 // What the operator sees.
 #include "gnss/display/AlmanacView.h"
+#include "gnss/display/ConstellationArtist.h"
+#include "gnss/display/ConstellationStyle.h"
+#include "gnss/display/ConstellationTable.h"
+#include "gnss/display/DOPTable.h"
 #include "gnss/display/DopArt.h"
 #include "gnss/display/EphemerisView.h"
 #include "gnss/display/GlonassEphemerisView.h"
