@@ -71,25 +71,33 @@ constexpr auto GlonassRows = std::to_array<Row<Almanac::GlonassSV>>({
     {"Clock correction", "tau_n", "s", [](const GlonassSV& sv) { return Real(sv->TauN, 0x1p-18, -6); }},
 });
 
+// What a fresh almanac has, which nobody has received.
+template <typename Record>
+bool IsBuiltIn(const Record& record) {
+    return record == Record();
+}
+
 // Last bits: IS-GPS-200, tables 20-X and 20-IX.
 using Iono = Item<Almanac::Iono>;
 constexpr auto IonoRows = std::to_array<Row<Almanac::Iono>>({
-    {"Source", "", "", [](const Iono& i) { return Word(i.record == Almanac::Iono() ? "Built-in" : "Broadcast"); }},
-    {"Age since reception", "", "d", [](const Iono& i) { return DaysSince(i->time, i.now); }, true},
+    {"Source", "", "", [](const Iono& i) { return Word(IsBuiltIn(i.record) ? "Built-in" : "Broadcast"); }},
+    {"Age since reception", "", "d",
+     [](const Iono& i) { return IsBuiltIn(i.record) ? Cell() : DaysSince(i->time, i.now); }, true},
     {"Amplitude", "alpha0", "s", [](const Iono& i) { return Real(i->alpha0, 0x1p-30, -9); }},
-    {"", "alpha1", "s/semicircle", [](const Iono& i) { return Real(i->alpha1, 0x1p-27, -9); }},
-    {"", "alpha2", "s/semicircle^2", [](const Iono& i) { return Real(i->alpha2, 0x1p-24, -9); }},
-    {"", "alpha3", "s/semicircle^3", [](const Iono& i) { return Real(i->alpha3, 0x1p-24, -9); }},
+    {"Amplitude", "alpha1", "s/semicircle", [](const Iono& i) { return Real(i->alpha1, 0x1p-27, -9); }},
+    {"Amplitude", "alpha2", "s/semicircle^2", [](const Iono& i) { return Real(i->alpha2, 0x1p-24, -9); }},
+    {"Amplitude", "alpha3", "s/semicircle^3", [](const Iono& i) { return Real(i->alpha3, 0x1p-24, -9); }},
     {"Period", "beta0", "s", [](const Iono& i) { return Real(i->beta0, 0x1p11); }},
-    {"", "beta1", "s/semicircle", [](const Iono& i) { return Real(i->beta1, 0x1p14); }},
-    {"", "beta2", "s/semicircle^2", [](const Iono& i) { return Real(i->beta2, 0x1p16); }},
-    {"", "beta3", "s/semicircle^3", [](const Iono& i) { return Real(i->beta3, 0x1p16); }},
+    {"Period", "beta1", "s/semicircle", [](const Iono& i) { return Real(i->beta1, 0x1p14); }},
+    {"Period", "beta2", "s/semicircle^2", [](const Iono& i) { return Real(i->beta2, 0x1p16); }},
+    {"Period", "beta3", "s/semicircle^3", [](const Iono& i) { return Real(i->beta3, 0x1p16); }},
 });
 
 using UTC = Item<Almanac::UTC>;
 constexpr auto UTCRows = std::to_array<Row<Almanac::UTC>>({
-    {"Source", "", "", [](const UTC& u) { return Word(u.record == Almanac::UTC() ? "Built-in" : "Broadcast"); }},
-    {"Age since reception", "", "d", [](const UTC& u) { return DaysSince(u->time, u.now); }, true},
+    {"Source", "", "", [](const UTC& u) { return Word(IsBuiltIn(u.record) ? "Built-in" : "Broadcast"); }},
+    {"Age since reception", "", "d",
+     [](const UTC& u) { return IsBuiltIn(u.record) ? Cell() : DaysSince(u->time, u.now); }, true},
     {"GPS time minus UTC", "A0", "s", [](const UTC& u) { return Real(u->A0, 0x1p-30, -9); }},
     {"Drift", "A1", "s/s", [](const UTC& u) { return Real(u->A1, 0x1p-50, -15); }},
     {"Reference week", "WNt", "week", [](const UTC& u) { return Whole(u->WNt); }},
