@@ -131,7 +131,7 @@ void TellDoubts(const Request& request, const OrbitSource& source, const std::ve
         if (satellite.orbit.origin == OrbitOrigin::Almanac)
             byAlmanac += ' ' + PrintSatellite(satellite.system, satellite.number);
     }
-    if (!byAlmanac.empty()) Complain("by the almanac, up to a degree off:" + byAlmanac);
+    if (!byAlmanac.empty()) Complain("by the almanac, to about a degree while it is fresh:" + byAlmanac);
     if (!dop.IsValid()) Complain("no DOP: the satellites that can be used do not determine a position");
 }
 
