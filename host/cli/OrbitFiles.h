@@ -1,0 +1,33 @@
+// Files of any kind that hold orbits: navigation files, receiver logs and almanac files.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "gnss/time/GPSTime.h"
+#include "host/cli/LeapRule.h"
+#include "host/fix/OrbitSource.h"
+
+namespace Host {
+
+struct OrbitFileOptions {
+    bool allWarnings = false;
+    // About when streams that tell no week (RTCM 3) were recorded, to half a week.
+    std::optional<GNSS::GPSTime> date;
+};
+
+// Reads RINEX navigation files, logs (UBX, NovAtel OEM, RTCM 3; plain, gzip, or "-" for standard input) and almanac
+// files of the almanac store into a source, which is complete afterwards, and the leap seconds of navigation files into
+// the rule. What is doubtful or missing is on standard error; false, with the reason there, when a file cannot be read
+// or none of them holds an orbit.
+//
+// An almanac file has no mark of its own: a file of no other format is taken for one when it ends in ".alm", or when
+// all of its bytes make one. Sets the clock and the rule to the records' times; who asks for a time sets them to that.
+[[nodiscard]] bool ReadOrbits(const std::vector<std::string>& paths, const OrbitFileOptions& options,
+                              OrbitSource& source, LeapRule& leaps);
+
+// One line each for what the source lacks: "GLONASS: 5 of 24 satellites have no ephemeris or almanac: R01 R02 ...".
+[[nodiscard]] std::vector<std::string> DescribeMissing(const OrbitSource& source);
+
+}  // namespace Host
