@@ -94,7 +94,7 @@ void SatelliteTrack::LookBetween(const Scan& first, const Scan& middle, const Sc
     // Below the mask a peak may reach above it, above the mask a dip below it.
     const double sign = isUp ? -1.0 : 1.0;
     const auto height = [&](const Scan& scan) { return sign * (scan.sight.elevation - mask_).Radians(); };
-    if (height(middle) < height(first) || height(middle) < height(last)) return;
+    if (height(middle) <= height(first) || height(middle) < height(last)) return;
     if (height(middle) < -NearMask.Radians()) return;
     const Scan turn = FindExtreme(first.time, last.time, sign);
     if (IsInUse(turn.sight, mask_) == isUp) return;
@@ -152,10 +152,9 @@ void SatelliteTrack::TakeGap(PlanGap::Kind kind, const Scan& scan) {
     const bool isNow = IsOfKind(scan.sight, kind);
     if (isNow == gap.has_value()) return;
     const bool isFirst = nmrScans_ == 1;
-    const Change change =
-        isFirst ? Change{scan.time, scan.time}
-                : FindChange(scans_[1].time, scan.time, !isNow,
-                             [this, kind](const GPSTime& t) { return IsOfKind(Look(t), kind); });
+    const Change change = isFirst ? Change{scan.time, scan.time}
+                                  : FindChange(scans_[1].time, scan.time, !isNow,
+                                               [this, kind](const GPSTime& t) { return IsOfKind(Look(t), kind); });
     if (isNow) {
         gap = PlanGap{satellite_, kind, change.after, change.after, isFirst, false};
     } else {

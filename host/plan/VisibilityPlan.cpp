@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 #include "gnss/position/Constellation.h"
 #include "host/plan/SatelliteTrack.h"
@@ -137,12 +138,14 @@ const GNSS::DOP& VisibilityPlan::DopOf(const PlanEpoch& epoch) const {
     return epoch.dops[static_cast<std::size_t>(settings.mode)];
 }
 
-VisibilityPlan MakePlan(const PlanSettings& settings, const std::vector<PlanSatellite>& satellites,
-                        const PlanLook& look) {
+VisibilityPlan MakePlan(const PlanSettings& settings, const std::vector<PlanSatellite>& all, const PlanLook& look) {
     VisibilityPlan plan;
     plan.settings = settings;
-    const bool isMode = DopArt::ShowsGPS(settings.mode) || DopArt::ShowsGlonass(settings.mode);
-    if (satellites.empty() || !isMode || settings.NmrScans() > PlanSettings::MostScans) return plan;
+    std::vector<PlanSatellite> satellites;
+    std::ranges::copy_if(all, std::back_inserter(satellites), [&settings](const PlanSatellite& satellite) {
+        return satellite.system == 'G' ? DopArt::ShowsGPS(settings.mode) : DopArt::ShowsGlonass(settings.mode);
+    });
+    if (satellites.empty() || settings.NmrScans() > PlanSettings::MostScans) return plan;
 
     std::vector<SatelliteTrack> tracks;
     tracks.reserve(satellites.size());
@@ -160,7 +163,8 @@ VisibilityPlan MakePlan(const PlanSettings& settings, const std::vector<PlanSate
     for (std::int64_t i = 0; i <= nmrSteps * perStep; ++i) {
         const bool isEpoch = i % perStep == 0;
         // Steps are not added up, so that they stay where the clock shows them.
-        const Time since = isEpoch ? settings.step * static_cast<double>(i / perStep) : between * static_cast<double>(i);
+        const Time since =
+            isEpoch ? settings.step * static_cast<double>(i / perStep) : between * static_cast<double>(i);
         scan(settings.from + since, isEpoch);
     }
     const Time last = settings.step * static_cast<double>(nmrSteps);

@@ -130,9 +130,9 @@ struct VisibilityPlan {
     [[nodiscard]] const GNSS::DOP& DopOf(const PlanEpoch& epoch) const;
 };
 
-// Works out a plan for these satellites. Every rise and set above the mask is found, passes and dips between two scans
-// too. A window is found when a step lies in it: a shorter one may fall between two steps. Without satellites, and with
-// settings of more than MostScans, nothing is planned: no epochs.
+// Works out a plan for those of the satellites whose system the mode shows. Every rise and set above the mask is found,
+// passes and dips between two scans too. A window is found when a step lies in it: a shorter one may fall between two
+// steps. Without such satellites, and with settings of more than MostScans, nothing is planned: no epochs.
 [[nodiscard]] VisibilityPlan MakePlan(const PlanSettings& settings, const std::vector<PlanSatellite>& satellites,
                                       const PlanLook& look);
 
