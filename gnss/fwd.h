@@ -65,6 +65,9 @@ class Constellation;
 class DOP;
 class UKOOA;
 struct DopArt;
+class ConstellationArtist;
+class ConstellationTable;
+class DOPTable;
 
 // Stores.
 struct GNSSLink;

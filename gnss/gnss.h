@@ -82,4 +82,8 @@
 #include "gnss/store/GlonassEphemStore.h"
 
 // What the operator sees.
+#include "gnss/display/ConstellationArtist.h"
+#include "gnss/display/ConstellationStyle.h"
+#include "gnss/display/ConstellationTable.h"
+#include "gnss/display/DOPTable.h"
 #include "gnss/display/DopArt.h"
