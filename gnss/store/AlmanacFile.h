@@ -7,6 +7,7 @@
 #include <span>
 
 #include "gnss/almanac/Almanac.h"
+#include "gnss/platform/Export.h"
 #include "gnss/platform/FileLock.h"
 #include "gnss/platform/SetAside.h"
 #include "gnss/platform/String.h"
@@ -77,6 +78,6 @@ private:
 
 // What of an almanac file's bytes is not in the almanac that was read from them: "the UTC parameters, 2 of 24 GLONASS
 // satellites, 17 bytes at the end". Empty when all of it is.
-[[nodiscard]] Corvane::String DescribeLoss(std::span<const std::byte> bytes, const Almanac& almanac);
+[[nodiscard]] GNSS_EXPORT Corvane::String DescribeLoss(std::span<const std::byte> bytes, const Almanac& almanac);
 
 }  // namespace GNSS

@@ -273,12 +273,16 @@ void WriteWindows(const VisibilityPlan& plan, Form form, Sink& sink) {
     }
 }
 
+// In minutes, which is more than the limits of an orbit's validity deserve.
 std::string DescribeGap(const VisibilityPlan& plan, const PlanGap& gap) {
-    const std::string from = PrintPlanTime(plan, gap.from);
-    const std::string to = PrintPlanTime(plan, gap.to);
-    if (gap.isFromStart) return "until " + to;
-    if (gap.isToEnd) return "from " + from + " on";
-    return "from " + from + " to " + to;
+    const auto print = [&plan](const GPSTime& time) {
+        std::string text = PrintPlanTime(plan, time + Corvane::Time(30.0));
+        text.resize(text.size() - 3);
+        return text;
+    };
+    if (gap.isFromStart) return "until " + print(gap.to);
+    if (gap.isToEnd) return "from " + print(gap.from) + " on";
+    return "from " + print(gap.from) + " to " + print(gap.to);
 }
 
 }  // namespace
@@ -324,9 +328,12 @@ std::string DescribeFaults(unsigned faults) {
 }
 
 std::string PrintPlanTime(const VisibilityPlan& plan, const GPSTime& time) {
-    // The midnight at its end is not another day.
-    const bool isOneDay = (plan.End() - Corvane::Time(1.0)).GetDate() <= plan.settings.from.GetDate();
-    return PrintTime(ToSecond(time)).substr(isOneDay ? 11 : 5);
+    const GPSTime second = ToSecond(time);
+    const Corvane::Date first = plan.settings.from.GetDate();
+    const bool isOneDay = (plan.End() - Corvane::Time(1.0)).GetDate() <= first;
+    // The midnight at its end is not another day's.
+    if (isOneDay && second.GetDate() > first) return "24:00:00";
+    return PrintTime(second).substr(isOneDay ? 11 : 5);
 }
 
 std::vector<std::string> DescribeGaps(const VisibilityPlan& plan) {
@@ -348,7 +355,10 @@ std::vector<std::string> DescribeGaps(const VisibilityPlan& plan) {
             std::string& part = parts[gap.satellite];
             part += (part.empty() ? " " : ", ") + DescribeGap(plan, gap);
         }
-        if (!always.empty()) lines.push_back(text.name + always + " at any time");
+        if (!always.empty()) {
+            const bool isNever = text.kind == PlanGap::Kind::NoOrbit;
+            lines.push_back(text.name + always + (isNever ? " at any time" : " all the time"));
+        }
         for (const auto& [satellite, part] : parts)
             lines.push_back(fmt::format("{} {}{}", text.name, Print(satellite), part));
     }
@@ -363,7 +373,11 @@ void WritePlanSummary(const VisibilityPlan& plan, const std::string& place, Sink
     WriteWindowTable(plan, sink);
     WritePassTable(plan, sink);
     const std::vector<std::string> gaps = DescribeGaps(plan);
-    if (!gaps.empty()) sink.Write("\nOrbits\n");
+    if (gaps.empty()) return;
+    sink.Write("\nOrbits\n");
+    if (std::ranges::any_of(plan.gaps, [](const PlanGap& gap) { return gap.kind == PlanGap::Kind::NoOrbit; }))
+        sink.Write(
+            " Satellites without an orbit are not counted; an almanac file beside the others fills such gaps.\n");
     for (const std::string& line : gaps) sink.Write(" " + line + "\n");
 }
 
