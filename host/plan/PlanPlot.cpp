@@ -31,7 +31,7 @@ constexpr std::int32_t DopHeight = 200;
 constexpr std::int32_t CountHeight = 110;
 constexpr std::int32_t Space = 16;  // between panels
 constexpr std::int32_t Left = 64;   // of the panels, for labels
-constexpr std::int32_t Right = 72;
+constexpr std::int32_t Right = 100;
 constexpr std::int32_t LinePitch = 18;
 constexpr std::int32_t Head = 3 * LinePitch + 2 * LinePitch;  // titles, and the numbers of windows in two rows
 constexpr std::int32_t Foot = 2 * LinePitch + 2 * LinePitch;  // labels of the axis, and the key
@@ -109,7 +109,8 @@ private:
         const auto nmrRows = std::max(1, static_cast<std::int32_t>(plot_.rows_.size()));
         // What there is for the panels; the upper two give way before the rows do.
         const std::int32_t height = size.height - Head - Foot - 2 * Space;
-        const std::int32_t upper = std::clamp(height - nmrRows * RowHeight, height / 4, DopHeight + CountHeight);
+        const std::int32_t upper =
+            std::max(height / 4, std::min(height - nmrRows * RowHeight, DopHeight + CountHeight));
         dop_ = {{Left, Head}, {width, upper * DopHeight / (DopHeight + CountHeight)}};
         count_ = {{Left, dop_.BottomRight().y + Space}, {width, upper - dop_.size.height}};
         bars_ = {{Left, count_.BottomRight().y + Space}, {width, height - upper}};
@@ -302,37 +303,46 @@ private:
         Text({count_.BottomRight().x + 6, CountY(least)}, fmt::format("least {}", least), LeftMiddle, palette_.text);
     }
 
+    // The names of curves and limits stand at the right, where they hide nothing.
     void DrawDops() {
-        DrawLimit(plan_.settings.pdopLimit, "PDOP");
-        DrawLimit(plan_.settings.hdopLimit, "HDOP");
-        const std::int32_t pdop = DrawCurve([](const GNSS::DOP& dop) { return dop.GetPDOP(); }, 3);
-        const std::int32_t hdop = DrawCurve([](const GNSS::DOP& dop) { return dop.GetHDOP(); }, 1);
-        // Names at the right, apart from each other; the thick curve's is bold.
-        const std::int32_t x = dop_.BottomRight().x + 6;
-        const std::int32_t pdopY = std::min(pdop, hdop - LinePitch);
-        dc_.SelectFont({.bold = true});
-        Text({x, std::max(pdopY, dop_.at.y + LinePitch / 2)}, "PDOP", LeftMiddle, palette_.text);
-        dc_.RevertFont();
-        Text({x, std::max(hdop, pdopY + LinePitch)}, "HDOP", LeftMiddle, palette_.text);
+        struct Name {
+            std::int32_t y;
+            std::string text;
+            bool isCurve;
+            bool isBold;
+        };
+        std::vector<Name> names;
+        const auto addLimit = [&](double limit, const char* name) {
+            if (!(limit > 0.0 && limit < mostDop_)) return;
+            const std::int32_t y = DopY(limit);
+            dc_.SetPen(palette_.alert, 1, Pen::Dash);
+            Line({dop_.at.x, y}, {dop_.BottomRight().x, y});
+            names.push_back({y, fmt::format("{} limit {:g}", name, limit), false, false});
+        };
+        addLimit(plan_.settings.pdopLimit, "PDOP");
+        addLimit(plan_.settings.hdopLimit, "HDOP");
+        names.push_back({DrawCurve([](const GNSS::DOP& dop) { return dop.GetHDOP(); }, 1, false), "HDOP", true, false});
+        names.push_back({DrawCurve([](const GNSS::DOP& dop) { return dop.GetPDOP(); }, 3, true), "PDOP", true, true});
+        std::ranges::stable_sort(names, [](const Name& a, const Name& b) { return a.y > b.y; });
+        std::int32_t below = dop_.BottomRight().y + LinePitch / 2;
+        for (const Name& name : names) {
+            below = std::min(name.y, below - LinePitch + 2);
+            dc_.SelectFont({.bold = name.isBold});
+            Text({dop_.BottomRight().x + 6, below}, name.text, LeftMiddle,
+                 name.isCurve ? palette_.text : palette_.alert);
+            dc_.RevertFont();
+        }
     }
 
-    void DrawLimit(double limit, const char* name) {
-        if (!(limit > 0.0 && limit < mostDop_)) return;
-        const std::int32_t y = DopY(limit);
-        dc_.SetPen(palette_.alert, 1, Pen::Dash);
-        Line({dop_.at.x, y}, {dop_.BottomRight().x, y});
-        Text({dop_.at.x + 6, y - LinePitch / 2}, fmt::format("{} limit {:g}", name, limit), LeftMiddle, palette_.alert);
-    }
-
-    // Returns the height of its last point. Broken where there is no DOP; what is beyond the panel has an arrow and its
-    // greatest value at the edge.
+    // Returns the height of its last point. Broken where there is no DOP; what is beyond the panel may have an arrow
+    // and its greatest value at the edge.
     template <typename Figure>
-    std::int32_t DrawCurve(const Figure& figure, std::int32_t width) {
+    std::int32_t DrawCurve(const Figure& figure, std::int32_t width, bool areValuesToldBeyond) {
         std::int32_t lastY = dop_.BottomRight().y;
         double over = 0.0;
         std::int32_t overX = 0;
         const auto endOver = [&] {
-            if (over > 0.0) DrawOver({overX, dop_.at.y}, over);
+            if (over > 0.0 && areValuesToldBeyond) DrawOver({overX, dop_.at.y}, over);
             over = 0.0;
         };
         bool isOn = false;

@@ -14,6 +14,8 @@ namespace {
 
 constexpr double LabelWidth = 60.0;  // pixels that a label takes with the space beside it
 
+constexpr std::int32_t DateWidth = 100;  // and a date
+
 // Seconds between ticks.
 constexpr double Steps[] = {1,    2,    5,    10,    15,    30,    60,    120,    300,    600,    900,
                             1800, 3600, 7200, 10800, 21600, 43200, 86400, 172800, 432000, 864000, 1728000};
@@ -39,7 +41,6 @@ std::vector<TimeAxis::Tick> TimeAxis::Ticks() const {
     // Counted from the start of GPS time, a midnight.
     const double start = from_.GetWeek() * GPSTime::SecsInWeek + from_.GetSeconds();
     const double first = std::ceil(start / step - 1e-9) * step;
-    bool hasDate = isOfDays;
     for (std::int64_t i = 0; static_cast<double>(i) * step <= start + span_.Seconds() - first + 1e-6; ++i) {
         GPSTime time = GPSTime::Zero + Time(first + static_cast<double>(i) * step);
         time.Round(0);
@@ -48,9 +49,13 @@ std::vector<TimeAxis::Tick> TimeAxis::Ticks() const {
         tick.x = Place(time);
         tick.label = isOfDays ? text.substr(5, 5) : text.substr(11, hasSeconds ? 8 : 5);
         if (!isOfDays && time.GetSeconds() == time.GetDay() * GPSTime::SecsInDay) tick.date = text.substr(0, 10);
-        hasDate = hasDate || !tick.date.empty();
     }
-    if (!hasDate && !ticks.empty()) ticks.front().date = from_.GetTimeDate().Print(0).str().substr(0, 10);
+    // The first day has its date, too, unless a midnight's stands there.
+    const auto hasDateNear = [&ticks](const Tick& tick) {
+        return !tick.date.empty() && tick.x - ticks.front().x < DateWidth;
+    };
+    if (!isOfDays && !ticks.empty() && std::ranges::none_of(ticks, hasDateNear))
+        ticks.front().date = from_.GetTimeDate().Print(0).str().substr(0, 10);
     return ticks;
 }
 

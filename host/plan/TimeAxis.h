@@ -15,7 +15,7 @@ public:
     struct Tick {
         std::int32_t x = 0;
         std::string label;  // "06:30", or the day, "06-25", where the ticks are days apart
-        std::string date;   // under the label of a midnight, and under the first when there is none
+        std::string date;   // under the label of a midnight, and under the first where there is room
     };
 
     TimeAxis() = default;
