@@ -35,7 +35,7 @@ struct ConstellationArtist::KeyLayout {
     };
     std::vector<Entry> entries;
     std::int32_t gap = 0;  // between rows, and between a symbol and its name
-    std::int32_t width = 0;
+    Corvane::Size size;
 };
 
 namespace {
@@ -304,6 +304,7 @@ ConstellationArtist::KeyLayout ConstellationArtist::LayOutKey(const DC& dc, cons
     std::int64_t left = 0;
     std::int64_t top = 0;
     std::int64_t columnWidth = 0;
+    std::int64_t bottom = 0;
     for (int i = 0; i < style.NmrColour(); ++i) {
         const Style::Colour& colour = style.GetStyleColour(i);
         if (mode_ == DopArt::GPSOnly && colour.IsGlonass()) continue;
@@ -314,14 +315,19 @@ ConstellationArtist::KeyLayout ConstellationArtist::LayOutKey(const DC& dc, cons
         }
         key.entries.push_back({&colour, {Saturate(left + symbol_), Saturate(top + height / 2)}});
         columnWidth = std::max(columnWidth, side + key.gap + dc.TextExtent(colour.GetName(), font).width);
+        bottom = std::max(bottom, top + height);
         top += height + key.gap;
     }
-    key.width = Saturate(left + columnWidth);
+    key.size = {Saturate(left + columnWidth), Saturate(bottom)};
     return key;
 }
 
 int ConstellationArtist::GetKeyWidth(const DC& dc, const Style& style) const {
-    return LayOutKey(dc, style).width;
+    return LayOutKey(dc, style).size.width;
+}
+
+int ConstellationArtist::GetKeyHeight(const DC& dc, const Style& style) const {
+    return LayOutKey(dc, style).size.height;
 }
 
 void ConstellationArtist::DrawKey(DC& dc, const Style& style) const {

@@ -69,6 +69,7 @@ public:
     // at least). A line break in a name is drawn as a blank. Nothing, and a width of 0, before Init.
     void DrawKey(Corvane::DC& dc, const Style& style) const;
     [[nodiscard]] int GetKeyWidth(const Corvane::DC& dc, const Style& style) const;
+    [[nodiscard]] int GetKeyHeight(const Corvane::DC& dc, const Style& style) const;
 
     // Flips the order of drawing now; the next flip is one delay later.
     void Reverse();

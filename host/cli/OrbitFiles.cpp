@@ -152,17 +152,25 @@ private:
     bool isUsed_ = true;
 };
 
-std::string DescribeMissing(char system, const char* name, int nmr, const OrbitSource& source) {
-    std::string list;
-    int missing = 0;
+void DescribeMissing(char system, const char* name, int nmr, const OrbitSource& source, const GPSTime& t,
+                     std::vector<std::string>& lines) {
+    std::string missing;
+    std::string stale;
+    int nmrMissing = 0;
     for (int number = 1; number <= nmr; ++number) {
-        if (source.HasRecords(system, number)) continue;
-        ++missing;
-        list += ' ' + PrintSatellite(system, number);
+        if (!source.HasRecords(system, number)) {
+            ++nmrMissing;
+            missing += ' ' + PrintSatellite(system, number);
+        } else if (source.Calculate(system, number, t).origin == OrbitOrigin::None) {
+            stale += ' ' + PrintSatellite(system, number);
+        }
     }
-    if (missing == 0) return "";
-    if (missing == nmr) return fmt::format("{}: no satellite has an ephemeris or almanac", name);
-    return fmt::format("{}: {} of {} satellites have no ephemeris or almanac:{}", name, missing, nmr, list);
+    if (nmrMissing == nmr) {
+        lines.push_back(fmt::format("{}: the files hold no orbits", name));
+    } else if (nmrMissing > 0) {
+        lines.push_back(fmt::format("{}: the files hold no orbits of{}", name, missing));
+    }
+    if (!stale.empty()) lines.push_back(fmt::format("{}: no orbit is valid at that time of{}", name, stale));
 }
 
 }  // namespace
@@ -183,12 +191,10 @@ bool ReadOrbits(const std::vector<std::string>& paths, const OrbitFileOptions& o
     return true;
 }
 
-std::vector<std::string> DescribeMissing(const OrbitSource& source) {
+std::vector<std::string> DescribeMissing(const OrbitSource& source, GNSS::DopArt::Mode mode, const GPSTime& t) {
     std::vector<std::string> lines;
-    for (std::string line : {DescribeMissing('G', "GPS", EphemerisSet::NmrGPS, source),
-                             DescribeMissing('R', "GLONASS", EphemerisSet::NmrGlonass, source)}) {
-        if (!line.empty()) lines.push_back(std::move(line));
-    }
+    if (GNSS::DopArt::ShowsGPS(mode)) DescribeMissing('G', "GPS", EphemerisSet::NmrGPS, source, t, lines);
+    if (GNSS::DopArt::ShowsGlonass(mode)) DescribeMissing('R', "GLONASS", EphemerisSet::NmrGlonass, source, t, lines);
     return lines;
 }
 

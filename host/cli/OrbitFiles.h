@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "gnss/display/DopArt.h"
 #include "gnss/time/GPSTime.h"
 #include "host/cli/LeapRule.h"
 #include "host/fix/OrbitSource.h"
@@ -27,7 +28,9 @@ struct OrbitFileOptions {
 [[nodiscard]] bool ReadOrbits(const std::vector<std::string>& paths, const OrbitFileOptions& options,
                               OrbitSource& source, LeapRule& leaps);
 
-// One line each for what the source lacks: "GLONASS: 5 of 24 satellites have no ephemeris or almanac: R01 R02 ...".
-[[nodiscard]] std::vector<std::string> DescribeMissing(const OrbitSource& source);
+// One line each for what the source lacks at a time: "GLONASS: the files hold no orbits of R01 R02",
+// "GPS: no orbit is valid at that time of G03".
+[[nodiscard]] std::vector<std::string> DescribeMissing(const OrbitSource& source, GNSS::DopArt::Mode mode,
+                                                       const GNSS::GPSTime& t);
 
 }  // namespace Host

@@ -23,6 +23,10 @@ bool IsSeparator(char c) {
     return c == ',' || c == ' ' || c == '\t' || c == ';';
 }
 
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
 // The numbers of a text of nothing but numbers; nothing when there is anything else.
 std::optional<std::vector<double>> ReadNumbers(std::string_view text) {
     std::vector<double> numbers;
@@ -42,7 +46,8 @@ std::optional<std::vector<double>> ReadNumbers(std::string_view text) {
     return numbers;
 }
 
-// With one byte for each mark that people set: degree signs of both codings, and primes for minutes and seconds.
+// With one byte for each mark that people set, degree signs of both codings and primes for minutes and seconds, and
+// with a comma where only blanks stand between two numbers.
 std::string WithPlainMarks(std::string_view text) {
     std::string plain;
     while (!text.empty()) {
@@ -55,6 +60,13 @@ std::string WithPlainMarks(std::string_view text) {
         if (take("\xC2\xB0", '\xB0') || take("\xE2\x80\xB2", '\'') || take("\xE2\x80\xB3", '"') ||
             take("\xE2\x80\x99", '\'') || take("\xE2\x80\x9D", '"'))
             continue;
+        const auto next = text.find_first_not_of(" \t");
+        if (next != 0 && next != std::string_view::npos && IsDigit(text[next]) && !plain.empty() &&
+            IsDigit(plain.back())) {
+            plain += ',';
+            text.remove_prefix(next);
+            continue;
+        }
         plain += text.front();
         text.remove_prefix(1);
     }

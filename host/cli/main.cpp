@@ -33,16 +33,17 @@ int Run(int argc, char** argv) {
     Host::AddCompareCommand(program, exitCode);
     Host::AddDecodeCommand(program, exitCode);
     Host::AddStoreCommand(program, exitCode);
+    Host::AddSkyCommand(program, exitCode);
     Host::AddPlanCommand(program, exitCode);
 
     const std::string first = argc > 1 ? argv[1] : "";
     const auto isCommand = [&first](const CLI::App* command) { return command->get_name() == first; };
     if (argc < 2) {
-        Host::Complain("say which command: orbit, compare, decode, store or plan; --help tells more");
+        Host::Complain("say which command: orbit, compare, decode, store, sky or plan; --help tells more");
         return 2;
     }
     if (first != "-h" && first != "--help" && program.get_subcommands(isCommand).empty()) {
-        Host::Complain(Host::Quoted(first) + " is no command; there are orbit, compare, decode, store and plan");
+        Host::Complain(Host::Quoted(first) + " is no command; there are orbit, compare, decode, store, sky and plan");
         return 2;
     }
     try {

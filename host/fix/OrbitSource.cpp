@@ -127,16 +127,18 @@ OrbitState OrbitSource::Calculate(char system, int number, const GPSTime& t) con
 
 std::optional<LineOfSight> OrbitSource::Look(char system, int number, const GNSS::LocalGrid& place,
                                              const GPSTime& reception, OrbitState& state) const {
-    const GPSTime about = reception - Corvane::Time(TypicalFlight);
-    state = Calculate(system, number, about);
+    // By the orbit that is valid at reception, which need not be so a flight earlier.
+    state = Calculate(system, number, reception);
     if (state.origin == OrbitOrigin::None) return std::nullopt;
-    // The flight differs from the typical one by hundredths of a second, over which an orbit is straight: 0.6 m/s^2
-    // bend it by 0.3 mm in 0.03 s. The position is worked out once instead of three times.
+    // A flight takes less than 0.1 s, over which an orbit is straight: 0.6 m/s^2 bend it by 3 mm. So the position is
+    // worked out once instead of three times.
     return FindLineOfSight(place, reception, [&](const GPSTime& t, ECEF& posn) {
         if (state.vely) {
-            posn = state.posn + *state.vely * (t - about).Seconds();
+            posn = state.posn + *state.vely * (t - reception).Seconds();
         } else {
-            posn = Calculate(system, number, t).posn;
+            const OrbitState then = Calculate(system, number, t);
+            if (then.origin == OrbitOrigin::None) return false;
+            posn = then.posn;
         }
         return true;
     });

@@ -74,8 +74,8 @@ public:
     // which leaves some kilometres.
     [[nodiscard]] OrbitState Calculate(char system, int number, const GNSS::GPSTime& t) const;
 
-    // What of a satellite is received at a place. `state` is the satellite about the time of transmission, its position
-    // not yet turned with the earth. Nothing when there is no position.
+    // Where a satellite is seen from a place, to some millimetres of its position. `state` is the satellite at the time
+    // of reception. Nothing when there is no position.
     [[nodiscard]] std::optional<LineOfSight> Look(char system, int number, const GNSS::LocalGrid& place,
                                                   const GNSS::GPSTime& reception, OrbitState& state) const;
 

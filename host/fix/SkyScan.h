@@ -14,13 +14,14 @@
 
 namespace Host {
 
-// What keeps a satellite out of a fix, besides its health.
+// What counts in a fix, besides a satellite's health.
 struct SkyRules {
     GNSS::DopArt::Mode mode = GNSS::DopArt::Both;  // the systems that are looked at
     Corvane::Angle mask;                           // a satellite at or above it counts
     // By the operator: bit n stands for satellite n.
     std::uint64_t disabledGPS = 0;
     std::uint64_t disabledGlonass = 0;
+    bool heightAid = false;  // for the DOP: the height is known
 };
 
 struct SkySatellite {
