@@ -1,6 +1,7 @@
 // gnss plan: satellites in view, their rises and sets, and DOP at a place over a span of time.
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <memory>
 #include <optional>
 
@@ -15,7 +16,7 @@
 #include "host/cli/OrbitFiles.h"
 #include "host/cli/PlaceText.h"
 #include "host/cli/PlanTables.h"
-#include "host/cli/Satellites.h"
+#include "host/cli/SkyOptions.h"
 #include "host/cli/TimeText.h"
 #include "host/fix/OrbitSource.h"
 #include "host/plan/PlanPlot.h"
@@ -38,13 +39,10 @@ struct Options {
     std::string from;
     std::string to;
     std::string step = "1min";
-    double mask = 10.0;
-    std::string mode = "both";
-    bool isHeightAided = false;
+    SkyOptions sky;
     double hdopLimit = PlanSettings().hdopLimit;
     double pdopLimit = PlanSettings().pdopLimit;
     int least = PlanSettings().leastSatellites;
-    std::vector<std::string> disabled;
     std::string form = "summary";
     std::string rows = "steps";
     std::string output;
@@ -62,17 +60,11 @@ struct Options {
 struct Request {
     PlanSettings settings;
     GNSS::Geog place;
-    std::vector<Satellite> disabled;
+    SkyRules rules;
     OrbitFileOptions files;
     std::optional<Form> form;  // the summary without one
     PlanRows rows = PlanRows::Steps;
     const Palette* palette = &Palette::Light;
-
-    [[nodiscard]] bool IsDisabled(const PlanSatellite& satellite) const {
-        return std::ranges::any_of(disabled, [&satellite](const Satellite& of) {
-            return of.system == satellite.system && (of.number == 0 || of.number == satellite.number);
-        });
-    }
 };
 
 // The functions below give a text for what is wrong with the options.
@@ -111,27 +103,17 @@ std::string ReadGeometry(const Options& options, Request& request) {
     if (!place) return "--at: " + Quoted(options.at) + " is no place within 20 km of the ellipsoid: LAT,LON,HEIGHT";
     request.place = *place;
     PlanSettings& settings = request.settings;
-    if (!(options.mask >= 0.0 && options.mask < 90.0)) return "--mask: from 0 to below 90 degrees";
-    settings.mask = Corvane::Angle::FromDegrees(options.mask);
-    if (options.mode == "gps")
-        settings.mode = DopArt::GPSOnly;
-    else if (options.mode == "glonass")
-        settings.mode = DopArt::GlonassOnly;
-    else if (options.mode != "both")
-        return "--mode is gps, glonass or both";
+    if (std::string fault = ReadSkyRules(options.sky, request.rules); !fault.empty()) return fault;
+    settings.mask = request.rules.mask;
+    settings.mode = request.rules.mode;
+    settings.isHeightAided = request.rules.heightAid;
     for (const double limit : {options.hdopLimit, options.pdopLimit}) {
         if (!(limit > 0.0 && std::isfinite(limit))) return "--hdop-limit and --pdop-limit: above zero";
     }
     if (options.least < 0 || options.least > 56) return "--least: from 0 to 56 satellites";
-    settings.isHeightAided = options.isHeightAided;
     settings.hdopLimit = options.hdopLimit;
     settings.pdopLimit = options.pdopLimit;
     settings.leastSatellites = options.least;
-    for (const std::string& text : options.disabled) {
-        const auto satellite = ParseSatellite(text);
-        if (!satellite) return "--disable: " + Quoted(text) + " is no satellite; write G, R, G01 to G32 or R01 to R24";
-        request.disabled.push_back(*satellite);
-    }
     return "";
 }
 
@@ -151,16 +133,17 @@ std::string ReadOutputs(const Options& options, Request& request) {
     return options.plot.empty() ? "" : PictureFile::Check(options.plot, {1, 1}, options.density);
 }
 
-std::vector<PlanSatellite> AllSatellites(const Request& request) {
-    std::vector<PlanSatellite> all;
-    const auto add = [&](char system, int nmr) {
+// Those of the mode that are not disabled.
+std::vector<PlanSatellite> ChooseSatellites(const SkyRules& rules) {
+    std::vector<PlanSatellite> chosen;
+    const auto add = [&chosen](char system, int nmr, std::uint64_t disabled) {
         for (int number = 1; number <= nmr; ++number) {
-            if (!request.IsDisabled({system, number})) all.push_back({system, number});
+            if ((disabled >> static_cast<unsigned>(number) & 1U) == 0) chosen.push_back({system, number});
         }
     };
-    add('G', EphemerisSet::NmrGPS);
-    add('R', EphemerisSet::NmrGlonass);
-    return all;
+    if (DopArt::ShowsGPS(rules.mode)) add('G', EphemerisSet::NmrGPS, rules.disabledGPS);
+    if (DopArt::ShowsGlonass(rules.mode)) add('R', EphemerisSet::NmrGlonass, rules.disabledGlonass);
+    return chosen;
 }
 
 // Whether the systems of the mode have orbits; what is missing is said on standard error.
@@ -225,17 +208,13 @@ int Run(const Options& options) {
         sight.azimuth = sightLine->direction.GetAzimuth();
         return sight;
     };
-    const std::vector<PlanSatellite> satellites = AllSatellites(request);
+    const std::vector<PlanSatellite> satellites = ChooseSatellites(request.rules);
+    if (satellites.empty()) return Complain("all satellites are disabled"), 1;
     const VisibilityPlan plan = MakePlan(request.settings, satellites, look);
-    const auto isWhole = [](const PlanGap& gap) {
+    const auto isNever = [](const PlanGap& gap) {
         return gap.kind == PlanGap::Kind::NoOrbit && gap.isFromStart && gap.isToEnd;
     };
-    const auto nmrInMode = std::ranges::count_if(satellites, [&](const PlanSatellite& satellite) {
-        return satellite.system == 'G' ? DopArt::ShowsGPS(plan.settings.mode)
-                                       : DopArt::ShowsGlonass(plan.settings.mode);
-    });
-    if (nmrInMode == 0) return Complain("all satellites are disabled"), 1;
-    if (std::ranges::count_if(plan.gaps, isWhole) == nmrInMode) {
+    if (std::ranges::count_if(plan.gaps, isNever) == std::ssize(satellites)) {
         const auto span = source.GetSpan();
         return Complain(fmt::format("no satellite has an orbit between {} and {}{}", PrintTime(plan.settings.from),
                                     PrintTime(plan.End()),
@@ -273,14 +252,10 @@ void AddPlanCommand(CLI::App& program, int& exitCode) {
         ->required();
     const CLI::Option* to = command->add_option("--to", options->to, "end; a day after the start without it");
     command->add_option("--step", options->step, "span between the steps: 30s, 1min, 1h")->capture_default_str();
-    command->add_option("--mask", options->mask, "elevation from which satellites count, degrees")
-        ->capture_default_str();
-    command->add_option("--mode", options->mode, "gps, glonass or both")->capture_default_str();
-    command->add_flag("--height-aid", options->isHeightAided, "count on the height as one more observation");
+    AddSkyOptions(*command, options->sky);
     command->add_option("--hdop-limit", options->hdopLimit, "bad above this")->capture_default_str();
     command->add_option("--pdop-limit", options->pdopLimit, "bad above this")->capture_default_str();
     command->add_option("--least", options->least, "bad with fewer satellites")->capture_default_str();
-    command->add_option("--disable", options->disabled, "leave these out: G, R, G05, R14 ...");
     command->add_option("--form", options->form, "summary for people, or rows as table, csv or ndjson")
         ->capture_default_str();
     const CLI::Option* rows =

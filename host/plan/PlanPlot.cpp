@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include "host/plan/DopPanel.h"
 #include "host/plan/TimeAxis.h"
 
 namespace Host {
@@ -32,14 +33,9 @@ constexpr std::int32_t CountHeight = 110;
 constexpr std::int32_t Space = 16;  // between panels
 constexpr std::int32_t Left = 64;   // of the panels, for labels
 constexpr std::int32_t Right = 100;
-constexpr std::int32_t LinePitch = 18;
 constexpr std::int32_t Head = 3 * LinePitch + 2 * LinePitch;  // titles, and the numbers of windows in two rows
 constexpr std::int32_t Foot = 2 * LinePitch + 2 * LinePitch;  // labels of the axis, and the key
 constexpr std::int32_t HatchPitch = 7;
-
-constexpr TextPlace LeftMiddle{TextPlace::Left, TextPlace::Middle};
-constexpr TextPlace RightMiddle{TextPlace::Right, TextPlace::Middle};
-constexpr TextPlace CentreMiddle{TextPlace::Centre, TextPlace::Middle};
 
 // Lines at 45 degrees, cut at the edges; of neighbouring rectangles they meet.
 void Hatch(DC& dc, const Rect& rect) {
@@ -62,14 +58,6 @@ const char* ShortName(std::uint8_t faults) {
     if ((faults & PlanEpoch::HighPDOP) != 0) return "PDOP";
     if ((faults & PlanEpoch::HighHDOP) != 0) return "HDOP";
     return "few";
-}
-
-// Steps of a count's axis that give up to five lines.
-int CountStep(int most) {
-    for (const int step : {1, 2, 5, 10}) {
-        if (most <= 5 * step) return step;
-    }
-    return 20;
 }
 
 Colour StateColour(const Palette& palette, GNSS::Constellation::State code) {
@@ -98,7 +86,7 @@ public:
         DrawGrid();
         DrawBars();
         DrawCounts();
-        DrawDops();
+        DopPanel(plan_, axis_, dop_, palette_).Draw(dc_);
         DrawWindowNumbers();
         DrawKey();
     }
@@ -116,21 +104,10 @@ private:
         bars_ = {{Left, count_.BottomRight().y + Space}, {width, height - upper}};
         axis_ = TimeAxis(plan_.settings.from, plan_.settings.span, Left, width);
 
-        double most = 0.0;
-        for (const PlanEpoch& epoch : plan_.epochs) {
-            mostSatellites_ = std::max(mostSatellites_, epoch.NmrSatellites());
-            if (const GNSS::DOP& dop = plan_.DopOf(epoch); dop.IsValid()) most = std::max(most, dop.GetPDOP());
-        }
-        const double limit = std::max(plan_.settings.pdopLimit, plan_.settings.hdopLimit);
-        mostDop_ = std::ceil(std::clamp(most * 1.05, limit * 1.4, limit * 2.5));
-        if (!(mostDop_ >= 1.0 && mostDop_ <= 1e6)) mostDop_ = 10.0;  // limits that are no use
+        for (const PlanEpoch& epoch : plan_.epochs) mostSatellites_ = std::max(mostSatellites_, epoch.NmrSatellites());
         mostSatellites_ = std::max(mostSatellites_, std::clamp(plan_.settings.leastSatellites, 1, 60)) + 1;
     }
 
-    [[nodiscard]] std::int32_t DopY(double value) const {
-        const double part = std::clamp(value / mostDop_, 0.0, 1.0);
-        return dop_.BottomRight().y - Corvane::ToInt(std::round(part * dop_.size.height));
-    }
     [[nodiscard]] std::int32_t CountY(int value) const {
         return count_.BottomRight().y - value * count_.size.height / mostSatellites_;
     }
@@ -202,10 +179,7 @@ private:
         dc_.SetPen(palette_.rule);
         dc_.SetBrush(Corvane::Brush::None);
         for (const Rect& panel : {dop_, count_, bars_}) dc_.DrawRectangle(panel);
-        const int dopStep = CountStep(Corvane::ToInt(mostDop_));
-        for (int value = 0; value <= mostDop_; value += dopStep)
-            Text({Left - 8, DopY(value)}, std::to_string(value), RightMiddle, palette_.text);
-        const int step = CountStep(mostSatellites_);
+        const int step = LabelStep(mostSatellites_);
         for (int value = 0; value <= mostSatellites_; value += step)
             Text({Left - 8, CountY(value)}, std::to_string(value), RightMiddle, palette_.text);
         const auto side = [this](const Rect& panel, const char* text) {
@@ -303,86 +277,6 @@ private:
         Text({count_.BottomRight().x + 6, CountY(least)}, fmt::format("least {}", least), LeftMiddle, palette_.text);
     }
 
-    // The names of curves and limits stand at the right, where they hide nothing.
-    void DrawDops() {
-        struct Name {
-            std::int32_t y;
-            std::string text;
-            bool isCurve;
-            bool isBold;
-        };
-        std::vector<Name> names;
-        const auto addLimit = [&](double limit, const char* name) {
-            if (!(limit > 0.0 && limit < mostDop_)) return;
-            const std::int32_t y = DopY(limit);
-            dc_.SetPen(palette_.alert, 1, Pen::Dash);
-            Line({dop_.at.x, y}, {dop_.BottomRight().x, y});
-            names.push_back({y, fmt::format("{} limit {:g}", name, limit), false, false});
-        };
-        addLimit(plan_.settings.pdopLimit, "PDOP");
-        addLimit(plan_.settings.hdopLimit, "HDOP");
-        names.push_back({DrawCurve([](const GNSS::DOP& dop) { return dop.GetHDOP(); }, 1, false), "HDOP", true, false});
-        names.push_back({DrawCurve([](const GNSS::DOP& dop) { return dop.GetPDOP(); }, 3, true), "PDOP", true, true});
-        std::ranges::stable_sort(names, [](const Name& a, const Name& b) { return a.y > b.y; });
-        std::int32_t below = dop_.BottomRight().y + LinePitch / 2;
-        for (const Name& name : names) {
-            below = std::min(name.y, below - LinePitch + 2);
-            dc_.SelectFont({.bold = name.isBold});
-            Text({dop_.BottomRight().x + 6, below}, name.text, LeftMiddle,
-                 name.isCurve ? palette_.text : palette_.alert);
-            dc_.RevertFont();
-        }
-    }
-
-    // Returns the height of its last point. Broken where there is no DOP; what is beyond the panel may have an arrow
-    // and its greatest value at the edge.
-    template <typename Figure>
-    std::int32_t DrawCurve(const Figure& figure, std::int32_t width, bool areValuesToldBeyond) {
-        std::int32_t lastY = dop_.BottomRight().y;
-        double over = 0.0;
-        std::int32_t overX = 0;
-        const auto endOver = [&] {
-            if (over > 0.0 && areValuesToldBeyond) DrawOver({overX, dop_.at.y}, over);
-            over = 0.0;
-        };
-        bool isOn = false;
-        for (const PlanEpoch& epoch : plan_.epochs) {
-            const GNSS::DOP& dop = plan_.DopOf(epoch);
-            const bool isValid = dop.IsValid() && std::isfinite(figure(dop));
-            const std::int32_t x = axis_.Place(epoch.time);
-            if (isValid) {
-                const double value = figure(dop);
-                if (value > mostDop_ && value > over) {
-                    over = value;
-                    overX = x;
-                }
-                if (value <= mostDop_) endOver();
-                const Point at{x, DopY(value)};
-                dc_.SetPen(palette_.text, width);
-                if (isOn)
-                    dc_.LineTo(at);
-                else
-                    dc_.MoveTo(at);
-                lastY = at.y;
-            } else {
-                endOver();
-            }
-            isOn = isValid;
-        }
-        endOver();
-        return lastY;
-    }
-
-    void DrawOver(Point at, double value) {
-        const std::array<Point, 3> arrow{Point{0, 0}, Point{-5, 8}, Point{5, 8}};
-        dc_.SetPen(palette_.alert);
-        dc_.SetBrush(palette_.alert);
-        dc_.DrawPolygon(arrow, at);
-        const bool isLeft = at.x > dop_.BottomRight().x - 60;
-        Text({at.x + (isLeft ? -8 : 8), at.y + 8}, fmt::format("{:.1f}", value), isLeft ? RightMiddle : LeftMiddle,
-             palette_.alert);
-    }
-
     void DrawKey() {
         const std::int32_t y = dc_.GetSize().height - LinePitch * 2 / 3;
         std::int32_t x = Left;
@@ -434,7 +328,6 @@ private:
     Rect count_;
     Rect bars_;
     TimeAxis axis_;
-    double mostDop_ = 1.0;
     int mostSatellites_ = 1;
 };
 
