@@ -17,5 +17,6 @@ void AddDecodeCommand(CLI::App& program, int& exitCode);
 void AddStoreCommand(CLI::App& program, int& exitCode);
 void AddShowCommand(CLI::App& program, int& exitCode);
 void AddSkyCommand(CLI::App& program, int& exitCode);
+void AddPlanCommand(CLI::App& program, int& exitCode);
 
 }  // namespace Host

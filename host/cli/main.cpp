@@ -46,6 +46,7 @@ int Run(int argc, char** argv) {
     Host::AddStoreCommand(program, exitCode);
     Host::AddShowCommand(program, exitCode);
     Host::AddSkyCommand(program, exitCode);
+    Host::AddPlanCommand(program, exitCode);
 
     const std::string first = argc > 1 ? argv[1] : "";
     const auto isCommand = [&first](const CLI::App* command) { return command->get_name() == first; };
