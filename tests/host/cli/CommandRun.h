@@ -18,6 +18,8 @@ protected:
     void SetUp() override {
         folder_ = std::filesystem::temp_directory_path() / ("gnss_command_test_" + std::to_string(::getpid()));
         std::filesystem::create_directories(folder_);
+        // The caches of the font library live until the process ends.
+        std::ofstream(folder_ / "suppressions") << "leak:libfontconfig\n";
     }
     void TearDown() override { std::filesystem::remove_all(folder_); }
     [[nodiscard]] std::string Read(const std::string& name) const {
@@ -28,7 +30,10 @@ protected:
     // A piece of shell in which $GNSS is the program.
     int Run(const std::string& command) {
         const std::string whole =
-            "cd '" + folder_.string() + "' && GNSS='" GNSS_PROGRAM_FILE "' && { " + command + " ; } >out 2>err";
+            "cd '" + folder_.string() +
+            "' && export LSAN_OPTIONS=suppressions=suppressions:print_suppressions=0 && GNSS='" GNSS_PROGRAM_FILE
+            "' && { " +
+            command + " ; } >out 2>err";
         const int status = std::system(whole.c_str());  // NOLINT: the tests' own text
         out_ = Read("out");
         err_ = Read("err");
