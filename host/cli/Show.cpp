@@ -124,8 +124,8 @@ bool HasRecords(const AlmanacView& view) {
     }
     const bool hasIono = !(almanac.GetIono() == Almanac::Iono());
     const bool hasUTC = !(almanac.GetUTC() == Almanac::UTC());
-    if (!hasIono) Complain("the files hold no ionosphere parameters; the built-in ones are shown");
-    if (!hasUTC) Complain("the files hold no UTC parameters; the built-in ones are shown");
+    if (!hasIono) Complain("the files hold no ionosphere parameters newer than the built-in ones, which are shown");
+    if (!hasUTC) Complain("the files hold no UTC parameters newer than the built-in ones, which are shown");
     const bool hasGlonass = view.IsGlonassShown() && almanac.NmrGlonassSV() > 0;
     return almanac.NmrSV() > 0 || hasGlonass || hasIono || hasUTC;
 }

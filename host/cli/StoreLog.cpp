@@ -28,8 +28,8 @@ template <typename Function>
 void ForEachRecord(const Almanac& almanac, const Function& function) {
     for (int i = 0; i < almanac.NmrSV(); ++i) function(almanac.GetSV(i));
     for (int i = 0; i < almanac.NmrGlonassSV(); ++i) function(almanac.GetGlonassSV(i));
-    if (!(almanac.GetIono() == Almanac::Iono())) function(almanac.GetIono());
-    if (!(almanac.GetUTC() == Almanac::UTC())) function(almanac.GetUTC());
+    if (almanac.GetIono().IsValid() && !(almanac.GetIono() == Almanac::Iono())) function(almanac.GetIono());
+    if (almanac.GetUTC().IsValid() && !(almanac.GetUTC() == Almanac::UTC())) function(almanac.GetUTC());
 }
 
 class StoreLog : public LogReader {
