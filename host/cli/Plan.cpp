@@ -161,11 +161,17 @@ bool HasOrbits(const OrbitSource& source, DopArt::Mode mode) {
     return mode == DopArt::Both ? !(lacksGPS && lacksGlonass) : !lacksGPS && !lacksGlonass;
 }
 
+// A satellite that has no orbit in the whole plan.
+bool IsWithoutOrbit(const PlanGap& gap) {
+    return gap.kind == PlanGap::Kind::NoOrbit && gap.isFromStart && gap.isToEnd;
+}
+
 std::string DrawPlot(const VisibilityPlan& plan, const std::string& title, const Options& options,
                      const Palette& palette) {
-    const PlanPlot plot(
-        plan, Corvane::String::FromUTF8(title),
-        Corvane::String::FromUTF8(PrintTime(plan.settings.from) + " to " + PrintTime(plan.End()) + ", GPS time"));
+    std::string subtitle = PrintTime(plan.settings.from) + " to " + PrintTime(plan.End()) + ", GPS time";
+    if (const auto nmr = std::ranges::count_if(plan.gaps, IsWithoutOrbit); nmr > 0)
+        subtitle += fmt::format("; {} satellites without an orbit", nmr);
+    const PlanPlot plot(plan, Corvane::String::FromUTF8(title), Corvane::String::FromUTF8(subtitle));
     PictureFile picture(options.plot, plot.PreferredSize(), options.density);
     if (picture.IsOpen()) plot.Draw(picture.GetDC(), palette);
     return picture.Save();
@@ -211,10 +217,7 @@ int Run(const Options& options) {
     const std::vector<PlanSatellite> satellites = ChooseSatellites(request.rules);
     if (satellites.empty()) return Complain("all satellites are disabled"), 1;
     const VisibilityPlan plan = MakePlan(request.settings, satellites, look);
-    const auto isNever = [](const PlanGap& gap) {
-        return gap.kind == PlanGap::Kind::NoOrbit && gap.isFromStart && gap.isToEnd;
-    };
-    if (std::ranges::count_if(plan.gaps, isNever) == std::ssize(satellites)) {
+    if (std::ranges::count_if(plan.gaps, IsWithoutOrbit) == std::ssize(satellites)) {
         const auto span = source.GetSpan();
         return Complain(fmt::format("no satellite has an orbit between {} and {}{}", PrintTime(plan.settings.from),
                                     PrintTime(plan.End()),

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <map>
 #include <optional>
+#include <set>
 
 #include <fmt/format.h>
 
@@ -367,17 +368,26 @@ std::vector<std::string> DescribeGaps(const VisibilityPlan& plan) {
 
 void WritePlanSummary(const VisibilityPlan& plan, const std::string& place, Sink& sink) {
     sink.Write(DescribePlan(plan, place) + "\n");
-    sink.Write(fmt::format("{} to {}, GPS time, {} steps\n\n", PrintTime(plan.settings.from), PrintTime(plan.End()),
+    sink.Write(fmt::format("{} to {}, GPS time, {} steps\n", PrintTime(plan.settings.from), PrintTime(plan.End()),
                            plan.epochs.size()));
+    std::set<PlanSatellite> without;
+    for (const PlanGap& gap : plan.gaps) {
+        if (gap.kind == PlanGap::Kind::NoOrbit) without.insert(gap.satellite);
+    }
+    if (!without.empty()) {
+        sink.Write(
+            fmt::format("{} satellites have no orbit for all or a part of this time (see the end) and are not "
+                        "counted then\n",
+                        without.size()));
+    }
+    sink.Write("\n");
     WriteFigures(plan, sink);
     WriteWindowTable(plan, sink);
     WritePassTable(plan, sink);
     const std::vector<std::string> gaps = DescribeGaps(plan);
     if (gaps.empty()) return;
     sink.Write("\nOrbits\n");
-    if (std::ranges::any_of(plan.gaps, [](const PlanGap& gap) { return gap.kind == PlanGap::Kind::NoOrbit; }))
-        sink.Write(
-            " Satellites without an orbit are not counted; an almanac file beside the others fills such gaps.\n");
+    if (!without.empty()) sink.Write(" An almanac file beside the others fills gaps.\n");
     for (const std::string& line : gaps) sink.Write(" " + line + "\n");
 }
 

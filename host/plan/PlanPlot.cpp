@@ -152,10 +152,12 @@ private:
         for (const PlanWindow& window : plan_.windows) {
             const std::string short_ = fmt::format("{}", ++number);
             const std::string long_ = fmt::format("{} {}", number, ShortName(window.faults));
-            const std::int32_t middle = (axis_.Place(window.from) + axis_.Place(window.to)) / 2;
+            const std::int32_t of = (axis_.Place(window.from) + axis_.Place(window.to)) / 2;
             bool isDone = false;
             for (const std::string& text : {long_, short_}) {
                 const std::int32_t half = dc_.TextExtent(String(text)).width / 2 + 3;
+                // Beside the panel are the labels of its scale.
+                const std::int32_t middle = std::max(of, Left + half);
                 for (std::size_t row = 0; row < ends.size() && !isDone; ++row) {
                     if (middle - half < ends[row]) continue;
                     const std::int32_t y = Head - LinePitch / 2 - static_cast<std::int32_t>(row) * LinePitch;

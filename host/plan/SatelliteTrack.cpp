@@ -30,7 +30,7 @@ bool IsOfKind(const PlanSight& sight, PlanGap::Kind kind) {
 }  // namespace
 
 const PlanSight& SatelliteTrack::Take(const GPSTime& t) {
-    std::ranges::rotate(scans_, scans_.begin() + 1);
+    std::rotate(scans_.begin(), scans_.begin() + 1, scans_.end());
     Scan& scan = scans_[2];
     scan = {t, Look(t)};
     const Scan& last = scans_[1];

@@ -16,10 +16,6 @@ using GNSS::GPSTime;
 
 namespace {
 
-std::int64_t ScansPerStep(const PlanSettings& settings) {
-    return Corvane::ToInt64(std::ceil(settings.step / PlanSettings::LongestScan - 1e-9));
-}
-
 // Works out the epochs; keeps the constellations' memory from one to the next.
 class Judge {
 public:
@@ -157,22 +153,17 @@ VisibilityPlan MakePlan(const PlanSettings& settings, const std::vector<PlanSate
         if (isEpoch) plan.epochs.push_back(judge.End());
     };
 
-    const std::int64_t perStep = ScansPerStep(settings);
-    const Time between = settings.step / static_cast<double>(perStep);
     const std::int64_t nmrSteps = Corvane::ToInt64(std::floor(settings.span / settings.step + 1e-9));
-    for (std::int64_t i = 0; i <= nmrSteps * perStep; ++i) {
-        const bool isEpoch = i % perStep == 0;
+    for (std::int64_t step = 0; step <= nmrSteps; ++step) {
         // Steps are not added up, so that they stay where the clock shows them.
-        const Time since =
-            isEpoch ? settings.step * static_cast<double>(i / perStep) : between * static_cast<double>(i);
-        scan(settings.from + since, isEpoch);
-    }
-    const Time last = settings.step * static_cast<double>(nmrSteps);
-    const double rest = (settings.span - last).Seconds();
-    const std::int64_t nmrRest = Corvane::ToInt64(std::ceil(rest / PlanSettings::LongestScan.Seconds()));
-    for (std::int64_t i = 1; i <= nmrRest; ++i) {
-        const double part = static_cast<double>(i) / static_cast<double>(nmrRest);
-        scan(settings.from + last + Time(rest * part), false);
+        const GPSTime t = settings.from + settings.step * static_cast<double>(step);
+        scan(t, true);
+        // Up to the next step, or to the end.
+        const bool isLast = step == nmrSteps;
+        const Time rest = isLast ? plan.End() - t : settings.step;
+        const std::int64_t nmrScans = Corvane::ToInt64(std::ceil(rest / PlanSettings::LongestScan - 1e-9));
+        for (std::int64_t i = 1; isLast ? i <= nmrScans : i < nmrScans; ++i)
+            scan(t + rest * (static_cast<double>(i) / static_cast<double>(nmrScans)), false);
     }
     for (SatelliteTrack& track : tracks) track.Finish();
 
