@@ -96,7 +96,11 @@ RecordRows::Cell RecordRows::Real(double value, double lastBit, int exponent) {
     constexpr int MaxDecimals = 15;
     const double step = lastBit * std::pow(10.0, -exponent);
     int decimals = 0;
-    for (double scale = 1.0; decimals < MaxDecimals && 1.0 / scale > step; scale *= 10.0) ++decimals;
+    double scale = 1.0;
+    while (decimals < MaxDecimals && 1.0 / scale > step) {
+        scale *= 10.0;
+        ++decimals;
+    }
     String text = String::FormatReal(scaled, -1, decimals);
     if (exponent != 0 && std::isfinite(value)) text += "e" + String::FormatInt(exponent);
     return {text};
