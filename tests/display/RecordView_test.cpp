@@ -204,6 +204,9 @@ TEST_F(RecordView, ShowsHealthAndAge) {
     EXPECT_EQ(ValueOf(table, "t - toe"), "1440");
     EXPECT_EQ(table.GetRecords()[0].cells[0].part, Corvane::Style::Faint);
     EXPECT_EQ(table.GetRecords()[4].cells[0].part, Corvane::Style::Alert);
+    SetNow(tests::SampleTime - Corvane::Time(86400.0));
+    EXPECT_EQ(ValueOf(view.GetTables().front(), "Validity"), "Too early");
+    SetNow(tests::SampleTime + Corvane::Time(86400.0));
     // As the ages grow the view asks to be drawn again.
     RecordingDC dc({800, 600});
     view.Paint(dc, {800, 600});
@@ -226,6 +229,28 @@ TEST_F(RecordView, ShowsHealthAndAge) {
     EXPECT_EQ(view.GetTables().front().GetTitle(), "GPS ephemerides, 1 before the newest: 1 satellite");
     view.DoCommand(EphemerisView::OlderCommand);
     EXPECT_TRUE(view.GetTables().front().IsEmpty());
+}
+
+// A navigation file of the older form says nothing of GLONASS-M.
+TEST_F(RecordView, LeavesEmptyWhatAGlonassRecordDoesNotSay) {
+    GlonassEphemerisView view;
+    GNSS::Glonass::Ephemeride record = tests::SampleGlonass();
+    record.m.Reset();
+    record.status.Reset();
+    record.status.SetUnhealthy(false);
+    const auto show = [&] {
+        GNSS::Glonass::Ephemeris history;
+        EXPECT_TRUE(history.Update(record));
+        view.SetHistory(history);
+        return view.GetTables().front();
+    };
+    for (const char* row : {"Sequence within tb", "P4", "M", "F_T"}) EXPECT_EQ(ValueOf(show(), row), "") << row;
+    EXPECT_EQ(ValueOf(show(), "B_n"), "0");
+    record.status.Set(GNSS::Glonass::Ephemeride::Status::P1, 30);
+    EXPECT_EQ(ValueOf(show(), "M"), "No");
+    record.m.isM = true;
+    EXPECT_EQ(ValueOf(show(), "M"), "Yes");
+    EXPECT_EQ(ValueOf(show(), "F_T"), "0");
 }
 
 TEST_F(RecordView, CutsNothingOff) {
