@@ -367,8 +367,8 @@ std::vector<std::string> DescribeGaps(const VisibilityPlan& plan) {
 
 void WritePlanSummary(const VisibilityPlan& plan, const std::string& place, Sink& sink) {
     sink.Write(DescribePlan(plan, place) + "\n");
-    sink.Write(fmt::format("{} to {}, GPS time, {} steps\n\n", PrintTime(plan.settings.from), PrintTime(plan.End()),
-                           plan.epochs.size()));
+    sink.Write(fmt::format("{} to {}, GPS time, {} step{}\n\n", PrintTime(plan.settings.from), PrintTime(plan.End()),
+                           plan.epochs.size(), plan.epochs.size() == 1 ? "" : "s"));
     WriteFigures(plan, sink);
     WriteWindowTable(plan, sink);
     WritePassTable(plan, sink);
