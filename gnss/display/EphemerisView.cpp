@@ -21,12 +21,15 @@ Cell Given(const Item& e, Status::Flag flag, const Cell& cell) {
     return e->status.IsValid(flag) ? cell : Cell();
 }
 
+double Age(const Item& e) {
+    return (e.now - e->GetTOE()).Seconds();
+}
+
 // Last bits: IS-GPS-200, tables 20-I and 20-III.
 constexpr auto Rows = std::to_array<RecordRows::Row<GPSEphemeride>>({
     {"Health", "", "", [](const Item& e) { return RecordRows::Health(e->status.IsHealthy()); }},
-    {"Validity", "", "", [](const Item& e) { return RecordRows::Validity(e->IsTooOld(e.now)); }},
-    {"Age since reference time", "t - toe", "min",
-     [](const Item& e) { return RecordRows::Minutes((e.now - e->GetTOE()).Seconds()); }},
+    {"Validity", "", "", [](const Item& e) { return RecordRows::Validity(e->IsTooOld(e.now), Age(e)); }},
+    {"Age since reference time", "t - toe", "min", [](const Item& e) { return RecordRows::Minutes(Age(e)); }},
     {"Records held", "", "", [](const Item& e) { return Whole(e.nmrHeld); }, true},
     {"Issue of data, ephemeris", "IODE", "", [](const Item& e) { return Whole(e->posn.IODE); }},
     {"Issue of data, clock", "IODC", "", [](const Item& e) { return Whole(e->clock.IODC); }},

@@ -28,6 +28,22 @@ bool IsTooOld(const Ephemeride& record, const GPSTime& now) {
     return record.IsTooOld(now, false);
 }
 
+double Age(const Item& e) {
+    return GloTime(e.now) - e->GetReferenceTime();
+}
+
+// Navigation files need not say whether it is a GLONASS-M satellite: what tells that tells one of P1 to P4 too.
+Cell IsM(const Item& e) {
+    constexpr int AllOfP = 2 | 4 | 8 | 16;
+    if (e->m.isM) return RecordRows::Word("Yes");
+    return (e->status.Get(Status::Present) & AllOfP) != 0 ? RecordRows::Word("No") : Cell();
+}
+
+// Zero, which stands for 1 m, is said by GLONASS-M satellites only.
+Cell AccuracyIndex(const Item& e) {
+    return e->m.isM || e->m.accuracyIndex != 0 ? Whole(e->m.accuracyIndex) : Cell();
+}
+
 // Last bits: GLONASS interface control document, edition 5.1, table 4.5.
 constexpr double PosnBit = 0x1p-11;
 constexpr double VelyBit = 0x1p-20;
@@ -35,9 +51,8 @@ constexpr double AccelBit = 0x1p-30;
 
 constexpr auto Rows = std::to_array<RecordRows::Row<Ephemeride>>({
     {"Health", "", "", [](const Item& e) { return RecordRows::Health(e->status.IsHealthy()); }},
-    {"Validity", "", "", [](const Item& e) { return RecordRows::Validity(IsTooOld(e.record, e.now)); }},
-    {"Age since reference time", "t - tb", "min",
-     [](const Item& e) { return RecordRows::Minutes(GloTime(e.now) - e->GetReferenceTime()); }},
+    {"Validity", "", "", [](const Item& e) { return RecordRows::Validity(IsTooOld(e.record, e.now), Age(e)); }},
+    {"Age since reference time", "t - tb", "min", [](const Item& e) { return RecordRows::Minutes(Age(e)); }},
     {"Age since reception", "", "min",
      [](const Item& e) {
          return e->reference == GPSTime::Zero ? Cell() : RecordRows::Minutes((e.now - e->reference).Seconds());
@@ -46,15 +61,16 @@ constexpr auto Rows = std::to_array<RecordRows::Row<Ephemeride>>({
     {"Day of four-year interval", "N_T", "d", [](const Item& e) { return Whole(e->posn.day); }},
     {"Reference time (Moscow)", "tb", "s", [](const Item& e) { return Real(e->posn.tb, 1.0); }},
     {"Time of frame (Moscow)", "t_k", "s", [](const Item& e) { return Real(e->posn.frameTime, 1.0); }},
-    {"Sequence within tb", "", "", [](const Item& e) { return Whole(e->posn.sequence); }},
+    {"Sequence within tb", "", "",
+     [](const Item& e) { return e->posn.sequence < 0 ? Cell() : Whole(e->posn.sequence); }},
     {"Health word", "B_n", "", [](const Item& e) { return Given(e, Status::Health); }},
     {"Interval between tb", "P1", "min", [](const Item& e) { return Given(e, Status::P1); }},
     {"Oddness of tb", "P2", "", [](const Item& e) { return Given(e, Status::P2); }},
     {"Five almanacs in frame", "P3", "", [](const Item& e) { return Given(e, Status::P3); }},
     {"Ephemeris updated", "P4", "", [](const Item& e) { return Given(e, Status::P4); }},
-    {"GLONASS-M satellite", "M", "", [](const Item& e) { return RecordRows::Word(e->m.isM ? "Yes" : "No"); }},
+    {"GLONASS-M satellite", "M", "", IsM},
     {"Age of immediate data", "E_n", "d", [](const Item& e) { return Whole(e->m.age); }},
-    {"Accuracy index", "F_T", "", [](const Item& e) { return Whole(e->m.accuracyIndex); }},
+    {"Accuracy index", "F_T", "", AccuracyIndex},
     {"Accuracy", "", "m",
      [](const Item& e) { return e->accuracy == Ephemeride::UnknownAccuracy ? Cell() : Real(e->accuracy, 0.1); }, true},
     {"Position", "x", "km", [](const Item& e) { return Real(e->posn.posn.GetX(), PosnBit); }},

@@ -61,8 +61,10 @@ inline Cell Health(bool isHealthy) {
     if (isHealthy) return {"Healthy"};
     return {"Unhealthy", Corvane::Style::Alert};
 }
-inline Cell Validity(bool isTooOld) {
-    return {isTooOld ? "Too old" : "Valid"};
+// Of a record that is or is not to be computed with at an age since its reference time, which is negative before it.
+inline Cell Validity(bool isOutside, double age) {
+    if (!isOutside) return {"Valid"};
+    return {age < 0.0 ? "Too early" : "Too old"};
 }
 inline Cell Whole(int number) {
     return {Corvane::String::FormatInt(number)};

@@ -32,7 +32,7 @@ namespace GNSS {
 // apart. Small numbers share one power of ten a row ("-3.4e-6"), so that they can be compared along it. What a record
 // does not say is empty. Ages are counted from the reference time, and where a record tells it from its reception, to
 // Corvane::Now; before it they are negative. An unhealthy satellite says so in a word and in the style of alerts; one
-// that is too old to compute with says that, and is faint.
+// that is too old or too early to compute with says that, and is faint.
 //
 // Satellites that do not fit beside one another stand in blocks below, and what does not fit below on further pages:
 // nothing is cut off. A block that is taller than the area goes on in the next. An area with no room for a satellite's

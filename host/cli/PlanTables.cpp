@@ -368,8 +368,8 @@ std::vector<std::string> DescribeGaps(const VisibilityPlan& plan) {
 
 void WritePlanSummary(const VisibilityPlan& plan, const std::string& place, Sink& sink) {
     sink.Write(DescribePlan(plan, place) + "\n");
-    sink.Write(fmt::format("{} to {}, GPS time, {} steps\n", PrintTime(plan.settings.from), PrintTime(plan.End()),
-                           plan.epochs.size()));
+    sink.Write(fmt::format("{} to {}, GPS time, {} step{}\n", PrintTime(plan.settings.from), PrintTime(plan.End()),
+                           plan.epochs.size(), plan.epochs.size() == 1 ? "" : "s"));
     std::set<PlanSatellite> without;
     for (const PlanGap& gap : plan.gaps) {
         if (gap.kind == PlanGap::Kind::NoOrbit) without.insert(gap.satellite);

@@ -75,6 +75,10 @@ std::string Understand(const Options& options, Request& request) {
     if (options.what == "glonass" && options.noGlonass) return "glonass and --no-glonass leave nothing to show";
     if (options.form != "table" && options.form != "tsv") return "--form is table or tsv";
     if (options.palette != "light" && options.palette != "dark") return "--palette is light or dark";
+    constexpr int GPSDepth = EphemerisView::History::SV::Depth;
+    if (options.what == "ephemeris" && options.record >= GPSDepth)
+        return fmt::format("--record: of a GPS satellite {} records are kept, 0 to {}", GPSDepth, GPSDepth - 1);
+    if (options.what == "almanac" && options.record > 0) return "--record is of ephemerides; an almanac has one";
     if (options.palette == "dark") request.palette = &Palette::Dark;
     if (options.hasAt && !(request.at = ParseTime(options.at))) return "--at: " + Quoted(options.at) + " is not a time";
     if (options.hasDate && !(request.date = ParseTime(options.date)))
@@ -124,10 +128,11 @@ bool HasRecords(const AlmanacView& view) {
     }
     const bool hasIono = !(almanac.GetIono() == Almanac::Iono());
     const bool hasUTC = !(almanac.GetUTC() == Almanac::UTC());
+    const bool hasGlonass = view.IsGlonassShown() && almanac.NmrGlonassSV() > 0;
+    if (almanac.NmrSV() == 0 && !hasGlonass && !hasIono && !hasUTC) return false;
     if (!hasIono) Complain("the files hold no ionosphere parameters newer than the built-in ones, which are shown");
     if (!hasUTC) Complain("the files hold no UTC parameters newer than the built-in ones, which are shown");
-    const bool hasGlonass = view.IsGlonassShown() && almanac.NmrGlonassSV() > 0;
-    return almanac.NmrSV() > 0 || hasGlonass || hasIono || hasUTC;
+    return true;
 }
 template <typename System>
 bool HasRecords(const GNSS::HistoryView<System>& view) {
@@ -198,13 +203,14 @@ int Run(const Options& options, const Request& request, const std::shared_ptr<Vi
     view->ShowGlonass(!options.noGlonass);
     StoreTree tree;
     tree.Join(view);
-    bool isRead = true;
+    std::size_t nmrRead = 0;
     std::optional<GPSTime> last;
     for (const std::string& path : options.files) {
         LeapRule leaps;  // each log has its own
-        isRead = PlayLog(path, {"show", options.allWarnings, request.date}, tree, leaps) && isRead;
+        if (PlayLog(path, {"show", options.allWarnings, request.date}, tree, leaps)) ++nmrRead;
         if (const auto& time = tree.GetTime()) last = std::max(last.value_or(*time), *time);
     }
+    if (nmrRead == 0) return 1;
     const std::optional<GPSTime> now = request.at ? request.at : last;
     if (now) {
         // Ages count to the clock, and GPS time is told from it by its offset.
@@ -213,7 +219,7 @@ int Run(const Options& options, const Request& request, const std::shared_ptr<Vi
         GPSTime::SetOffset(GPSTime::GetLocalToUTC(), Corvane::Time(leaps.Count(*now)), 0);
     }
     const int result = Show(options, request, *view);
-    return isRead ? result : 1;
+    return nmrRead == options.files.size() ? result : 1;
 }
 
 int Run(const Options& options) {
@@ -255,8 +261,8 @@ void AddShowCommand(CLI::App& program, int& exitCode) {
     command->add_flag("--no-glonass", options->noGlonass, "the almanac without GLONASS");
     command
         ->add_option("--record", options->record,
-                     "which ephemeris of each satellite: 0 is the newest, 1 the one before it, and so on")
-        ->check(CLI::Range(0, 3))
+                     "which ephemeris of each satellite: 0 is the newest, 1 the one before it, and so on; of GPS to 2")
+        ->check(CLI::Range(0, GlonassEphemerisView::History::SV::Depth - 1))
         ->capture_default_str();
     command->add_option("--width", options->width, "of a picture, pixels")
         ->check(CLI::Range(100, static_cast<int>(CairoDC::MaxVectorSide)))

@@ -82,7 +82,15 @@ std::int32_t DopPanel::DrawCurve(DC& dc, Figure figure, std::int32_t width, bool
         if (beyond > 0.0 && areValuesToldBeyond) DrawBeyond(dc, beyondX, beyond);
         beyond = 0.0;
     };
-    bool isOn = false;
+    // An epoch between two without a figure, or the only one, has no line to a neighbour.
+    const auto endLine = [&](const Point& last, int nmrPoints) {
+        constexpr std::int32_t HalfDash = 3;
+        if (nmrPoints != 1) return;
+        dc.MoveTo({std::max(last.x - HalfDash, panel_.at.x), last.y});
+        dc.LineTo({std::min(last.x + HalfDash, panel_.BottomRight().x), last.y});
+    };
+    Point last;
+    int nmrPoints = 0;  // of the line so far
     for (const PlanEpoch& epoch : plan_.epochs) {
         const GNSS::DOP& dop = plan_.DopOf(epoch);
         const double value = (dop.*figure)();
@@ -95,14 +103,19 @@ std::int32_t DopPanel::DrawCurve(DC& dc, Figure figure, std::int32_t width, bool
                 beyondX = at.x;
             }
             dc.SetPen(palette_.text, width);
-            if (isOn)
+            if (nmrPoints > 0)
                 dc.LineTo(at);
             else
                 dc.MoveTo(at);
+            last = at;
             lastY = at.y;
+            ++nmrPoints;
+        } else {
+            endLine(last, nmrPoints);
+            nmrPoints = 0;
         }
-        isOn = isValid;
     }
+    endLine(last, nmrPoints);
     endBeyond();
     return lastY;
 }
@@ -114,9 +127,15 @@ void DopPanel::DrawBeyond(DC& dc, std::int32_t x, double value) const {
     dc.SetBrush(palette_.alert);
     dc.DrawPolygon(arrow, {x, panel_.at.y});
     const bool isLeft = x > panel_.BottomRight().x - TextWidth;
+    const String text(fmt::format("{:.1f}", value));
+    const Point at{x + (isLeft ? -8 : 8), panel_.at.y + 10};
+    // On a ground of its own: it stands in the hatching of a bad window, between curves.
+    const Corvane::Size size = dc.TextExtent(text);
+    dc.SetPen(Pen::None);
+    dc.SetBrush(palette_.ground);
+    dc.DrawRectangle({{at.x - (isLeft ? size.width : 0) - 1, at.y - size.height / 2}, {size.width + 2, size.height}});
     dc.SetTextColour(palette_.alert);
-    dc.DrawText({x + (isLeft ? -8 : 8), panel_.at.y + 8}, String(fmt::format("{:.1f}", value)),
-                isLeft ? RightMiddle : LeftMiddle);
+    dc.DrawText(at, text, isLeft ? RightMiddle : LeftMiddle);
 }
 
 }  // namespace Host

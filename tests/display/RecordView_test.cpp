@@ -1,5 +1,6 @@
 // The data views: their text, how they are laid out, and how they follow the stores.
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <map>
 #include <memory>
@@ -182,7 +183,10 @@ TEST_F(RecordView, ShowsEveryBroadcastNumberToItsLastBit) {
             almanacView.SetAlmanac(almanac);
             glonassView.SetHistory(glonassHistory);
             const std::string text = ValueOf(view.GetTables().front(), field.symbol);
-            EXPECT_EQ(std::llround(std::stod(text) / field.lastBit), raw + base) << field.symbol << " " << text;
+            // Whatever the locale: stod would look for its decimal comma.
+            double value = 0.0;
+            std::from_chars(text.data(), text.data() + text.size(), value);
+            EXPECT_EQ(std::llround(value / field.lastBit), raw + base) << field.symbol << " " << text;
             EXPECT_LE(text.size(), 13U) << field.symbol << " " << text;
         }
     };
@@ -204,6 +208,9 @@ TEST_F(RecordView, ShowsHealthAndAge) {
     EXPECT_EQ(ValueOf(table, "t - toe"), "1440");
     EXPECT_EQ(table.GetRecords()[0].cells[0].part, Corvane::Style::Faint);
     EXPECT_EQ(table.GetRecords()[4].cells[0].part, Corvane::Style::Alert);
+    SetNow(tests::SampleTime - Corvane::Time(86400.0));
+    EXPECT_EQ(ValueOf(view.GetTables().front(), "Validity"), "Too early");
+    SetNow(tests::SampleTime + Corvane::Time(86400.0));
     // As the ages grow the view asks to be drawn again.
     RecordingDC dc({800, 600});
     view.Paint(dc, {800, 600});
@@ -226,6 +233,28 @@ TEST_F(RecordView, ShowsHealthAndAge) {
     EXPECT_EQ(view.GetTables().front().GetTitle(), "GPS ephemerides, 1 before the newest: 1 satellite");
     view.DoCommand(EphemerisView::OlderCommand);
     EXPECT_TRUE(view.GetTables().front().IsEmpty());
+}
+
+// A navigation file of the older form says nothing of GLONASS-M.
+TEST_F(RecordView, LeavesEmptyWhatAGlonassRecordDoesNotSay) {
+    GlonassEphemerisView view;
+    GNSS::Glonass::Ephemeride record = tests::SampleGlonass();
+    record.m.Reset();
+    record.status.Reset();
+    record.status.SetUnhealthy(false);
+    const auto show = [&] {
+        GNSS::Glonass::Ephemeris history;
+        EXPECT_TRUE(history.Update(record));
+        view.SetHistory(history);
+        return view.GetTables().front();
+    };
+    for (const char* row : {"Sequence within tb", "P4", "M", "F_T"}) EXPECT_EQ(ValueOf(show(), row), "") << row;
+    EXPECT_EQ(ValueOf(show(), "B_n"), "0");
+    record.status.Set(GNSS::Glonass::Ephemeride::Status::P1, 30);
+    EXPECT_EQ(ValueOf(show(), "M"), "No");
+    record.m.isM = true;
+    EXPECT_EQ(ValueOf(show(), "M"), "Yes");
+    EXPECT_EQ(ValueOf(show(), "F_T"), "0");
 }
 
 TEST_F(RecordView, CutsNothingOff) {

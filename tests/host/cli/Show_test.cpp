@@ -115,10 +115,13 @@ TEST_F(Show, RefusesWhatItCannotUse) {
              Row{"$GNSS show almanac zeros", 1, "zeros: no messages"},
              Row{": >empty; $GNSS show almanac empty", 1, "empty: is empty"},
              Row{"$GNSS show almanac none", 1, "none: "},
+             Row{"$GNSS show ephemeris noise --record 3", 2, "0 to 2"},
+             Row{"$GNSS show almanac noise --record 1", 2, "--record"},
          }) {
         ASSERT_EQ(Run("seq 10000 >noise; head -c 5000 /dev/zero >zeros"), 0);
         EXPECT_EQ(Run(row.command), row.exitCode) << row.command << err_;
         EXPECT_NE(err_.find(row.inMessage), std::string::npos) << row.command << "\n" << err_;
+        EXPECT_EQ(err_.find("the files hold"), std::string::npos) << "of files that are not read\n" << err_;
     }
 }
 

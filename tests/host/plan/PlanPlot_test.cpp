@@ -78,6 +78,21 @@ TEST(PlanPlot, LaysOutPanelsAndLabels) {
     }
 }
 
+// A plan of one step has no line to draw, and its figures are seen all the same.
+TEST(PlanPlot, DrawsASingleStep) {
+    Host::VisibilityPlan plan = MadePlan(Time(86400.0));
+    std::erase_if(plan.epochs, [&](const Host::PlanEpoch& epoch) { return !plan.DopOf(epoch).IsValid(); });
+    ASSERT_FALSE(plan.epochs.empty());
+    plan.epochs.resize(1);
+    const Host::PlanPlot plot(plan, "title", "subtitle");
+    tests::RecordingDC dc(plot.PreferredSize());
+    plot.Draw(dc, Host::Palette::Light);
+    const auto isThick = [](const DrawCall& call) { return call.pen.width == 3; };
+    const auto lines = dc.Calls(DrawCall::Line);
+    ASSERT_EQ(std::ranges::count_if(lines, isThick), 1) << "of PDOP";
+    EXPECT_GE(std::ranges::find_if(lines, isThick)->bounds.size.width, 3);
+}
+
 TEST(PlanPlot, DrawsOnAnySurface) {
     const Host::VisibilityPlan plan = MadePlan(Time(86400.0));
     Host::VisibilityPlan bad = plan;
