@@ -65,10 +65,19 @@ Font LabelFont(const DC& dc) {
     return dc.GetMetricFont().Smaller(2);
 }
 
-// Smaller still where the text is wider than its room.
+// Smaller still where the text is wider than its room; of 1 point where none fits. Found by halving: a context may take
+// long to load a font.
 Font FittingFont(const DC& dc, const String& text, std::int32_t room) {
     Font font = LabelFont(dc);
-    while (font.points > 1 && dc.TextExtent(text, font).width > room) font = font.Smaller(1);
+    const auto fits = [&] { return dc.TextExtent(text, font).width <= room; };
+    if (fits()) return font;
+    std::int32_t tooWide = font.points;
+    std::int32_t narrow = 1;
+    while (tooWide - narrow > 1) {
+        font.points = narrow + (tooWide - narrow) / 2;
+        (fits() ? narrow : tooWide) = font.points;
+    }
+    font.points = narrow;
     return font;
 }
 

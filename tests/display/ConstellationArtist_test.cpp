@@ -310,6 +310,22 @@ TEST_F(ConstellationArtistTest, LabelsHaveTheirRoom) {
     }
 }
 
+TEST_F(ConstellationArtistTest, LongLabelIsAsLargeAsItsRoomLets) {
+    Style style(false, true, Style::AziUpright, false, false, false, true);
+    style.SetEast("Eastwards");
+    for (const int points : {10, 100, 1000}) {
+        dc_.Forget();
+        dc_.SetMetricFont({{}, points});
+        artist_.Init(dc_, style, 10 * points, 1000);
+        artist_.DrawBackgrnd(dc_, style);
+        const DrawCall east = dc_.Calls(DrawCall::Text).back();
+        ASSERT_EQ(east.text, "Eastwards");
+        const int room = artist_.GetMargin() - 2;  // the ring and the frame take a pixel each
+        EXPECT_LE(dc_.TextExtent(east.text, east.font).width, room) << points;
+        EXPECT_GT(dc_.TextExtent(east.text, east.font.Smaller(-1)).width, room) << points;
+    }
+}
+
 TEST_F(ConstellationArtistTest, AnySizeIsDefined) {
     constellation_.Add(GNSS::PRN(5), Degrees(10), Degrees(20), 1, true);
     constexpr int Huge = std::numeric_limits<int>::max();
