@@ -72,7 +72,7 @@ TEST_F(Show, ShowsEphemerides) {
     ASSERT_EQ(Run("$GNSS show ephemeris --form tsv '" + gps + "'"), 0) << err_;
     // The file's last record of satellite 2: its numbers as they stand there.
     const std::string awk =
-        "awk '/^ 2 10/ {n = NR; l0 = $0} n && NR == n + 1 {l1 = $0} n && NR == n + 2 {l2 = $0} "
+        "LC_ALL=C awk '/^ 2 10/ {n = NR; l0 = $0} n && NR == n + 1 {l1 = $0} n && NR == n + 2 {l2 = $0} "
         "END {gsub(/D/, \"e\", l1); gsub(/D/, \"e\", l2); print substr(l1, 4, 19) + 0; "
         "printf \"%.6f\\n%.10f\\n\", substr(l2, 61, 19), substr(l2, 23, 19)}' '" +
         gps + "' >expected";
