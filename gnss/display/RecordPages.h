@@ -25,7 +25,8 @@ public:
     [[nodiscard]] std::int32_t NmrPages() const { return nmrPages_; }
     // Whether every piece has room in the area.
     [[nodiscard]] bool Fits() const { return needed_.width == 0; }
-    // What the widest row of pieces and the tallest page take; of an area that has no room for a piece, what that takes.
+    // What the widest row of pieces and the tallest page take; of an area that has no room for a piece, what that
+    // takes.
     [[nodiscard]] Corvane::Size GetSize() const { return Fits() ? size_ : needed_; }
     void Draw(Corvane::DC& dc, std::int32_t page) const;
 
