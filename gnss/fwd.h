@@ -70,6 +70,16 @@ class ConstellationArtist;
 class ConstellationTable;
 class DOPTable;
 
+// The data views.
+class RecordTable;
+class RecordView;
+class AlmanacView;
+template <typename System>
+class GNSS_EXPORT HistoryView;
+
+using EphemerisView = HistoryView<GPSSystem>;
+using GlonassEphemerisView = HistoryView<GlonassSystem>;
+
 // Stores.
 struct GNSSLink;
 class AlmanacStore;

@@ -90,8 +90,11 @@
 #include "gnss/store/GlonassEphemStore.h"
 
 // What the operator sees.
+#include "gnss/display/AlmanacView.h"
 #include "gnss/display/ConstellationArtist.h"
 #include "gnss/display/ConstellationStyle.h"
 #include "gnss/display/ConstellationTable.h"
 #include "gnss/display/DOPTable.h"
 #include "gnss/display/DopArt.h"
+#include "gnss/display/EphemerisView.h"
+#include "gnss/display/GlonassEphemerisView.h"

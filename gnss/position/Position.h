@@ -24,8 +24,8 @@ namespace GNSS {
 // all.
 //
 // A handle: a copy shares the body, and what changes a position takes a private body first, so that nobody sees another
-// holder's changes. Distinct positions may be used by distinct threads at once, one by one at a time. A pointer that a
-// getter gave is good until that position is next changed, assigned or destroyed.
+// holder's changes. Different positions may be used by different threads at once, each by one thread at a time. A
+// pointer that a getter gave is good until that position is next changed, assigned or destroyed.
 //
 // What a setter is given it stores as it is, in the place of the attribute of that identifier or, without one, after
 // all others. A setter that throws for want of memory leaves the position as it was.

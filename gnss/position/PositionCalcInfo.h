@@ -8,7 +8,8 @@
 
 namespace GNSS {
 
-// Flags that the computation raises as it goes on; only Reset lowers them. The default is as after Reset.
+// Flags that the computation raises as it goes on; only Reset lowers them, but for those that say that a service has
+// converged. The default is as after Reset.
 class GNSS_EXPORT Position::CalcInfo {
 public:
     // The systems whose satellites took part.
@@ -49,8 +50,7 @@ public:
     }
 
     // The three correction services: whether the fix used the service, whether the service's solution has converged,
-    // and whether it came by its backup. Without any call they are not used, converged and on backup; intended, so that
-    // a service that nobody speaks of holds nothing up.
+    // and whether it came by its backup. Without any call they are not used, converged and on backup; intended.
     constexpr void SetNorviConverged(bool converged) { norvi_.converged = converged; }
     [[nodiscard]] constexpr bool IsNorviConverged() const { return norvi_.converged; }
     constexpr void SetNorvi() { norvi_.used = true; }

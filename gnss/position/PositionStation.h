@@ -12,13 +12,17 @@
 namespace GNSS {
 
 // Made by StatusInfo::AddStation, told of its use by StatusInfo::SetUsage; its status, and those of its satellites, are
-// set here. All numbers are as given. A plain value.
+// set here. All numbers are as given. It can be copied but not
+// assigned, since its place in the list is by its identifier.
 class GNSS_EXPORT Position::StatusInfo::Station {
 public:
     // Not in use, without corrections. The baseline, in kilometres, is from the fix to the station; NaN and what is not
     // below RangeKMLimit is out of range.
     Station(int ident, int rtcmID, double baselineKM)
         : ident_(ident), rtcmID_(rtcmID), baselineKM_(baselineKM), withinRange_(baselineKM < RangeKMLimit) {}
+    Station(const Station&) = default;
+    Station& operator=(const Station&) = delete;
+    ~Station() = default;
 
     // The host's number of the station.
     [[nodiscard]] int GetIdent() const { return ident_; }

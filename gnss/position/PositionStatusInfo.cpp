@@ -12,11 +12,23 @@ using Corvane::Time;
 
 namespace {
 
+using Stations = std::vector<std::unique_ptr<Position::StatusInfo::Station>>;
+
 // Where the station of an identifier stands or would stand.
-template <typename Stations>
-auto FindPlace(Stations& stations, int ident) {
+Stations::const_iterator FindPlace(const Stations& stations, int ident) {
     return std::lower_bound(stations.begin(), stations.end(), ident,
                             [](const auto& station, int number) { return station->GetIdent() < number; });
+}
+
+Position::StatusInfo::Station* FindIdent(const Stations& stations, int ident) {
+    const auto place = FindPlace(stations, ident);
+    return place != stations.end() && (*place)->GetIdent() == ident ? place->get() : nullptr;
+}
+
+Position::StatusInfo::Station* FindNumber(const Stations& stations, int rtcmID) {
+    const auto place = std::find_if(stations.begin(), stations.end(),
+                                    [rtcmID](const auto& station) { return station->GetRTCMID() == rtcmID; });
+    return place != stations.end() ? place->get() : nullptr;
 }
 
 }  // namespace
@@ -48,22 +60,20 @@ void Position::StatusInfo::Reset() {
 }
 
 Position::StatusInfo::Station& Position::StatusInfo::AddStation(int ident, int rtcmID, double baselineKM) {
-    const auto place = FindPlace(stations_, ident);
-    if (place != stations_.end() && (*place)->GetIdent() == ident) return **place;
-    return **stations_.insert(place, std::make_unique<Station>(ident, rtcmID, baselineKM));
+    if (Station* station = Find(ident); station != nullptr) return *station;
+    return **stations_.insert(FindPlace(stations_, ident), std::make_unique<Station>(ident, rtcmID, baselineKM));
 }
 
 void Position::StatusInfo::SetUsage(int ident, Time latency, int count, Mode mode, bool used) {
-    const auto place = FindPlace(stations_, ident);
-    if (place == stations_.end() || (*place)->GetIdent() != ident) return;
+    Station* station = Find(ident);
+    if (station == nullptr) return;
     mode_ = mode;
-    Station& station = **place;
-    station.used_ = used;
-    station.latency_ = latency;
-    station.count_ = count;
+    station->used_ = used;
+    station->latency_ = latency;
+    station->count_ = count;
     if (!used) return;
     if (usedStations_ == 0 || latency.Compare(gpsLatency_) < 0) gpsLatency_ = latency;
-    compositeID_ = ComposeID(station);
+    compositeID_ = ComposeID(*station);
     usedStations_ = Corvane::Saturate(std::int64_t{usedStations_} + 1);
 }
 
@@ -95,15 +105,19 @@ const Position::StatusInfo::Station& Position::StatusInfo::GetStation(int index)
 }
 
 const Position::StatusInfo::Station* Position::StatusInfo::Find(int ident) const {
-    const auto place = FindPlace(stations_, ident);
-    return place != stations_.end() && (*place)->GetIdent() == ident ? place->get() : nullptr;
+    return FindIdent(stations_, ident);
+}
+
+Position::StatusInfo::Station* Position::StatusInfo::Find(int ident) {
+    return FindIdent(stations_, ident);
 }
 
 const Position::StatusInfo::Station* Position::StatusInfo::FindRTCMID(int rtcmID) const {
-    for (const auto& station : stations_) {
-        if (station->GetRTCMID() == rtcmID) return station.get();
-    }
-    return nullptr;
+    return FindNumber(stations_, rtcmID);
+}
+
+Position::StatusInfo::Station* Position::StatusInfo::FindRTCMID(int rtcmID) {
+    return FindNumber(stations_, rtcmID);
 }
 
 Position::StatusInfo::Status Position::StatusInfo::GetSVStatus(const PRN& prn) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -95,6 +96,10 @@ public:
         constexpr SVStatus(const Id& id, Status status) : id_(id), status_(status) {}
 
         [[nodiscard]] constexpr const Id& GetId() const { return id_; }
+        [[nodiscard]] constexpr const PRN& GetPRN() const requires(std::same_as<Id, PRN>) { return id_; }
+        [[nodiscard]] constexpr const Glonass::Slot& GetSlot() const requires(std::same_as<Id, Glonass::Slot>) {
+            return id_;
+        }
         [[nodiscard]] constexpr Status GetStatus() const { return status_; }
 
     private:
@@ -141,8 +146,8 @@ public:
     // What stands for the used stations together: the RTCM id of a single one; for n of them n + 100 by Elkan,
     // n + 10000 by Morra and n + 1000 otherwise, by the mode of the last; 0 without any.
     [[nodiscard]] int GetCompositeID() const { return compositeID_; }
-    // The smallest age of the used stations' corrections, where one that is smaller by no more than 5e-7 s is not; 0
-    // without any.
+    // The smallest age of the used stations' corrections; 0 without any. A station whose age is smaller by no more than
+    // 5e-7 s does not lower it.
     [[nodiscard]] Corvane::Time GetGPSLatency() const { return gpsLatency_; }
     [[nodiscard]] bool HasGlonassLatency() const { return hasGlonassLatency_; }
     // As it was set last; 0 before.
@@ -160,7 +165,9 @@ public:
     [[nodiscard]] const Station& GetStation(int index) const;
     // Null when there is none; the first by identifier when several stations have one RTCM id.
     [[nodiscard]] const Station* Find(int ident) const;
+    [[nodiscard]] Station* Find(int ident);
     [[nodiscard]] const Station* FindRTCMID(int rtcmID) const;
+    [[nodiscard]] Station* FindRTCMID(int rtcmID);
 
     // How a satellite stands with all stations together. Setting a null one does nothing.
     [[nodiscard]] Status GetSVStatus(const PRN& prn) const;

@@ -16,6 +16,8 @@ void AddOrbitCommand(CLI::App& program, int& exitCode);
 void AddCompareCommand(CLI::App& program, int& exitCode);
 void AddDecodeCommand(CLI::App& program, int& exitCode);
 void AddStoreCommand(CLI::App& program, int& exitCode);
+void AddShowCommand(CLI::App& program, int& exitCode);
 void AddSkyCommand(CLI::App& program, int& exitCode);
+void AddPlanCommand(CLI::App& program, int& exitCode);
 
 }  // namespace Host

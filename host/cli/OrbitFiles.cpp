@@ -76,7 +76,7 @@ public:
     [[nodiscard]] bool Begin(const DetectedFormat& detected, bool isEmpty) override {
         decoder_ = MakeDecoder(detected.format, orbits_);
         if (!decoder_ && (detected.format != StreamFormat::Unknown || isEmpty)) {
-            Complain(file_ + DescribeUnread(detected.format, isEmpty, "here"));
+            Complain(file_ + DescribeUnread(detected.format, isEmpty, options_.command));
             return false;
         }
         if (decoder_ && options_.date) decoder_->SetApproximateTime(*options_.date);

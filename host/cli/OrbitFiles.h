@@ -13,6 +13,7 @@
 namespace Host {
 
 struct OrbitFileOptions {
+    const char* command = "sky";  // for messages
     bool allWarnings = false;
     // About when streams that tell no week (RTCM 3) were recorded, to half a week.
     std::optional<GNSS::GPSTime> date;

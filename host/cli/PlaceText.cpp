@@ -104,6 +104,7 @@ std::optional<Geog> ReadPlain(const std::vector<double>& numbers) {
         const double longitude = std::remainder(numbers[1], 360.0);
         return Geog(GNSS::Latitude(numbers[0]), Angle::FromDegrees(longitude), height);
     }
+    if (numbers.size() != 3) return std::nullopt;
     // Farther out than the earth's centre by far, so that the way to geographic coordinates is good.
     const GNSS::ECEF posn(numbers[0], numbers[1], height);
     if (!(posn.Radius() > 6.3e6)) return std::nullopt;

@@ -122,6 +122,18 @@ void WriteTables(const std::vector<SkySatellite>& sky, const DOP& dop, Form form
         {cell(dop.GetGDOP()), cell(dop.GetPDOP()), cell(dop.GetHDOP()), cell(dop.GetVDOP()), cell(dop.GetTDOP())});
 }
 
+// Whether a satellite of the mode has an orbit at the time, above the horizon or below.
+bool HasOrbits(const OrbitSource& source, GNSS::DopArt::Mode mode, const GPSTime& t) {
+    const auto has = [&](char system, int nmr) {
+        for (int number = 1; number <= nmr; ++number) {
+            if (source.Calculate(system, number, t).origin != OrbitOrigin::None) return true;
+        }
+        return false;
+    };
+    return (GNSS::DopArt::ShowsGPS(mode) && has('G', EphemerisSet::NmrGPS)) ||
+           (GNSS::DopArt::ShowsGlonass(mode) && has('R', EphemerisSet::NmrGlonass));
+}
+
 // What the operator has to know about the numbers.
 void TellDoubts(const Request& request, const OrbitSource& source, const std::vector<SkySatellite>& sky,
                 const DOP& dop) {
@@ -131,7 +143,7 @@ void TellDoubts(const Request& request, const OrbitSource& source, const std::ve
         if (satellite.orbit.origin == OrbitOrigin::Almanac)
             byAlmanac += ' ' + PrintSatellite(satellite.system, satellite.number);
     }
-    if (!byAlmanac.empty()) Complain("by the almanac, up to a degree off:" + byAlmanac);
+    if (!byAlmanac.empty()) Complain("by the almanac, to about a degree while it is fresh:" + byAlmanac);
     if (!dop.IsValid()) Complain("no DOP: the satellites that can be used do not determine a position");
 }
 
@@ -177,6 +189,13 @@ int Run(const Options& options) {
         return 2;
     }
     leaps.SetFor(*request.time);
+    if (!HasOrbits(source, request.sky.mode, *request.time)) {
+        const auto span = source.GetSpan();
+        return Complain(fmt::format("no satellite of --mode {} has an orbit at {}; the files' orbits are of {} to {}",
+                                    options.sky.mode, PrintTime(*request.time), PrintTime(span->first),
+                                    PrintTime(span->last))),
+               1;
+    }
 
     std::vector<SkySatellite> sky;
     ScanSky(source, GNSS::LocalGrid(request.place, GNSS::Spheroid::WGS84), *request.time, request.sky, sky);
@@ -205,8 +224,10 @@ void AddSkyCommand(CLI::App& program, int& exitCode) {
     const auto options = std::make_shared<Options>();
     CLI::App* command = program.add_subcommand("sky", "the satellites above a place at a time: tables and sky plot");
     command
-        ->add_option("FILE", options->files,
-                     "RINEX navigation files, logs (UBX, NovAtel OEM, RTCM 3) and almanac files (.alm), plain or gzip")
+        ->add_option(
+            "FILE", options->files,
+            "RINEX navigation files, logs (UBX, NovAtel OEM, RTCM 3) and almanac files (.alm), plain or gzip; - is "
+            "standard input")
         ->required();
     command->add_option("--at", options->at, PlaceHelp)->required();
     const CLI::Option* time = command->add_option("--time", options->time,

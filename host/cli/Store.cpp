@@ -2,7 +2,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <memory>
 #include <optional>
 #include <system_error>
@@ -10,20 +9,19 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include "gnss/platform/Event.h"
 #include "gnss/platform/Stream.h"
 #include "host/cli/Commands.h"
+#include "host/cli/EventLines.h"
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
 #include "host/cli/RowTable.h"
-#include "host/cli/StoreFeed.h"
+#include "host/cli/StoreLog.h"
 #include "host/cli/StoreTables.h"
 #include "host/cli/TimeText.h"
 #include "host/stores/StoreWatch.h"
 
 namespace Host {
 
-using Corvane::Event;
 using GNSS::GPSTime;
 
 namespace {
@@ -41,76 +39,6 @@ struct Options {
 
 // The almanac file in the folder, without its suffix.
 constexpr const char* RootName = "almanac";
-
-// Shows the event log on standard error while it lives, of each source the first few.
-class EventLines {
-public:
-    explicit EventLines(bool all) : all_(all), sink_(Event::InstallSink([this](const Event& event) { Show(event); })) {}
-    EventLines(const EventLines&) = delete;
-    EventLines& operator=(const EventLines&) = delete;
-    ~EventLines() {
-        Event::RemoveSink(sink_);
-        for (const auto& [source, nmr] : nmr_) {
-            if (!all_ && nmr > Few)
-                Complain(fmt::format("{}: {} more events (--warnings shows them)", source, nmr - Few));
-        }
-    }
-
-private:
-    static constexpr std::int64_t Few = 5;
-
-    void Show(const Event& event) {
-        if (++nmr_[event.GetSource().str()] <= Few) Complain(event.GetSource().str() + ": " + event.GetText().str());
-    }
-
-    bool all_;
-    std::map<std::string, std::int64_t> nmr_;  // by source
-    Event::SinkID sink_;
-};
-
-// One log, a receiver's or a navigation file, into the stores.
-class Log : public LogReader {
-public:
-    Log(std::string file, const std::optional<GPSTime>& date, bool allWarnings, StoreTree& tree)
-        : file_(std::move(file)), date_(date), allWarnings_(allWarnings), feed_(tree, leaps_) {}
-
-    [[nodiscard]] bool Begin(const DetectedFormat& detected, bool isEmpty) override {
-        decoder_ = MakeDecoder(detected.format, feed_);
-        if (!decoder_) return Complain(file_ + DescribeUnread(detected.format, isEmpty, "store")), false;
-        if (date_) decoder_->SetApproximateTime(*date_);
-        return true;
-    }
-    void Feed(std::string_view bytes) override { decoder_->Feed(bytes); }
-    void End() override {
-        decoder_->Finish();
-        // A stream that has told no time is dated as a whole.
-        const RecordMaker& maker = feed_.Maker();
-        if (!maker.GetClock().GetTime() && date_ && maker.GetNmrWaiting() > 0) feed_.OnTime(*date_);
-        if (!maker.GetClock().GetTime())
-            Complain(file_ + ": tells no time by which it could be dated; --date helps where it tells a part");
-        feed_.Finish();
-    }
-    [[nodiscard]] bool TakeNavigation(std::string_view text) override {
-        RinexNavigation navigation;
-        FileError error;
-        const bool isRead = navigation.Parse(text, file_, error);
-        Complain(navigation.warnings, allWarnings_);
-        if (!isRead) return Complain(error.Print()), false;
-        if (navigation.gps.empty() && navigation.glonass.empty())
-            return Complain(file_ + ": holds no GPS or GLONASS records"), false;
-        feed_.Play(navigation, file_);
-        feed_.Finish();
-        return true;
-    }
-
-private:
-    std::string file_;
-    const std::optional<GPSTime>& date_;
-    bool allWarnings_;
-    LeapRule leaps_;  // each log has its own
-    StoreFeed feed_;
-    std::unique_ptr<StreamDecoder> decoder_;
-};
 
 // Writes each published change in its row.
 void WatchChanges(StoreWatch& watch, const StoreTree& tree, Form form, Sink& sink) {
@@ -181,8 +109,8 @@ int Run(const Options& options) {
         tree.Drain();
         for (const std::string& path : options.files) {
             if (!sink.IsGood()) break;
-            Log log(path, date, options.allWarnings, tree);
-            isRead = ReadLog(path, log) && isRead;
+            LeapRule leaps;  // each log has its own
+            isRead = PlayLog(path, {"store", options.allWarnings, date}, tree, leaps) && isRead;
         }
         almanac = *watch->GetAlmanac();
         WriteStores(*watch, tree.GetTime(), form, sink);
@@ -204,8 +132,10 @@ void AddStoreCommand(CLI::App& program, int& exitCode) {
     command->add_option("DIR", options->folder, "folder of the almanac file, which is read first where it is there")
         ->required();
     command
-        ->add_option("FILE", options->files,
-                     "logs (UBX, NovAtel OEM, RTCM 3) and RINEX navigation files, plain or gzip; - is standard input")
+        ->add_option(
+            "FILE", options->files,
+            "logs (UBX, NovAtel OEM, RTCM 3), RINEX navigation and almanac files, plain or gzip; - is standard "
+            "input")
         ->required();
     command->add_flag("--watch", options->watch, "each change too, in the order in which the stores publish them");
     const CLI::Option* date = command->add_option(

@@ -25,6 +25,17 @@ void OccupyStandardFiles() {
     }
 }
 
+// "orbit, compare and decode"
+std::string ListCommands(const CLI::App& program, const char* last) {
+    const auto commands = program.get_subcommands([](const CLI::App*) { return true; });
+    std::string list;
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+        if (i > 0) list += i + 1 == commands.size() ? " " + std::string(last) + " " : ", ";
+        list += commands[i]->get_name();
+    }
+    return list;
+}
+
 int Run(int argc, char** argv) {
     CLI::App program("GPS and GLONASS computations. `gnss COMMAND --help` tells more of each command.", "gnss");
     program.require_subcommand(1);
@@ -34,16 +45,18 @@ int Run(int argc, char** argv) {
     Host::AddCompareCommand(program, exitCode);
     Host::AddDecodeCommand(program, exitCode);
     Host::AddStoreCommand(program, exitCode);
+    Host::AddShowCommand(program, exitCode);
     Host::AddSkyCommand(program, exitCode);
+    Host::AddPlanCommand(program, exitCode);
 
     const std::string first = argc > 1 ? argv[1] : "";
     const auto isCommand = [&first](const CLI::App* command) { return command->get_name() == first; };
     if (argc < 2) {
-        Host::Complain("say which command: run, orbit, compare, decode, store or sky; --help tells more");
+        Host::Complain("say which command: " + ListCommands(program, "or") + "; --help tells more");
         return 2;
     }
     if (first != "-h" && first != "--help" && program.get_subcommands(isCommand).empty()) {
-        Host::Complain(Host::Quoted(first) + " is no command; there are run, orbit, compare, decode, store and sky");
+        Host::Complain(Host::Quoted(first) + " is no command; there are " + ListCommands(program, "and"));
         return 2;
     }
     try {

@@ -162,9 +162,15 @@ int CairoDC::GetDensity() const {
 }
 
 bool CairoDC::Encode(std::string& bytes, std::string& failure) {
-    if (!surface_->IsRecording()) return surface_->Cairo().Encode(bytes, failure);
-    failure = "a canvas is no picture";
-    return false;
+    if (surface_->IsRecording()) {
+        failure = "a canvas is no picture";
+        return false;
+    }
+    if (!surface_->Text().HasFont()) {
+        failure = "no font is installed for its text";
+        return false;
+    }
+    return surface_->Cairo().Encode(bytes, failure);
 }
 
 Corvane::Colour CairoDC::GetPixel(Corvane::Point at) const {
@@ -309,6 +315,8 @@ bool CairoDC::PaintCanvas(const Corvane::DC& canvas, Corvane::Point at) {
     if (from == nullptr || from == this || from->GetKind() != GetKind() || from->GetDensity() != GetDensity())
         return false;
     if (GetKind() != PictureKind::Png && !from->surface_->IsRecording()) return false;
+    // What failed on the canvas would be missing here without a word.
+    if (!from->surface_->IsGood()) return false;
     if (surface_->IsRecording()) {
         // As it is now: the canvas may be drawn on again, or be gone, when this one is copied.
         const auto now = std::make_shared<const std::vector<Recorded>>(from->surface_->GetRecorded());

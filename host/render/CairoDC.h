@@ -47,9 +47,11 @@ public:
     [[nodiscard]] Corvane::Size GetSize() const override;
     [[nodiscard]] PictureKind GetKind() const;
     // The bytes of the file. Ends the drawing: what is drawn afterwards is lost. The same drawing gives the same
-    // bytes at any time and in any time zone; PDF has no date of creation. False, with the reason, when it failed.
+    // bytes at any time and in any time zone; PDF has no date of creation. False, with the reason, when not everything
+    // could be drawn, also when the system has no font for texts that were measured or drawn; when it was ended before;
+    // and on a canvas.
     [[nodiscard]] bool Encode(std::string& bytes, std::string& failure);
-    // A pixel of a PNG, counted in pixels of the picture; transparent outside, and for the other kinds.
+    // A pixel of a PNG, counted in pixels of the picture; transparent outside, after the end, and for the other kinds.
     [[nodiscard]] Corvane::Colour GetPixel(Corvane::Point at) const;
 
 protected:

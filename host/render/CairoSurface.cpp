@@ -73,6 +73,8 @@ CairoSurface::CairoSurface(PictureKind kind, Corvane::Size size, int density)
         case PictureKind::Pdf:
             surface_ = cairo_pdf_surface_create_for_stream(Append, &bytes_, size.width * PointsPerPixel,
                                                            size.height * PointsPerPixel);
+            // Any: it is blanked. Cairo's own is longer in some time zones than in others.
+            cairo_pdf_surface_set_metadata(surface_, CAIRO_PDF_METADATA_CREATE_DATE, "2000-01-01T00:00:00Z");
             break;
     }
     Begin();
@@ -113,8 +115,8 @@ void CairoSurface::SetColour(Corvane::Colour colour, double opacity) const {
 }
 
 Corvane::Colour CairoSurface::GetPixel(Corvane::Point at) const {
-    if (kind_ != PictureKind::Png || at.x < 0 || at.y < 0 || at.x >= cairo_image_surface_get_width(surface_) ||
-        at.y >= cairo_image_surface_get_height(surface_))
+    if (kind_ != PictureKind::Png || ended_ || at.x < 0 || at.y < 0 ||
+        at.x >= cairo_image_surface_get_width(surface_) || at.y >= cairo_image_surface_get_height(surface_))
         return Corvane::Colour::Transparent;
     cairo_surface_flush(surface_);
     const std::ptrdiff_t offset =
@@ -131,6 +133,11 @@ Corvane::Colour CairoSurface::GetPixel(Corvane::Point at) const {
 }
 
 bool CairoSurface::Encode(std::string& bytes, std::string& failure) {
+    if (isCanvas_ || ended_) {
+        failure = isCanvas_ ? "a canvas is no picture" : "the picture has been ended before";
+        return false;
+    }
+    ended_ = true;
     cairo_status_t status = cairo_status(context_);
     if (status == CAIRO_STATUS_SUCCESS && kind_ == PictureKind::Png) {
         status = cairo_surface_write_to_png_stream(surface_, Append, &bytes_);

@@ -32,7 +32,7 @@ public:
     void SetColour(Corvane::Colour colour, double opacity = 1.0) const;
     [[nodiscard]] Corvane::Colour GetPixel(Corvane::Point at) const;
 
-    // See CairoDC::Encode. A canvas has no bytes.
+    // See CairoDC::Encode.
     [[nodiscard]] bool Encode(std::string& bytes, std::string& failure);
 
 private:
@@ -42,6 +42,7 @@ private:
     Corvane::Size size_;
     int density_;
     bool isCanvas_;
+    bool ended_ = false;
     std::string bytes_;  // what Cairo has written so far; before the surface, which writes when it ends
     cairo_surface_t* surface_ = nullptr;
     cairo_t* context_ = nullptr;

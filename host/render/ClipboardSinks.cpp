@@ -39,9 +39,11 @@ std::string Reason(const std::string& device) {
 }
 
 std::string WriteToTerminal(const std::string& device, std::string_view sequence) {
-    const int file = ::open(device.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+    // Opened without waiting, which for a pipe that nobody reads would last for ever; written to with waiting.
+    const int file = ::open(device.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (file < 0) return Reason(device);
     std::string failure = ::isatty(file) != 0 ? "" : device + ": is no terminal";
+    if (failure.empty() && ::fcntl(file, F_SETFL, 0) != 0) failure = Reason(device);
     while (failure.empty() && !sequence.empty()) {
         const ssize_t written = ::write(file, sequence.data(), sequence.size());
         if (written >= 0) {

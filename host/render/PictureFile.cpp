@@ -10,7 +10,7 @@ namespace Host {
 
 std::optional<PictureKind> KindOfPicture(std::string_view path) {
     const auto endsWith = [&](std::string_view ending) {
-        return path.size() > ending.size() &&
+        return path.size() > ending.size() && path[path.size() - ending.size() - 1] != '/' &&
                std::equal(ending.rbegin(), ending.rend(), path.rbegin(),
                           [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b - 'A' + 'a' : b); });
     };

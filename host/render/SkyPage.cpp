@@ -13,6 +13,7 @@ using Corvane::Point;
 using Corvane::Saturate;
 using Corvane::Size;
 using Corvane::String;
+using GNSS::Constellation;
 
 SkyPage::SkyPage(DC& dc, const SkyPageContent& content)
     : content_(content),
@@ -24,7 +25,14 @@ SkyPage::SkyPage(DC& dc, const SkyPageContent& content)
     const DC::Scope scope(dc);
     dc.SetMetricFont({{}, content.fontPoints});
     style_.ResetColour();
-    for (const Palette::State& state : palette_.states) style_.AddColour(state.code, state.colour, String(state.name));
+    for (const Palette::State& state : palette_.states) {
+        // The key itself leaves out what is of GLONASS alone where that is not shown.
+        const bool isOfGPS = state.code == Constellation::HealthyGPS && !GNSS::DopArt::ShowsGPS(content.mode);
+        // A sky without a fix has no satellites that a test rejected.
+        const bool isUnused =
+            state.code == Constellation::Rejected && content.constellation.NmrState(state.code, true) == 0;
+        if (!isOfGPS && !isUnused) style_.AddColour(state.code, state.colour, String(state.name));
+    }
     artist_.SetMode(content.mode);
     satellites_.SetMode(content.mode);
     satellites_.SetConstellation(content.constellation);

@@ -71,6 +71,7 @@ TextLayouts::Entry& TextLayouts::Find(const Corvane::Font& font) {
         Corvane::ToInt(std::round(Pixels(pango_font_metrics_get_approximate_char_width(metrics))));
     pango_font_metrics_unref(metrics);
     const Laid capital = Make(entry.description.get(), "H", font.points);
+    if (pango_layout_get_unknown_glyphs_count(capital.layout.get()) > 0) hasFont_ = false;
     PangoRectangle ink;
     pango_layout_get_extents(capital.layout.get(), &ink, nullptr);
     entry.capHeight = capital.baseline - Pixels(ink.y);

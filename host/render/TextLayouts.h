@@ -35,6 +35,9 @@ public:
     [[nodiscard]] const Corvane::FontMetrics& Measure(const Corvane::Font& font) { return Find(font).metrics; }
     // Height of capitals and digits, not rounded.
     [[nodiscard]] double CapHeight(const Corvane::Font& font) { return Find(font).capHeight; }
+    // False when a font that was asked for has no letters, nor has any that stands in for it: there is none on the
+    // system. Texts are then empty boxes.
+    [[nodiscard]] bool HasFont() const { return hasFont_; }
     // Good until the next call.
     [[nodiscard]] const Laid& LayOut(const Corvane::Font& font, const Corvane::String& text);
 
@@ -57,6 +60,7 @@ private:
     std::unique_ptr<PangoContext, FreeObject> context_;
     std::vector<Entry> fonts_;
     Laid longText_;
+    bool hasFont_ = true;
 };
 
 }  // namespace Host

@@ -157,9 +157,14 @@ TEST_F(Sky, DrawsAndTabulatesADay) {
              Refused{"--mask 90", 2, "--mask"},
              Refused{"--disable G33", 2, "'G33'"},
              Refused{"--azimuths x", 2, "--azimuths"},
-             Refused{"--time x", 2, "--time"},
          }) {
         EXPECT_EQ(Run(sky + row.arguments), row.exitCode) << row.arguments << err_;
+        EXPECT_NE(err_.find(row.inMessage), std::string::npos) << row.arguments << err_;
+    }
+    for (const Refused& row : {Refused{"--time x", 2, "'x' is not a time"},
+                               Refused{"--time 2021-01-01", 1, "the files' orbits are of 2020-06-24 "},
+                               Refused{"", 2, "--time: say for which time"}}) {
+        EXPECT_EQ(Run("\"$GNSS\" sky " + navigation + " --at 55,8,0 " + row.arguments), row.exitCode) << err_;
         EXPECT_NE(err_.find(row.inMessage), std::string::npos) << row.arguments << err_;
     }
     EXPECT_EQ(Run("echo x > x; \"$GNSS\" sky x --at 0,0,0 --time 2020-06-25"), 1);

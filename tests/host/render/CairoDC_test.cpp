@@ -265,4 +265,25 @@ TEST(CairoDC, CanvasesAreCopiedOntoTheirOwnKind) {
     }
 }
 
+TEST(CairoDC, EndsOnce) {
+    for (const PictureKind kind : {PictureKind::Png, PictureKind::Svg, PictureKind::Pdf}) {
+        const auto dc = CairoDC::Make(kind, {30, 30});
+        const auto canvas = dc->CreateCanvas({10, 10});
+        std::string bytes;
+        std::string failure;
+        EXPECT_FALSE(dynamic_cast<CairoDC&>(*canvas).Encode(bytes, failure));
+        EXPECT_EQ(failure, "a canvas is no picture");
+        EXPECT_TRUE(dc->Blit(*canvas, {}));
+        EXPECT_TRUE(dc->Encode(bytes, failure));
+        const std::string first = bytes;
+        // An empty second picture would be taken for the whole.
+        EXPECT_FALSE(dc->Encode(bytes, failure));
+        EXPECT_EQ(failure, "the picture has been ended before");
+        EXPECT_TRUE(bytes == first);
+        dc->DrawText({5, 5}, "late");
+        dc->DrawCircle({5, 5}, 3.0, 1.0);
+        EXPECT_EQ(dc->GetPixel({5, 5}), Colour::Transparent);
+    }
+}
+
 }  // namespace

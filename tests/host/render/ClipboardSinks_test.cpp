@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "gnss/platform/Event.h"
 
@@ -86,6 +87,10 @@ TEST_F(ClipboardSinks, ATerminalGetsTheSequence) {
     EXPECT_FALSE(Clipboard::Copy("x"));
     EXPECT_EQ(LastEvent(), file + ": is no terminal");
     EXPECT_EQ(Read(file), "kept");
+    std::filesystem::remove(file);
+    // Nor is a pipe that nobody reads, which must not be waited for.
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    EXPECT_FALSE(Clipboard::Copy("x"));
     std::filesystem::remove(file);
 }
 

@@ -1,5 +1,6 @@
 #include "host/render/PictureFile.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -37,7 +38,7 @@ TEST(PictureFile, IsOfTheKindThatItsEndingSays) {
          {std::pair("a.png", PictureKind::Png), {"/x.y/b.SVG", PictureKind::Svg}, {"c.d.Pdf", PictureKind::Pdf}}) {
         EXPECT_EQ(Host::KindOfPicture(path), kind) << path;
     }
-    for (const char* path : {"", "png", ".png", "a.jpg", "a.png ", "a.svgz", "-"}) {
+    for (const char* path : {"", "png", ".png", "a.jpg", "a.png ", "a.svgz", "-", "folder/.png"}) {
         EXPECT_FALSE(Host::KindOfPicture(path)) << path;
     }
     const std::string folder = testing::TempDir();
@@ -109,7 +110,7 @@ TEST(PictureFile, HasTheSameBytesAtAnyTime) {
     const std::string before = zone == nullptr ? "" : zone;
     for (const char* name : {"same.png", "same.svg", "same.pdf"}) {
         std::string first;
-        for (const char* tz : {"Pacific/Auckland", "America/Halifax"}) {
+        for (const char* tz : {"Pacific/Auckland", "America/Halifax", "UTC"}) {
             ::setenv("TZ", tz, 1);
             ::tzset();
             PictureFile picture(folder + name, {100, 100});
@@ -129,6 +130,23 @@ TEST(PictureFile, HasTheSameBytesAtAnyTime) {
     else
         ::setenv("TZ", before.c_str(), 1);
     ::tzset();
+}
+
+TEST(PictureFileDeathTest, IsNotSavedWithoutAFontForItsText) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // in a process that has not looked for fonts yet
+    const auto save = [](const char* name, auto draw) {
+        const std::string fonts = testing::TempDir() + "no_fonts.conf";
+        std::ofstream(fonts) << "<?xml version=\"1.0\"?><fontconfig></fontconfig>";
+        ::setenv("FONTCONFIG_FILE", fonts.c_str(), 1);
+        const std::string path = testing::TempDir() + name;
+        PictureFile picture(path, {100, 100});
+        draw(picture.GetDC());
+        const std::string failure = picture.Save();
+        if (std::filesystem::remove(path) == failure.empty()) std::fprintf(stderr, "[%s]", failure.c_str());
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(save("text.svg", Draw), testing::ExitedWithCode(0), "text.svg: no font is installed for its text\\]$");
+    EXPECT_EXIT(save("lines.svg", [](Corvane::DC& dc) { dc.Clear(); }), testing::ExitedWithCode(0), "\\[\\]$");
 }
 
 }  // namespace
