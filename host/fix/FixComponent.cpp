@@ -86,20 +86,20 @@ bool FixComponent::IsNext(const GNSS::GPSTime& time) {
         if (step > Gap) waiting_.AddNote(static_cast<int>(FixNote::EpochGap), "No measurements for minutes before");
         return true;
     }
-    if (++nmrBackward_ > MaxBackward) {
+    const bool repeated = step > -LeastStep;
+    if (!repeated && ++nmrBackward_ > MaxBackward) {
         Corvane::Event::AddEvent(Source, fmt::format("The stream begins anew at an earlier time: {} instead of {}.",
                                                      time.PrintRound(3).str(), last_->PrintRound(3).str()));
         fix_.Reset();
         lastClock_.reset();
         return true;
     }
-    const bool repeated = step > -LeastStep;
     ++(repeated ? counts_.repeated : counts_.outOfOrder);
     Corvane::Event::AddEvent(Source, fmt::format("Epoch {} {}, and is left out.", time.PrintRound(3).str(),
                                                  repeated ? "is repeated" : "comes after a later one"));
     const FixNote note = repeated ? FixNote::EpochRepeated : FixNote::EpochOutOfOrder;
-    waiting_.AddNote(static_cast<int>(note), repeated ? "A repeated epoch was left out"
-                                                      : "An epoch out of order was left out");
+    waiting_.AddNote(static_cast<int>(note),
+                     repeated ? "A repeated epoch was left out" : "An epoch out of order was left out");
     return false;
 }
 
@@ -107,9 +107,9 @@ bool FixComponent::IsNext(const GNSS::GPSTime& time) {
 void FixComponent::RemarkOnClock(const FixResult& result, GNSS::Notes& notes) {
     const std::optional<double> clock = result.clockGPS ? result.clockGPS : result.clockGlonass;
     if (result.valid && clock) {
-        if (lastClock_ && last_) {
-            const double expected = *lastClock_ + lastDrift_ * (result.time - *last_).Seconds();
-            if (std::abs(*clock - expected) > ClockJump) {
+        const double step = last_ ? (result.time - *last_).Seconds() : 0.0;
+        if (lastClock_ && step < Gap) {
+            if (std::abs(*clock - *lastClock_ - lastDrift_ * step) > ClockJump) {
                 notes.AddNote(static_cast<int>(FixNote::ClockJump), "The receiver's clock has jumped");
             }
         }

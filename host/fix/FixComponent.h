@@ -32,14 +32,14 @@ struct PublishedFix {
 // Listens to measurement sets, to the calculators that the stores publish, and to health updates: those of the stores
 // and the operator's. Each epoch gives, in this order, a Position, a PublishedFix and the history of the notes so far,
 // published while it is handled. An epoch that repeats the last one's time or lies before it is left out, with an event
-// and a note at the next fix; after MaxBackward of them the stream is taken to have begun anew.
+// and a note at the next fix; after MaxBackward earlier ones the stream is taken to have begun anew.
 class FixComponent : public Corvane::Component {
 public:
     static constexpr std::int32_t CycleMS = 100;
     static constexpr const char* Name = "Fix";
     static constexpr int MaxBackward = 10;
-    // A receiver's clock that jumps by more than this from one epoch to the next, m of range, is remarked on; the drift of a
-    // bad oscillator stays below it in seconds.
+    // A receiver's clock that jumps by more than this from one epoch to the next, m of range, is remarked on; the drift
+    // of a bad oscillator stays below it in seconds.
     static constexpr double ClockJump = 0.5e-3 * 299792458.0;
 
     explicit FixComponent(const FixSettings& settings);
@@ -70,9 +70,7 @@ private:
     void OnAlmanacCalculator(const std::shared_ptr<const GNSS::Almanac::Calculator>& calculator) {
         inputs_.almanac = calculator;
     }
-    void OnGPSCalculator(const std::shared_ptr<const GNSS::GPSEphemerisCalc>& calculator) {
-        inputs_.gps = *calculator;
-    }
+    void OnGPSCalculator(const std::shared_ptr<const GNSS::GPSEphemerisCalc>& calculator) { inputs_.gps = *calculator; }
     void OnGlonassCalculator(const std::shared_ptr<const GNSS::Glonass::EphemerisCalc>& calculator) {
         inputs_.glonass = *calculator;
     }
@@ -87,7 +85,7 @@ private:
     int nmrBackward_ = 0;
     std::optional<double> lastClock_;  // m, at last_
     double lastDrift_ = 0.0;           // m/s
-    GNSS::Notes waiting_;  // about epochs that were left out
+    GNSS::Notes waiting_;              // about epochs that were left out
     Counts counts_;
 
     Corvane::Response<GNSS::MeasSet> measurements_;

@@ -11,6 +11,7 @@
 #include "gnss/ephemeris/GlonassEphemerisCalc.h"
 #include "gnss/geodesy/ECEF.h"
 #include "gnss/health/SVHealthSet.h"
+#include "gnss/time/GPSTime.h"
 
 namespace Host {
 
@@ -43,6 +44,26 @@ private:
     }();
 };
 
+// Differential corrections, by whoever receives them. Nothing in the program does so yet: this is where they enter.
+class FixCorrections {
+public:
+    struct Correction {
+        double range = 0.0;  // m, to be added to the measured range, brought to the time asked for
+        double age = 0.0;    // s, since it was worked out
+    };
+
+    virtual ~FixCorrections() = default;
+    // Of a satellite (PRN or slot) at a time, for ranges that go with this issue of data (GPS: IODE; GLONASS: tb, s of
+    // the Moscow day). Nothing when there is none, or none for the issue.
+    [[nodiscard]] virtual std::optional<Correction> Find(bool glonass, int number, int issue,
+                                                         const GNSS::GPSTime& t) const = 0;
+
+protected:
+    FixCorrections() = default;
+    FixCorrections(const FixCorrections&) = default;
+    FixCorrections& operator=(const FixCorrections&) = default;
+};
+
 struct FixInputs {
     GNSS::GPSEphemerisCalc gps;
     GNSS::Glonass::EphemerisCalc glonass;
@@ -52,6 +73,8 @@ struct FixInputs {
     // A satellite without a record counts as enabled, its health as its ephemeris says.
     GNSS::SVHealth::Set health;
     GlonassChannels channels;
+    // Null for none; a satellite without a correction is used as it is.
+    std::shared_ptr<const FixCorrections> corrections;
 };
 
 }  // namespace Host

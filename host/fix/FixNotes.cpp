@@ -27,8 +27,9 @@ void AddSatelliteNotes(GNSS::Notes& notes, const FixSatellite& satellite, const 
     switch (satellite.use) {
         case SatelliteUse::Used: {
             const double limit = satellite.glonass ? settings.maxAgeGlonass : settings.maxAgeGPS;
-            if (std::abs(satellite.age) > 0.75 * limit) {
-                Add(notes, FixNote::AgeingEphemeris, satellite, ": ephemeris close to its limit of age");
+            // Before its reference time a record is new.
+            if (satellite.age > 0.5 * limit) {
+                Add(notes, FixNote::AgeingEphemeris, satellite, ": ephemeris beyond half of its limit of age");
             }
             break;
         }
@@ -56,15 +57,17 @@ void AddSatelliteNotes(GNSS::Notes& notes, const FixSatellite& satellite, const 
         case SatelliteUse::Lone:
             Add(notes, FixNote::Lone, satellite, ": not used, the only one of its system");
             break;
-        case SatelliteUse::SystemOff:
         case SatelliteUse::NoRange:
+            Add(notes, FixNote::NoRange, satellite, ": no range on the signals asked for");
+            break;
+        case SatelliteUse::SystemOff:
         case SatelliteUse::BelowMask:
         case SatelliteUse::LowSignal:
             break;
     }
 }
 
-void AddTestNotes(GNSS::Notes& notes, const FixResult& result) {
+void AddTestNotes(GNSS::Notes& notes, const FixResult& result, const FixSettings& settings) {
     switch (result.test) {
         case FixTest::Failed: {
             bool wFailed = false;
@@ -72,7 +75,9 @@ void AddTestNotes(GNSS::Notes& notes, const FixResult& result) {
                 const GNSS::UKOOA::Resid& resid = result.ukooa.GetResid(i);
                 wFailed = wFailed || (!resid.IsRejected() && resid.WTestFailed());
             }
-            if (wFailed) {
+            if (wFailed && !settings.rejects) {
+                Add(notes, FixNote::NotRejected, "w-test failed, and nothing is rejected by the settings");
+            } else if (wFailed) {
                 Add(notes, FixNote::FaultNotPlaced, "w-test failed, and the fault cannot be placed");
             } else {
                 Add(notes, FixNote::FTestFailed, "F-test failed, and no range stands out");
@@ -107,7 +112,7 @@ GNSS::Notes MakeNotes(const FixResult& result, const FixSettings& settings) {
         Add(notes, FixNote::NoFix, static_cast<int>(result.failure),
             std::string("No position: ") + Describe(result.failure));
     }
-    AddTestNotes(notes, result);
+    AddTestNotes(notes, result, settings);
     if (result.valid) {
         if (result.heightRejected) Add(notes, FixNote::RejectedHeight, "Height aid: rejected by the w-test");
         if (result.dop.GetHDOP() > settings.hdopLimit) {
@@ -132,6 +137,8 @@ GNSS::Notes MakeNotes(const FixResult& result, const FixSettings& settings) {
     if (result.valid && settings.velocity && hasRates && !result.velocity.valid) {
         Add(notes, FixNote::NoVelocity, "No velocity: too few range rates");
     }
+    if (result.velocity.suspect)
+        Add(notes, FixNote::SuspectVelocity, "Velocity: the range rates contradict each other");
     return notes;
 }
 
@@ -142,6 +149,7 @@ bool IsAlarm(FixNote note) {
         case FixNote::FaultNotPlaced:
         case FixNote::NotTestable:
         case FixNote::NotIdentifiable:
+        case FixNote::NotRejected:
             return true;
         default:
             return false;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-
 #include <string>
 
 #include "gnss/health/Notes.h"
@@ -11,29 +10,32 @@
 
 namespace Host {
 
-// The ids of the notes. The parameter of one that concerns a satellite is its number, of GLONASS plus GlonassParam; that of
-// NoFix is the FixFailure. A note says the same each time, so that a history of them shows when it held.
+// The ids of the notes. The parameter of one that concerns a satellite is its number, of GLONASS plus GlonassParam;
+// that of NoFix is the FixFailure. A note says the same each time, so that a history of them shows when it held.
 enum class FixNote : std::int32_t {
     NoFix = 1,
     RejectedSatellite = 2,
     RejectedHeight = 3,
-    FTestFailed = 4,       // and no range stands out
-    FaultNotPlaced = 5,    // a w-test failed, and the fault cannot be placed
-    NotTestable = 6,       // no redundancy
-    NotIdentifiable = 7,   // redundancy of 1
+    FTestFailed = 4,      // and no range stands out
+    FaultNotPlaced = 5,   // a w-test failed, and the fault cannot be placed
+    NotTestable = 6,      // no redundancy
+    NotIdentifiable = 7,  // redundancy of 1
     HighHDOP = 8,
     HighPDOP = 9,
     FewSatellites = 10,
-    NoIonosphere = 11,     // asked for, but its coefficients have not been received
-    NoEphemeris = 12,      // of a satellite that is measured
+    NoIonosphere = 11,  // asked for, but its coefficients have not been received
+    NoEphemeris = 12,   // of a satellite that is measured
     StaleEphemeris = 13,
-    AgeingEphemeris = 14,  // beyond half of the limit, and used
+    AgeingEphemeris = 14,  // beyond half of the limit after its reference time, and used
     Unhealthy = 15,
     Disabled = 16,
     NoPosition = 17,
     ReceiverWarning = 18,
     Lone = 19,
     NoVelocity = 20,       // range rates were measured, and no velocity came of them
+    SuspectVelocity = 21,  // they contradict each other, and none can be rejected for it
+    NoRange = 22,          // of a satellite that is tracked
+    NotRejected = 23,      // a w-test failed, and the settings reject nothing
     // Of the stream of epochs.
     EpochRepeated = 30,
     EpochOutOfOrder = 31,

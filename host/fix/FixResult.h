@@ -36,9 +36,9 @@ struct FixResult {
     // Of a valid fix; WGS 84.
     GNSS::ECEF ecef;
     GNSS::Geog geog;
-    GNSS::Grid::Covar covar;                                   // east, north, up, m2
-    std::optional<double> clockGPS, clockGlonass;              // receiver minus system time, m
-    GNSS::DOP dop;                                             // of the satellites used
+    GNSS::Grid::Covar covar;                       // east, north, up, m2
+    std::optional<double> clockGPS, clockGlonass;  // receiver minus system time, m
+    GNSS::DOP dop;                                 // of the satellites used
     GNSS::UKOOA ukooa;
     double fLimit = 0.0;  // of the unit variance
     double wLimit = 0.0;  // of |w|

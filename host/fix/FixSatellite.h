@@ -38,11 +38,11 @@ struct FixSatellite {
     SatelliteUse use = SatelliteUse::Used;
 
     // What was measured.
-    double range = None;      // m: one signal's, or the ionosphere-free combination
+    double range = None;       // m: one signal's, or the ionosphere-free combination
     double noiseFactor = 1.0;  // of the range's noise against that of one signal
-    double frequency = 0.0;   // Hz, of the signal whose ionospheric delay is in the range; 0 for none
-    double snr = None;        // dB-Hz
-    double rangeRate = None;  // m/s, growing range positive, from Doppler
+    double frequency = 0.0;    // Hz, of the signal whose ionospheric delay is in the range; 0 for none
+    double snr = None;         // dB-Hz
+    double rangeRate = None;   // m/s, growing range positive, from Doppler
 
     // Where it was when it sent: earth-fixed at that time, m and m/s; clock is satellite minus system time, s, with the
     // group delay of the signal used. Of a satellite that cannot be used, roughly where it stands, by the almanac.
@@ -51,8 +51,12 @@ struct FixSatellite {
     GNSS::ECEF::Delta vely;
     double clock = 0.0;
     double clockDrift = 0.0;
-    int issue = -1;    // GPS: IODE; GLONASS: tb, s of the Moscow day
-    double age = None;  // from the ephemeris's reference time, s; empty where it is not known
+    int issue = -1;     // GPS: IODE; GLONASS: tb, s of the Moscow day
+    double age = None;  // from the ephemeris's reference time, s; NaN where it is not known
+
+    // A differential correction, added to the range, m, and how old it is, s; NaN without one.
+    double correction = 0.0;
+    double correctionAge = None;
 
     // Seen from the position found; radians and metres. NaN where the fix has no position.
     double elevation = None;

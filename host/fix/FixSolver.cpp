@@ -22,10 +22,11 @@ constexpr int MaxIterations = 15;
 // corrections are to be worked out.
 constexpr double FineStep = 1e-4;
 constexpr double CoarseStep = 1000.0;
-// Corrections and weights are worked out again after a longer way, m.
-constexpr double CorrectionStep = 30.0;
-// Standard deviation of every range before elevations are known, m; any will do.
-constexpr double CoarseSD = 10.0;
+// Directions, and the corrections and weights by them, are worked out again after a longer way, m. What they change
+// over it stays below 0.1 mm; the troposphere by height, which changes faster, is worked out in every step.
+constexpr double CorrectionStep = 5.0;
+// Standard deviation of every range before elevations are known, m: what the atmosphere adds is no gross error.
+constexpr double CoarseSD = 100.0;
 // Where a receiver can be, m above the ellipsoid.
 constexpr double MinHeight = -10e3;
 constexpr double MaxHeight = 100e3;
@@ -85,9 +86,10 @@ void FixSolver::LookAt(FixSatellite& satellite) const {
 }
 
 // What the atmosphere adds to the range, and how good the range is.
-void FixSolver::Correct(const GNSS::GPSTime& t, const FixInputs& inputs, FixSatellite& satellite) const {
-    const double sine = std::sin(satellite.elevation);
-    satellite.troposphere = troposphere_.GetDelay(sine);
+void FixSolver::Correct(const GNSS::GPSTime& t, const FixInputs& inputs, Row& row) const {
+    FixSatellite& satellite = *row.satellite;
+    row.mapping = StandardTroposphere::GetMapping(std::sin(satellite.elevation));
+    satellite.troposphere = row.mapping * troposphere_.GetZenithDelay();
     satellite.ionosphere = 0.0;
     if (usedIonosphere_ && satellite.frequency > 0.0) {
         double delay = 0.0;
@@ -141,7 +143,6 @@ void FixSolver::Choose(std::vector<FixSatellite>& satellites) {
         rows_.emplace_back();
     }
     nmrObs_ = static_cast<int>(rows_.size());
-    nmrRejected_ = 0;
 }
 
 void FixSolver::Linearise(Row& row, bool coarse) const {
@@ -153,13 +154,15 @@ void FixSolver::Linearise(Row& row, bool coarse) const {
         row.sd = coarse ? CoarseSD : settings_.heightSD;
         return;
     }
-    const FixSatellite& satellite = *row.satellite;
+    FixSatellite& satellite = *row.satellite;
     const Sight sight(satellite.posn, position_);
     const std::size_t system = SystemOf(satellite);
     row.design = {-sight.direction.GetX(), -sight.direction.GetY(), -sight.direction.GetZ()};
     row.design[static_cast<std::size_t>(clockColumn_[system])] = 1.0;
+    satellite.troposphere = row.mapping * troposphere_.GetZenithDelay();
     const double atmosphere = coarse ? 0.0 : satellite.ionosphere + satellite.troposphere;
-    row.misclosure = satellite.range - (sight.range + clocks_[system] - LightSpeed * satellite.clock + atmosphere);
+    row.misclosure = satellite.range + satellite.correction -
+                     (sight.range + clocks_[system] - LightSpeed * satellite.clock + atmosphere);
     row.sd = coarse ? CoarseSD : satellite.sd;
 }
 
@@ -208,10 +211,10 @@ bool FixSolver::Converge(const GNSS::GPSTime& t, const FixInputs& inputs, bool c
     double sinceCorrected = CorrectionStep;
     for (int i = 0; i < MaxIterations; ++i) {
         if (!coarse && sinceCorrected >= CorrectionStep) {
-            for (const Row& row : rows_) {
+            for (Row& row : rows_) {
                 if (row.satellite == nullptr) continue;
                 LookAt(*row.satellite);
-                Correct(t, inputs, *row.satellite);
+                Correct(t, inputs, row);
             }
             sinceCorrected = 0.0;
         }
@@ -231,12 +234,12 @@ bool FixSolver::Converge(const GNSS::GPSTime& t, const FixInputs& inputs, bool c
 }
 
 // The adjustment with all its statistics, at the position of now. False when it does not determine the unknowns.
-bool FixSolver::Adjust() {
+bool FixSolver::Adjust(bool coarse) {
     llsq_.Reset(nmrUnknown_);
     llsq_.SetTests(settings_.confidence, settings_.power, settings_.fLimit);
     for (std::size_t i = 0; i < rows_.size(); ++i) {
         Row& row = rows_[i];
-        Linearise(row, false);
+        Linearise(row, coarse);
         const std::span<const double> design(row.design.data(), static_cast<std::size_t>(nmrUnknown_));
         if (!llsq_.AddObs(design, row.misclosure, row.sd)) return false;
         if (row.rejected) llsq_.SetRejected(static_cast<int>(i), true);
@@ -244,11 +247,30 @@ bool FixSolver::Adjust() {
     return llsq_.Solve();
 }
 
-// A first position from the earth's centre or, where a height helps, from below the satellites' middle.
+// Data snooping: leaves out one range after the other, as long as the tests place a fault in one.
+bool FixSolver::Snoop(const GNSS::GPSTime& t, const FixInputs& inputs, bool coarse) {
+    for (;;) {
+        if (!Adjust(coarse)) return Fail(FixFailure::BadGeometry);
+        const Corvane::LLSq::Stats& stats = llsq_.GetStats();
+        const int index = settings_.rejects ? stats.IndexToReject() : -1;
+        if (index < 0) return true;
+        Row& row = rows_[static_cast<std::size_t>(index)];
+        row.rejected = true;
+        if (row.satellite != nullptr) {
+            row.satellite->use = SatelliteUse::Rejected;
+            row.satellite->rejectedW = stats.GetResid(index).GetStandardised();
+        }
+        if (!Converge(t, inputs, coarse)) return false;
+    }
+}
+
+// A first position from the earth's centre or, where a height helps, from below the satellites' middle. Gross errors
+// are left out of it, or the wrong horizon would choose the wrong satellites.
 bool FixSolver::Begin(const GNSS::GPSTime& t, const FixInputs& inputs, std::vector<FixSatellite>& satellites) {
     clocks_ = {};
     ECEF::Delta middle;
     for (FixSatellite& satellite : satellites) {
+        if (!satellite.hasPlace) continue;
         satellite.elevation = std::numbers::pi / 2.0;  // nothing is below the mask as long as there is no horizon
         if (satellite.use == SatelliteUse::Used) middle += satellite.posn - ECEF();
     }
@@ -257,86 +279,63 @@ bool FixSolver::Begin(const GNSS::GPSTime& t, const FixInputs& inputs, std::vect
     Place(hasMiddle ? ECEF() + middle * GNSS::Spheroid::WGS84.GetSemiMajorAxis() : ECEF());
     Choose(satellites);
     if (nmrObs_ < nmrUnknown_) return Fail(FixFailure::TooFewSatellites);
-    return Converge(t, inputs, true);
+    return Converge(t, inputs, true) && Snoop(t, inputs, true);
+}
+
+void FixSolver::LookAtAll(std::vector<FixSatellite>& satellites) const {
+    for (FixSatellite& satellite : satellites) {
+        if (satellite.hasPlace) LookAt(satellite);
+    }
+}
+
+// Whether the satellites chosen are those above the mask.
+bool FixSolver::IsChoiceRight(const std::vector<FixSatellite>& satellites) const {
+    const double mask = settings_.elevationMask * (std::numbers::pi / 180.0);
+    return std::none_of(satellites.begin(), satellites.end(), [mask](const FixSatellite& satellite) {
+        return (satellite.use == SatelliteUse::BelowMask && satellite.elevation >= mask) ||
+               (satellite.row >= 0 && !(satellite.elevation >= mask));
+    });
+}
+
+// The position from where the solver stands, near it or not.
+bool FixSolver::Find(const GNSS::GPSTime& t, const FixInputs& inputs, std::vector<FixSatellite>& satellites) {
+    LookAtAll(satellites);
+    for (int choice = 0; choice < MaxChoices; ++choice) {
+        Choose(satellites);
+        if (nmrObs_ < nmrUnknown_ || nmrUnknown_ == 3) return Fail(FixFailure::TooFewSatellites);
+        if (!Converge(t, inputs, false) || !Snoop(t, inputs, false)) return false;
+        LookAtAll(satellites);
+        if (IsChoiceRight(satellites)) break;
+    }
+    if (!(geog_.GetHeight() > MinHeight && geog_.GetHeight() < MaxHeight)) return Fail(FixFailure::NotOnEarth);
+    for (FixSatellite& satellite : satellites) {
+        if (satellite.row >= 0) satellite.resid = llsq_.GetStats().GetResid(satellite.row);
+    }
+    return true;
 }
 
 bool FixSolver::Solve(const GNSS::GPSTime& t, const FixInputs& inputs, std::vector<FixSatellite>& satellites) {
     failure_ = FixFailure::None;
     usedIonosphere_ = settings_.ionosphere == FixSettings::Ionosphere::WhenReceived &&
                       settings_.ranges == FixSettings::Ranges::L1 && inputs.hasIonosphere && inputs.almanac != nullptr;
-    const auto lookAtAll = [&] {
-        for (FixSatellite& satellite : satellites) {
-            if (satellite.hasPlace) LookAt(satellite);
-        }
-    };
     const ECEF prior = position_;
-    const bool hadPrior = hasPrior_;
+    if (hasPrior_ && Find(t, inputs, satellites)) return true;
+    // The last position may be far from this one.
+    failure_ = FixFailure::None;
+    if (Begin(t, inputs, satellites) && Find(t, inputs, satellites)) {
+        hasPrior_ = true;
+        return true;
+    }
     // Without a position there are no directions either; with the last one they are those from there.
-    const auto giveUp = [&] {
-        hasPrior_ = hadPrior;
-        if (hadPrior) {
-            Place(prior);
-            lookAtAll();
-        } else {
-            for (FixSatellite& satellite : satellites) satellite.elevation = satellite.azimuth = FixSatellite::None;
-        }
-        for (FixSatellite& satellite : satellites) satellite.row = -1;
-        return false;
-    };
-
-    for (bool fresh = !hasPrior_;; fresh = true) {
-        if (fresh && !Begin(t, inputs, satellites)) return giveUp();
-        bool converged = false;
-        for (int choice = 0; choice < MaxChoices; ++choice) {
-            lookAtAll();
-            Choose(satellites);
-            if (nmrObs_ < nmrUnknown_ || nmrUnknown_ == 3) {
-                Fail(FixFailure::TooFewSatellites);
-                break;
-            }
-            converged = Converge(t, inputs, false);
-            if (!converged) break;
-            lookAtAll();
-            const double mask = settings_.elevationMask * (std::numbers::pi / 180.0);
-            const bool same = std::none_of(satellites.begin(), satellites.end(), [&](const FixSatellite& satellite) {
-                return (satellite.use == SatelliteUse::BelowMask && satellite.elevation >= mask) ||
-                       (satellite.row >= 0 && !(satellite.elevation >= mask));
-            });
-            if (same) break;
-        }
-        if (converged) break;
-        // The last position may be far from this one.
-        if (fresh) return giveUp();
-    }
-
-    // Data snooping.
-    for (;;) {
-        if (!Adjust()) {
-            Fail(FixFailure::BadGeometry);
-            return giveUp();
-        }
-        const Corvane::LLSq::Stats& stats = llsq_.GetStats();
-        const int index = settings_.rejects ? stats.IndexToReject() : -1;
-        if (index < 0) break;
-        Row& row = rows_[static_cast<std::size_t>(index)];
-        row.rejected = true;
-        ++nmrRejected_;
-        if (row.satellite != nullptr) {
-            row.satellite->use = SatelliteUse::Rejected;
-            row.satellite->rejectedW = stats.GetResid(index).GetStandardised();
-        }
-        if (!Converge(t, inputs, false)) return giveUp();
-    }
-    if (!(geog_.GetHeight() > MinHeight && geog_.GetHeight() < MaxHeight)) {
-        Fail(FixFailure::NotOnEarth);
-        return giveUp();
+    if (hasPrior_) {
+        Place(prior);
+        LookAtAll(satellites);
     }
     for (FixSatellite& satellite : satellites) {
-        if (satellite.hasPlace) LookAt(satellite);
-        if (satellite.row >= 0) satellite.resid = llsq_.GetStats().GetResid(satellite.row);
+        if (!hasPrior_) satellite.elevation = satellite.azimuth = FixSatellite::None;
+        satellite.row = -1;
     }
-    hasPrior_ = true;
-    return true;
+    return false;
 }
 
 }  // namespace Host

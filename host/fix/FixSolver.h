@@ -60,7 +60,6 @@ public:
     // The row of the height aid; -1 without one.
     [[nodiscard]] int GetHeightRow() const { return heightRow_; }
     [[nodiscard]] bool IsHeightRejected() const { return heightRow_ >= 0 && llsq_.IsRejected(heightRow_); }
-    [[nodiscard]] int NmrRejected() const { return nmrRejected_; }
     // Whether the broadcast ionosphere was taken off.
     [[nodiscard]] bool UsedIonosphere() const { return usedIonosphere_; }
 
@@ -74,17 +73,22 @@ private:
         bool rejected = false;
         double sd = 1.0;
         double misclosure = 0.0;
+        double mapping = 0.0;  // of the troposphere, from the zenith to the satellite
         std::array<double, MaxUnknown> design{};
     };
 
     void Choose(std::vector<FixSatellite>& satellites);
     void Place(const GNSS::ECEF& position);
     void LookAt(FixSatellite& satellite) const;
-    void Correct(const GNSS::GPSTime& t, const FixInputs& inputs, FixSatellite& satellite) const;
+    void LookAtAll(std::vector<FixSatellite>& satellites) const;
+    [[nodiscard]] bool IsChoiceRight(const std::vector<FixSatellite>& satellites) const;
+    void Correct(const GNSS::GPSTime& t, const FixInputs& inputs, Row& row) const;
     bool Converge(const GNSS::GPSTime& t, const FixInputs& inputs, bool coarse);
     void Linearise(Row& row, bool coarse) const;
     bool Step(std::array<double, MaxUnknown>& step);
-    bool Adjust();
+    bool Adjust(bool coarse);
+    bool Snoop(const GNSS::GPSTime& t, const FixInputs& inputs, bool coarse);
+    bool Find(const GNSS::GPSTime& t, const FixInputs& inputs, std::vector<FixSatellite>& satellites);
     bool Begin(const GNSS::GPSTime& t, const FixInputs& inputs, std::vector<FixSatellite>& satellites);
     bool Fail(FixFailure failure);
 
@@ -95,7 +99,7 @@ private:
     GNSS::Geog geog_;
     GNSS::LocalGrid grid_;
     StandardTroposphere troposphere_;
-    std::array<double, 2> clocks_{};  // by system, m
+    std::array<double, 2> clocks_{};    // by system, m
     std::array<int, 2> clockColumn_{};  // -1 for a system that takes no part
 
     std::vector<Row> rows_;
@@ -103,7 +107,6 @@ private:
     int nmrObs_ = 0;
     int nmrUnknown_ = 0;
     int heightRow_ = -1;
-    int nmrRejected_ = 0;
     bool usedIonosphere_ = false;
     FixFailure failure_ = FixFailure::None;
 };

@@ -13,6 +13,7 @@ namespace Host {
 
 struct Velocity {
     bool valid = false;
+    bool suspect = false;  // the range rates contradict each other, and none can be rejected for it
     // East, north and up, m/s, and their standard deviations.
     GNSS::Grid::Delta vely;
     GNSS::Grid::Delta sd;

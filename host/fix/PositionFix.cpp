@@ -183,6 +183,8 @@ const FixResult& PositionFix::Compute(const GNSS::MeasSet& set, const FixInputs&
     result_.velocity = {};
     result_.test = FixTest::None;
     if (!result_.valid) {
+        result_.ecef = {};
+        result_.geog = {};
         result_.dop.Reset();
         result_.ukooa.Reset();
         result_.covar.Reset();

@@ -25,9 +25,18 @@ constexpr double MinRange = 1.0e7;
 constexpr double MaxRange = 4.5e7;
 // Larger than any satellite's clock offset that its message can hold, s.
 constexpr double MaxClock = 3e-3;
-// Of the difference that gives velocity and clock drift, s. A power of two, so that the times differ by just this: the
-// velocity is that of the middle of the step, 0.3 mm/s off, and rounding adds 0.01 mm/s.
+// Of the difference that gives velocity and clock drift where the record gives none, s. A power of two, so that the
+// times differ by just this; rounding leaves 0.01 mm/s. The mean of both ends is 0.1 micrometres off the orbit.
 constexpr double Step = 1.0 / 1024.0;
+
+// A satellite by its own clock's time, before anything is corrected.
+struct State {
+    GNSS::ECEF posn;
+    GNSS::ECEF::Delta vely;
+    double clock = 0.0;  // satellite minus system time, s, without group delay
+    double clockDrift = 0.0;
+    bool healthy = false;  // otherwise nothing else is set
+};
 
 // What the two systems do differently.
 struct GPSPart {
@@ -38,8 +47,23 @@ struct GPSPart {
     static double Age(const GNSS::GPSEphemeride& record, const GPSTime& t) { return (t - record.GetTOE()).Seconds(); }
     static double MaxAge(const FixSettings& settings) { return settings.maxAgeGPS; }
     static const GNSS::GPSEphemerisCalc& Calculator(const FixInputs& inputs) { return inputs.gps; }
-    // Satellite minus system time.
-    static double Clock(const Result& result) { return result.clockCorrection; }
+    // False when there is none, or it is too old.
+    template <typename Implementation>
+    static bool Calculate(const Implementation& ephemerides, const GNSS::PRN& prn, const GPSTime& t, Result& result,
+                          State& state) {
+        Result next;
+        const Corvane::Time half(0.5 * Step);
+        if (!ephemerides.CalculatePosn(prn, t - half, result)) return false;
+        state.healthy = result.valid;
+        if (!state.healthy) return true;
+        if (!ephemerides.CalculatePosn(prn, t + half, next) || !next.valid) return false;
+        const GNSS::ECEF::Delta way = next.posn - result.posn;
+        state.posn = result.posn + way * 0.5;
+        state.vely = way / Step;
+        state.clock = 0.5 * (result.clockCorrection + next.clockCorrection);
+        state.clockDrift = (next.clockCorrection - result.clockCorrection) / Step;
+        return true;
+    }
     static int Issue(const Result& result) { return result.IODE; }
     // The L1 signals are late by the group delay against the clock, which is that of the ionosphere-free combination.
     static double GroupDelay(const Result& result, bool ionosphereFree) {
@@ -58,7 +82,18 @@ struct GlonassPart {
     }
     static double MaxAge(const FixSettings& settings) { return settings.maxAgeGlonass; }
     static const GNSS::Glonass::EphemerisCalc& Calculator(const FixInputs& inputs) { return inputs.glonass; }
-    static double Clock(const Result& result) { return -result.clockCorrection; }
+    // The message's correction is added to the satellite's time.
+    template <typename Implementation>
+    static bool Calculate(const Implementation& ephemerides, const GNSS::Glonass::Slot& slot, const GPSTime& t,
+                          Result& result, State& state) {
+        if (!ephemerides.CalculatePosn(slot, t, result)) return false;
+        state.healthy = result.valid;
+        state.posn = result.posn;
+        state.vely = result.vely - GNSS::ECEF();
+        state.clock = -result.clockCorrection;
+        state.clockDrift = -result.clockDrift;
+        return true;
+    }
     static int Issue(const Result& result) { return result.tb; }
     static double GroupDelay(const Result&, bool) { return 0.0; }
     static double Frequency(const GNSS::Glonass::Frequency& freqy, const FixSatellite& satellite) {
@@ -134,20 +169,18 @@ void TakeState(const typename Part::Meas::Id& id, const GPSTime& reception, cons
     // By the satellite's own clock.
     const GPSTime sent = reception - Corvane::Time(satellite.range / LightSpeed);
     typename Part::Result result;
-    typename Part::Result next;
-    if (!ephemerides->CalculatePosn(id, sent, result)) return;
-    if (!result.valid) {
+    State state;
+    if (!Part::Calculate(*ephemerides, id, sent, result, state)) return;
+    if (!state.healthy) {
         satellite.use = SatelliteUse::Unhealthy;
         return;
     }
     if (std::abs(satellite.age) > Part::MaxAge(settings)) return;
-    if (!ephemerides->CalculatePosn(id, sent + Corvane::Time(Step), next) || !next.valid) return;
-    satellite.vely = (next.posn - result.posn) / Step;
-    satellite.clockDrift = (Part::Clock(next) - Part::Clock(result)) / Step;
+    satellite.vely = state.vely;
+    satellite.clockDrift = state.clockDrift;
     // By the system's clock: the satellite's is less than a millisecond off, in which it moves along a straight line.
-    satellite.posn = result.posn - satellite.vely * Part::Clock(result);
-    satellite.clock = Part::Clock(result) -
-                      Part::GroupDelay(result, settings.ranges == FixSettings::Ranges::IonosphereFree);
+    satellite.posn = state.posn - state.vely * state.clock;
+    satellite.clock = state.clock - Part::GroupDelay(result, settings.ranges == FixSettings::Ranges::IonosphereFree);
     satellite.issue = Part::Issue(result);
     if (Part::Glonass && settings.glonassShift != nullptr) {
         settings.glonassShift->Forward(satellite.posn, satellite.posn);
@@ -159,6 +192,13 @@ void TakeState(const typename Part::Meas::Id& id, const GPSTime& reception, cons
     }
     satellite.use = SatelliteUse::Used;
     satellite.hasPlace = true;
+}
+
+void TakeCorrection(const FixCorrections& corrections, const GPSTime& t, FixSatellite& satellite) {
+    if (const auto found = corrections.Find(satellite.glonass, satellite.number, satellite.issue, t)) {
+        satellite.correction = found->range;
+        satellite.correctionAge = found->age;
+    }
 }
 
 // Whether the operator, or the health that the stores have put together, allows the satellite.
@@ -197,20 +237,21 @@ void FindOf(const typename Part::Meas::Set& set, bool wanted, const FixInputs& i
         if constexpr (Part::Glonass) satellite.channel = inputs.channels.Get(id);
         if (!wanted) {
             satellite.use = SatelliteUse::SystemOff;
-            continue;
-        }
-        if (!TakeRange<Part>(sv, settings, satellite)) {
+        } else if (!TakeRange<Part>(sv, settings, satellite)) {
             satellite.use = SatelliteUse::NoRange;
-            continue;
-        }
-        // The state of a satellite that is not used is found all the same, for its place in the sky.
-        const SatelliteUse measured = satellite.use;
-        const SatelliteUse health = CheckHealth(inputs.health, id);
-        TakeState<Part>(id, set.GetTime(), settings, ephemerides.get(), satellite);
-        if (health != SatelliteUse::Used) {
-            satellite.use = health;
-        } else if (measured != SatelliteUse::Used) {
-            satellite.use = measured;
+        } else {
+            // The state of a satellite that is not used is found all the same, for its place in the sky.
+            const SatelliteUse measured = satellite.use;
+            const SatelliteUse health = CheckHealth(inputs.health, id);
+            TakeState<Part>(id, set.GetTime(), settings, ephemerides.get(), satellite);
+            if (health != SatelliteUse::Used) {
+                satellite.use = health;
+            } else if (measured != SatelliteUse::Used) {
+                satellite.use = measured;
+            }
+            if (satellite.use == SatelliteUse::Used && inputs.corrections != nullptr) {
+                TakeCorrection(*inputs.corrections, set.GetTime(), satellite);
+            }
         }
         if (!satellite.hasPlace && inputs.almanac != nullptr) {
             satellite.hasPlace = inputs.almanac->CalculatePosn(id, set.GetTime(), satellite.posn);

@@ -10,8 +10,8 @@
 
 namespace Host {
 
-// Every satellite of the set, GPS before GLONASS, each in the order of the set: the range that the settings ask for and,
-// for those that may be used, the state at the time of transmission. That time is the time of reception by the
+// Every satellite of the set, GPS before GLONASS, each in the order of the set: the range that the settings ask for
+// and, for those that may be used, the state at the time of transmission. That time is the time of reception by the
 // receiver's clock less the range's flight time, less the satellite's clock: an error of the receiver's clock is in
 // both and cancels (IS-GPS-200, 20.3.3.3.3.1). A satellite that is there twice counts the first time.
 //

@@ -20,7 +20,7 @@ struct Sight {
         static_cast<void>(direction.Normalise(range));
     }
 
-private:
+    // A place of the time when the signal was sent, in the frame of its reception.
     // GPSEphemerisCalc::CalculateRotation to the second order of the angle, 1e-5 rad: the next one is 1e-8 m.
     [[nodiscard]] static GNSS::ECEF AtReception(const GNSS::ECEF& posn, double range) {
         const double angle = GNSS::GPSEphemeride::EarthRate.Radians() * (range / GNSS::LightSpeed);

@@ -14,15 +14,14 @@ StandardTroposphere::StandardTroposphere(const GNSS::Geog& place) {
     double pressure = 1013.25 * std::pow(temperature / 288.15, 5.25588);
     if (height > 11000.0) pressure *= std::exp(-(height - 11000.0) / 6341.6);
     const double vapour =
-        height > 11000.0 ? 0.0
-                         : 6.108 * Humidity * std::exp((17.15 * temperature - 4684.0) / (temperature - 38.45));
+        height > 11000.0 ? 0.0 : 6.108 * Humidity * std::exp((17.15 * temperature - 4684.0) / (temperature - 38.45));
     const double gravity = 1.0 - 0.00266 * std::cos(2.0 * place.GetPhi().Radians()) - 0.28e-6 * height;
     zenith_ = 0.0022768 * pressure / gravity + 0.002277 * (1255.0 / temperature + 0.05) * vapour;
 }
 
-double StandardTroposphere::GetDelay(double sinElevation) const {
+double StandardTroposphere::GetMapping(double sinElevation) {
     if (!(sinElevation > 0.0)) return 0.0;
-    return zenith_ * 1.001 / std::sqrt(0.002001 + sinElevation * sinElevation);
+    return 1.001 / std::sqrt(0.002001 + sinElevation * sinElevation);
 }
 
 }  // namespace Host
