@@ -28,6 +28,7 @@ struct Options {
     std::string form = "table";
     std::string positions;
     FixOptions fix;
+    bool asReceived = false;
     bool allWarnings = false;
     bool quiet = false;
     bool hasDate = false;
@@ -65,6 +66,7 @@ void Tell(const std::string& lines) {
 int Run(const Options& options) {
     RunRequest request;
     request.inputs = options.inputs;
+    request.asReceived = options.asReceived;
     if (const std::string fault = ReadFixOptions(options.fix, request); !fault.empty()) return Complain(fault), 2;
     Form form = Form::Table;
     if (!ParseForm(options.form, form)) return Complain("--form is table, csv or ndjson"), 2;
@@ -109,6 +111,8 @@ void AddRunCommand(CLI::App& program, int& exitCode) {
     command->add_option("--form", options->form, "of the positions: table, csv or ndjson")->capture_default_str();
     const CLI::Option* date = command->add_option(
         "--date", options->date, "about when it was, to half a week: for streams that tell no week (RTCM 3)");
+    command->add_flag("--as-received", options->asReceived,
+                      "use each ephemeris of a log only from when it was received, as live");
     command->add_flag("--warnings", options->allWarnings, "all events, not just the first few of each source");
     command->add_flag("--quiet", options->quiet, "no summary");
     AddFixOptions(*command, options->fix);
