@@ -170,7 +170,7 @@ void ConstellationArtist::Draw(DC& dc, const Style& style, bool fromCache) {
 template <typename Entries>
 void ConstellationArtist::DrawSatellites(DC& dc, const Style& style, const Entries& entries) const {
     constexpr bool isGPS = std::is_same_v<typename Entries::value_type, Constellation::SV>;
-    // The mark of an extra satellite stands above its number, within the symbol.
+    // The mark of an extra satellite stands on this line above its number, within the symbol.
     const std::int32_t raise = Rnd(0.15 * dc.GetFontMetrics().LineHeight());
 
     const auto draw = [&](const auto& entry) {
@@ -181,7 +181,7 @@ void ConstellationArtist::DrawSatellites(DC& dc, const Style& style, const Entri
         }
         dc.DrawText(*at, String::FormatInt(entry.GetId(), 2, true), {TextPlace::Centre, TextPlace::Middle});
         if constexpr (isGPS) {
-            if (entry.IsExtra()) dc.DrawText(*at - Point{0, raise}, "-", {TextPlace::Centre, TextPlace::Bottom});
+            if (entry.IsExtra()) dc.DrawText(*at - Point{0, raise}, "-", {TextPlace::Centre, TextPlace::Baseline});
         }
     };
     if (reversed_) {
@@ -243,52 +243,60 @@ void ConstellationArtist::DrawRings(DC& dc, const Style& style) const {
 }
 
 void ConstellationArtist::DrawCompass(DC& dc, const Style& style) const {
-    const bool letters = style.UseNESW();
     // Between ring and frame, each of which takes a pixel. A label stands two pixels off the ring if they are there.
     const std::int32_t free = room_ - 2;
-    const auto away = [&](std::int32_t extent) { return radius_ + std::clamp(free - extent, 0, 2); };
-    const auto write = [&](Point at, const String& text, TextPlace place) { dc.DrawText(at, text, place); };
+    // A label lies along the ring, or across that room.
+    const auto write = [&](const String& text, Point direction, const TextPlace& place, bool across = false) {
+        dc.SelectFont(FittingFont(dc, text, across ? free : Saturate(2 * std::int64_t{radius_})));
+        const Corvane::Size extent = dc.TextExtent(text);
+        std::int32_t distance = radius_ + std::clamp(free - (across ? extent.width : extent.height), 0, 2);
+        // A text that begins at a point covers that pixel, one that ends there does not.
+        if (direction.x + direction.y > 0) ++distance;
+        dc.DrawText({direction.x * distance, direction.y * distance}, text, place);
+    };
+    constexpr Point up{0, -1};
+    constexpr Point down{0, 1};
+    constexpr Point left{-1, 0};
+    constexpr Point right{1, 0};
 
-    dc.SelectFont(LabelFont(dc));
-    const std::int32_t line = away(dc.GetFontMetrics().LineHeight());
-    write({0, -line}, letters ? "N" : style.GetNorth(), {TextPlace::Centre, TextPlace::Bottom});
-    const String south = letters ? "S" : style.GetSouth();
-    if (style.AziRot1()) {
-        write({0, line + 1}, south, {TextPlace::Centre, TextPlace::Bottom, 180.0});
-    } else {
-        write({0, line + 1}, south, {TextPlace::Centre, TextPlace::Top});
-    }
-
-    const String west = letters ? "W" : style.GetWest();
-    const String east = letters ? "E" : style.GetEast();
-    if (style.AziRot()) {
-        // The side of a turned text that faces the ring: its lower one where it reads outwards, else its upper one.
-        if (style.AziRot1()) {
-            write({-line, 0}, west, {TextPlace::Centre, TextPlace::Bottom, 90.0});
-        } else {
-            write({-line, 0}, west, {TextPlace::Centre, TextPlace::Top, 270.0});
-        }
-        write({line + 1, 0}, east, {TextPlace::Centre, TextPlace::Bottom, 270.0});
+    if (style.UseNESW()) {
+        write("N", up, {TextPlace::Centre, TextPlace::Bottom});
+        write("S", down, {TextPlace::Centre, TextPlace::Top});
+        write("W", left, {TextPlace::Right, TextPlace::Middle}, true);
+        write("E", right, {TextPlace::Left, TextPlace::Middle}, true);
         return;
     }
-    dc.SelectFont(FittingFont(dc, west, free));
-    write({-away(dc.TextExtent(west).width), 0}, west, {TextPlace::Right, TextPlace::Middle});
-    dc.SelectFont(FittingFont(dc, east, free));
-    write({away(dc.TextExtent(east).width) + 1, 0}, east, {TextPlace::Left, TextPlace::Middle});
+    // The side of a text that faces the ring is its lower one where it reads outwards, else its upper one.
+    write(style.GetNorth(), up, {TextPlace::Centre, TextPlace::Bottom});
+    if (style.AziRot1()) {
+        write(style.GetSouth(), down, {TextPlace::Centre, TextPlace::Bottom, 180.0});
+        write(style.GetWest(), left, {TextPlace::Centre, TextPlace::Bottom, 90.0});
+    } else {
+        write(style.GetSouth(), down, {TextPlace::Centre, TextPlace::Top});
+        if (style.AziRot2()) {
+            write(style.GetWest(), left, {TextPlace::Centre, TextPlace::Top, 270.0});
+        } else {
+            write(style.GetWest(), left, {TextPlace::Right, TextPlace::Middle}, true);
+        }
+    }
+    if (style.AziRot()) {
+        write(style.GetEast(), right, {TextPlace::Centre, TextPlace::Bottom, 270.0});
+    } else {
+        write(style.GetEast(), right, {TextPlace::Left, TextPlace::Middle}, true);
+    }
 }
 
 void ConstellationArtist::DrawElevations(DC& dc) const {
     dc.SelectFont(LabelFont(dc));
-    const Corvane::Size number = dc.TextExtent("60");
-    // On rings that are closer than a line the labels would cover one another.
-    if (Rnd(30.0 * scale_) < number.height) return;
     dc.SetBackPen();
     dc.SetBackBrush();
     for (const int elevation : {60, 30}) {
-        const Point at{-(number.width / 2), Rnd((elevation - 90) * scale_) - number.height / 2};
-        dc.DrawRectangle({at, number});
+        const String number = String::FormatInt(elevation);
+        const Corvane::Size extent = dc.TextExtent(number);
+        const Point at{-(extent.width / 2), Rnd((elevation - 90) * scale_) - extent.height / 2};
+        dc.DrawRectangle({at, extent});
         // The number covers the rectangle; the degree sign stands beside it.
-        dc.DrawText(at, String::FormatInt(elevation) + "\xB0");
+        dc.DrawText(at, number + "\xB0");
     }
 }
 
@@ -299,7 +307,7 @@ ConstellationArtist::KeyLayout ConstellationArtist::LayOutKey(const DC& dc, cons
     const std::int32_t line = dc.GetFontMetrics(font).LineHeight();
     const std::int64_t side = 2 * std::int64_t{symbol_} + 1;
     const std::int64_t height = std::max<std::int64_t>(side, line);
-    key.gap = std::max(2, line / 4);
+    key.gap = std::max(2, line / 3);
 
     std::int64_t left = 0;
     std::int64_t top = 0;

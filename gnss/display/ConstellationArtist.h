@@ -15,7 +15,8 @@ namespace GNSS {
 
 // A polar view of the sky: the zenith in the centre, the horizon on the outer ring, north up and east to the right.
 // The plot is a square with its top left at the context's origin; the key stands apart, where the host moves the
-// origin. Everything is measured and written in the context's metric font, and leaves the context as it was.
+// origin. Everything is measured and written in the context's metric font, the plot's own labels 2 points smaller, and
+// leaves the context as it was.
 //
 // Where symbols overlap, they take turns on top: each time the delay has passed on the clock (pt::now), the next Draw
 // reverses the order in which it draws the satellites. A flip that is due later than one delay from now, because the
@@ -75,7 +76,7 @@ public:
     void Reverse();
     // Puts the next flip one delay from now.
     void ResetTimer();
-    // Whether the flip is due, so that the host draws again. True until the first Draw.
+    // Whether the flip is due, so that the host draws again. At first, and after Reset, it is.
     [[nodiscard]] bool RequiresRedraw() const;
 
     // Odd, and intended: GPS satellites are drawn first while GLONASS-first is set, GLONASS satellites while it is not.

@@ -77,8 +77,8 @@ public:
     [[nodiscard]] bool AziRot2() const { return aziStyle_ == AziEastUp; }
     [[nodiscard]] bool AziRot() const { return AziRot1() || AziRot2(); }
 
-    // The texts of the compass points where they are not letters. East and west are written smaller where they are too
-    // wide for the margin.
+    // The texts of the compass points where they are not letters; written smaller where they are too long for their
+    // room.
     [[nodiscard]] const Corvane::String& GetNorth() const { return north_; }
     void SetNorth(const Corvane::String& text) { north_ = text; }
     [[nodiscard]] const Corvane::String& GetEast() const { return east_; }

@@ -17,8 +17,8 @@ public:
     }
     DOP(double ee, double nn, double uu, double tt) { Set(ee, nn, uu, tt); }
 
-    // From variances of east, north, up and clock in units of a range's variance. Valid whatever they are; one below
-    // -1e-10 (or NaN) makes the figures NaN that contain it.
+    // From variances of east, north, up and clock in units of a range's variance. Valid whatever they are; a figure
+    // whose variances add up to less than -1e-10, or to NaN, is NaN.
     void Set(double ee, double nn, double uu, double tt);
     // From all satellites that the lists of the constellation hold, whatever their state and elevation; which of them
     // are there is for the caller to choose. A satellite that is there twice counts twice, as two ranges do.

@@ -17,7 +17,7 @@ namespace GNSS {
 
 // Takes over the statistics of an adjustment (see Corvane::LLSq), names the observation of each residual, and tells
 // which reference stations took part. A plain value; a copy has stations and residuals of its own. The default is of
-// no fix: everything 0, nothing tested, and no stations.
+// no fix: figures of 0, nothing tested (at 99 % and 80 %), and no stations.
 class GNSS_EXPORT UKOOA {
 public:
     class Desc;     // in UKOOADesc.h
@@ -45,11 +45,13 @@ public:
     ~UKOOA();
 
     // Takes over one adjustment whose first three unknowns are earth-centred coordinates in metres. The descriptions
-    // name its observations in their order; where the lists differ in length, what is beyond the shorter is dropped,
-    // and degrees of freedom are taken off for each observation without a description.
+    // name its observations in their order; where the lists differ in length, what is beyond the shorter is dropped.
+    // The degrees of freedom become fewer by the observations that have no description, and more by the descriptions
+    // that have no observation.
     //
     // The covariance of the position, earth-centred in m2, gives standard deviations and ellipse, both of one standard
-    // deviation. When the grid cannot take it the standard deviations are reset and the ellipse stays.
+    // deviation. When the grid cannot take it, or a variance is negative, the standard deviations are reset and the
+    // ellipse stays; it stays too when east and north are correlated by more than their variances allow.
     //
     // The stations of the observations that were not rejected become used; those that were used before stay so, which
     // is what a fix of several adjustments needs (ResetUsedStations starts afresh).

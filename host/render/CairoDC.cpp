@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 #include <numbers>
 #include <utility>
 #include <vector>
@@ -25,6 +26,10 @@ using Corvane::TextPlace;
 // Nothing is drawn further from the origin than this; every surface is smaller.
 constexpr double Far = 1e6;
 
+double Held(double coordinate) {
+    return std::clamp(coordinate, -Far, Far);
+}
+
 // The middle of a pixel.
 Vertex Middle(Corvane::Point p) {
     return {p.x + 0.5, p.y + 0.5};
@@ -40,28 +45,52 @@ bool IsDashed(const Pen& pen) {
 
 }  // namespace
 
+// What has been drawn on a canvas of lines and text, to be drawn again where it is copied to.
+struct CairoDC::Recorded {
+    Pen pen;
+    Brush brush;
+    Corvane::Colour textColour;
+    Corvane::Font font;
+    std::function<void(CairoDC&)> draw;
+};
+
 class CairoDC::Surface {
 public:
     Surface(PictureKind kind, Corvane::Size size, int density)
-        : cairo_(kind, size, density), text_(std::make_shared<TextLayouts>()) {}
-    Surface(const Surface& picture, Corvane::Size size) : cairo_(picture.cairo_, size), text_(picture.text_) {}
+        : cairo_(std::make_unique<CairoSurface>(kind, size, density)),
+          kind_(kind),
+          size_(size),
+          text_(std::make_shared<TextLayouts>()) {}
+    Surface(const Surface& picture, Corvane::Size size) : kind_(picture.kind_), size_(size), text_(picture.text_) {
+        if (kind_ == PictureKind::Png) cairo_ = std::make_unique<CairoSurface>(*picture.cairo_, size);
+    }
 
-    [[nodiscard]] CairoSurface& Cairo() { return cairo_; }
-    [[nodiscard]] const CairoSurface& Cairo() const { return cairo_; }
-    [[nodiscard]] cairo_t* Context() const { return cairo_.Context(); }
+    [[nodiscard]] PictureKind GetKind() const { return kind_; }
+    [[nodiscard]] Corvane::Size GetSize() const { return size_; }
+    [[nodiscard]] bool IsGood() const { return IsRecording() || cairo_->IsGood(); }
     [[nodiscard]] TextLayouts& Text() const { return *text_; }
 
-    // The surface and enough around it that what happens there does not show.
+    // A canvas of lines and text; it has no surface of Cairo.
+    [[nodiscard]] bool IsRecording() const { return cairo_ == nullptr; }
+    void Record(Recorded recorded) { recorded_.push_back(std::move(recorded)); }
+    [[nodiscard]] const std::vector<Recorded>& GetRecorded() const { return recorded_; }
+
+    [[nodiscard]] CairoSurface& Cairo() { return *cairo_; }
+    [[nodiscard]] const CairoSurface& Cairo() const { return *cairo_; }
+    [[nodiscard]] cairo_t* Context() const { return cairo_->Context(); }
+
+    // What can be seen and enough around it that what happens there does not show.
     [[nodiscard]] ClipBox Around(const Pen& pen) const {
         const double margin = pen.width + 2.0;
-        const Corvane::Size size = cairo_.GetSize();
-        return {-margin, -margin, size.width + margin, size.height + margin};
+        ClipBox box;
+        cairo_clip_extents(Context(), &box.left, &box.top, &box.right, &box.bottom);
+        return {box.left - margin, box.top - margin, box.right + margin, box.bottom + margin};
     }
 
     // Strokes the path. A length is that of a closed path, on which a whole number of dashes is to lie.
     void Stroke(const Pen& pen, double length = 0.0) const {
         cairo_t* cr = Context();
-        cairo_.SetColour(pen.colour);
+        cairo_->SetColour(pen.colour);
         cairo_set_line_width(cr, pen.width);
         if (IsDashed(pen)) {
             const auto& pattern = pen.style == Pen::Dash ? DashPattern : DotPattern;
@@ -77,13 +106,16 @@ public:
         cairo_stroke(cr);
     }
     void Fill(const Brush& brush) const {
-        cairo_.SetColour(brush.colour);
+        cairo_->SetColour(brush.colour);
         cairo_fill(Context());
     }
 
 private:
-    CairoSurface cairo_;
+    std::unique_ptr<CairoSurface> cairo_;
+    PictureKind kind_;
+    Corvane::Size size_;
     std::shared_ptr<TextLayouts> text_;  // shared with the canvases
+    std::vector<Recorded> recorded_;
 };
 
 std::string CairoDC::Check(PictureKind kind, Corvane::Size size, int density) {
@@ -109,7 +141,7 @@ std::string CairoDC::Check(PictureKind kind, Corvane::Size size, int density) {
 std::unique_ptr<CairoDC> CairoDC::Make(PictureKind kind, Corvane::Size size, int density) {
     if (!Check(kind, size, density).empty()) return nullptr;
     auto surface = std::make_unique<Surface>(kind, size, density);
-    if (!surface->Cairo().IsGood()) return nullptr;
+    if (!surface->IsGood()) return nullptr;
     return std::unique_ptr<CairoDC>(new CairoDC(std::move(surface)));
 }
 
@@ -118,19 +150,25 @@ CairoDC::CairoDC(std::unique_ptr<Surface> surface) : surface_(std::move(surface)
 CairoDC::~CairoDC() = default;
 
 Corvane::Size CairoDC::GetSize() const {
-    return surface_->Cairo().GetSize();
+    return surface_->GetSize();
 }
 
 PictureKind CairoDC::GetKind() const {
-    return surface_->Cairo().GetKind();
+    return surface_->GetKind();
+}
+
+int CairoDC::GetDensity() const {
+    return surface_->IsRecording() ? 1 : surface_->Cairo().GetDensity();
 }
 
 bool CairoDC::Encode(std::string& bytes, std::string& failure) {
-    return surface_->Cairo().Encode(bytes, failure);
+    if (!surface_->IsRecording()) return surface_->Cairo().Encode(bytes, failure);
+    failure = "a canvas is no picture";
+    return false;
 }
 
 Corvane::Colour CairoDC::GetPixel(Corvane::Point at) const {
-    return surface_->Cairo().GetPixel(at);
+    return surface_->IsRecording() ? Corvane::Colour::Transparent : surface_->Cairo().GetPixel(at);
 }
 
 Corvane::FontMetrics CairoDC::MeasureFont(const Corvane::Font& font) const {
@@ -143,13 +181,19 @@ std::int32_t CairoDC::MeasureText(const Corvane::String& text, const Corvane::Fo
 
 void CairoDC::PaintLine(Corvane::Point from, Corvane::Point to) {
     const Pen& pen = GetPen();
-    if (pen.IsNone()) return;
+    if (pen.IsNone() || Record([=](CairoDC& dc) { dc.PaintLine(from, to); })) return;
     std::array<Vertex, 2> ends = {Middle(from), Middle(to)};
     if (!ClipLine(ends, surface_->Around(pen))) return;
     cairo_t* cr = surface_->Context();
-    Vertex along{ends[1].x - ends[0].x, ends[1].y - ends[0].y};
+    const Vertex along{ends[1].x - ends[0].x, ends[1].y - ends[0].y};
     const double length = std::hypot(along.x, along.y);
-    if (IsDashed(pen) && length > 0.0) {
+    if (length == 0.0) {
+        // A line without a direction is nothing to Cairo.
+        cairo_rectangle(cr, ends[0].x - pen.width / 2.0, ends[0].y - pen.width / 2.0, pen.width, pen.width);
+        surface_->Fill(Brush{pen.colour});
+        return;
+    }
+    if (IsDashed(pen)) {
         // Dashes have no caps: the line itself reaches to the ends of its first and last pixel.
         const double half = pen.width / 2.0 / length;
         cairo_move_to(cr, ends[0].x - half * along.x, ends[0].y - half * along.y);
@@ -163,6 +207,7 @@ void CairoDC::PaintLine(Corvane::Point from, Corvane::Point to) {
 }
 
 void CairoDC::PaintRectangle(const Corvane::Rect& rect) {
+    if (Record([=](CairoDC& dc) { dc.PaintRectangle(rect); })) return;
     const Pen& pen = GetPen();
     const Brush& brush = GetBrush();
     const ClipBox box = surface_->Around(pen);
@@ -181,6 +226,7 @@ void CairoDC::PaintRectangle(const Corvane::Rect& rect) {
 }
 
 void CairoDC::PaintCircle(Corvane::Point centre, double radiusPixels) {
+    if (Record([=](CairoDC& dc) { dc.PaintCircle(centre, radiusPixels); })) return;
     const Pen& pen = GetPen();
     const Brush& brush = GetBrush();
     const Vertex middle = Middle(centre);
@@ -201,6 +247,10 @@ void CairoDC::PaintCircle(Corvane::Point centre, double radiusPixels) {
 }
 
 void CairoDC::PaintPolygon(std::span<const Corvane::Point> corners, Corvane::Point at) {
+    if (Record([copy = std::vector<Corvane::Point>(corners.begin(), corners.end()), at](CairoDC& dc) {
+            dc.PaintPolygon(copy, at);
+        }))
+        return;
     const Pen& pen = GetPen();
     const Brush& brush = GetBrush();
     std::vector<Vertex> outline;
@@ -227,6 +277,7 @@ void CairoDC::PaintPolygon(std::span<const Corvane::Point> corners, Corvane::Poi
 
 void CairoDC::PaintText(Corvane::Point at, const Corvane::String& text, const TextPlace& place) {
     if (GetTextColour().alpha == 0 || text.IsEmpty()) return;
+    if (Record([=](CairoDC& dc) { dc.PaintText(at, text, place); })) return;
     TextLayouts& texts = surface_->Text();
     const Corvane::FontMetrics metrics = texts.Measure(GetFont());
     const double capHeight = texts.CapHeight(GetFont());
@@ -244,35 +295,63 @@ void CairoDC::PaintText(Corvane::Point at, const Corvane::String& text, const Te
     cairo_t* cr = surface_->Context();
     cairo_save(cr);
     const Vertex middle = Middle(at);
-    cairo_translate(cr, std::clamp(middle.x, -Far, Far), std::clamp(middle.y, -Far, Far));
+    cairo_translate(cr, Held(middle.x), Held(middle.y));
     if (place.rotation != 0.0) cairo_rotate(cr, -place.rotation * (std::numbers::pi / 180.0));
     surface_->Cairo().SetColour(GetTextColour());
     cairo_move_to(cr, x, y - laid.baseline);
-    if (getenv("PATHTEXT") && GetKind() == PictureKind::Png) {
-        pango_cairo_layout_path(cr, laid.layout.get());
-        cairo_fill(cr);
-    } else {
-        pango_cairo_show_layout(cr, laid.layout.get());
-    }
+    pango_cairo_show_layout(cr, laid.layout.get());
     cairo_restore(cr);
     cairo_new_path(cr);
 }
 
 bool CairoDC::PaintCanvas(const Corvane::DC& canvas, Corvane::Point at) {
     const auto* from = dynamic_cast<const CairoDC*>(&canvas);
-    if (from == nullptr || !surface_->Cairo().CanCopy(from->surface_->Cairo())) return false;
+    if (from == nullptr || from == this || from->GetKind() != GetKind() || from->GetDensity() != GetDensity())
+        return false;
+    if (GetKind() != PictureKind::Png && !from->surface_->IsRecording()) return false;
+    if (surface_->IsRecording()) {
+        // As it is now: the canvas may be drawn on again, or be gone, when this one is copied.
+        const auto now = std::make_shared<const std::vector<Recorded>>(from->surface_->GetRecorded());
+        return Record([now, at, size = from->GetSize()](CairoDC& dc) { dc.Replay(*now, size, at); });
+    }
+    if (from->surface_->IsRecording()) {
+        Replay(from->surface_->GetRecorded(), from->GetSize(), at);
+        return true;
+    }
     cairo_t* cr = surface_->Context();
-    cairo_set_source_surface(cr, from->surface_->Cairo().Get(), std::clamp(double{1} * at.x, -Far, Far),
-                             std::clamp(double{1} * at.y, -Far, Far));
+    cairo_set_source_surface(cr, from->surface_->Cairo().Get(), Held(at.x), Held(at.y));
     cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_NEAREST);
     cairo_paint(cr);
     return true;
 }
 
+bool CairoDC::Record(std::function<void(CairoDC&)> draw) {
+    if (!surface_->IsRecording()) return false;
+    surface_->Record({GetPen(), GetBrush(), GetTextColour(), GetFont(), std::move(draw)});
+    return true;
+}
+
+void CairoDC::Replay(const std::vector<Recorded>& recorded, Corvane::Size size, Corvane::Point at) {
+    const Scope scope(*this);
+    cairo_t* cr = surface_->Context();
+    cairo_save(cr);
+    cairo_translate(cr, Held(at.x), Held(at.y));
+    cairo_rectangle(cr, 0.0, 0.0, size.width, size.height);
+    cairo_clip(cr);
+    for (const Recorded& call : recorded) {
+        SetPen(call.pen);
+        SetBrush(call.brush);
+        SetTextColour(call.textColour);
+        SelectFont(call.font);
+        call.draw(*this);
+    }
+    cairo_restore(cr);
+}
+
 std::unique_ptr<Corvane::DC> CairoDC::MakeCanvas(Corvane::Size size) const {
-    if (!Check(GetKind(), size, surface_->Cairo().GetDensity()).empty()) return nullptr;
+    if (!Check(GetKind(), size, GetDensity()).empty()) return nullptr;
     auto surface = std::make_unique<Surface>(*surface_, size);
-    if (!surface->Cairo().IsGood()) return nullptr;
+    if (!surface->IsGood()) return nullptr;
     return std::unique_ptr<DC>(new CairoDC(std::move(surface)));
 }
 

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "gnss/platform/DC.h"
 
@@ -26,6 +28,7 @@ enum class PictureKind : std::int32_t {
 // The density, for PNG alone, is the number of pixels of the picture for one of the coordinates: 1 for a normal screen,
 // 2 for one of double density. A surface of Png is white at first, those of the other kinds are empty; a canvas is
 // empty, and copies what is drawn on it as it was drawn: as pixels for PNG, as lines and text for the others.
+// It shares its fonts with the context that made it; both are used by one thread at a time.
 class CairoDC final : public Corvane::DC {
 public:
     static constexpr int MaxDensity = 4;
@@ -62,7 +65,13 @@ protected:
 
 private:
     class Surface;
+    struct Recorded;
     explicit CairoDC(std::unique_ptr<Surface> surface);
+
+    [[nodiscard]] int GetDensity() const;
+    // Keeps a call for the time when this canvas is copied; false on a surface that is drawn on at once.
+    bool Record(std::function<void(CairoDC&)> draw);
+    void Replay(const std::vector<Recorded>& recorded, Corvane::Size size, Corvane::Point at);
 
     std::unique_ptr<Surface> surface_;
 };

@@ -1,8 +1,11 @@
 #include "host/render/CairoSurface.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <exception>
+#include <map>
+#include <string_view>
 
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
@@ -20,6 +23,39 @@ cairo_status_t Append(void* to, const unsigned char* data, unsigned int size) {
         return CAIRO_STATUS_NO_MEMORY;
     }
     return CAIRO_STATUS_SUCCESS;
+}
+
+// Cairo's names of surfaces and images in SVG count everything that the process has made so far. Numbered from 0 in the
+// order in which they appear instead, they are the same for the same picture.
+std::string NumberAfresh(std::string_view svg) {
+    std::map<std::string_view, std::size_t> numbers;
+    std::string out;
+    out.reserve(svg.size());
+    constexpr std::array<std::string_view, 2> Names = {"surface", "image"};
+    while (!svg.empty()) {
+        // A name stands behind id=" or behind the # of a reference.
+        const std::size_t begin = std::min(svg.find_first_of("\"#"), svg.size() - 1) + 1;
+        out += svg.substr(0, begin);
+        svg.remove_prefix(begin);
+        for (const std::string_view name : Names) {
+            if (!svg.starts_with(name)) continue;
+            const std::size_t end = std::min(svg.find_first_not_of("0123456789", name.size()), svg.size());
+            if (end == name.size()) continue;
+            out += name;
+            out += std::to_string(numbers.emplace(svg.substr(0, end), numbers.size()).first->second);
+            svg.remove_prefix(end);
+            break;
+        }
+    }
+    return out;
+}
+
+// The date of creation in the description of a PDF, which Cairo always writes, gives way to blanks: it need not be
+// there, and the table of places in the file stays right.
+void BlankDate(std::string& pdf) {
+    const std::size_t begin = pdf.rfind("/CreationDate (");
+    const std::size_t end = begin == std::string::npos ? begin : pdf.find(')', begin);
+    if (end != std::string::npos) std::fill(pdf.data() + begin, pdf.data() + end + 1, ' ');
 }
 
 }  // namespace
@@ -47,13 +83,11 @@ CairoSurface::CairoSurface(PictureKind kind, Corvane::Size size, int density)
 }
 
 CairoSurface::CairoSurface(const CairoSurface& picture, Corvane::Size size)
-    : kind_(picture.kind_), size_(size), density_(picture.density_), isCanvas_(true) {
-    if (kind_ == PictureKind::Png) {
-        surface_ = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, size.width * density_, size.height * density_);
-    } else {
-        const cairo_rectangle_t extent{0.0, 0.0, static_cast<double>(size.width), static_cast<double>(size.height)};
-        surface_ = cairo_recording_surface_create(CAIRO_CONTENT_COLOR_ALPHA, &extent);
-    }
+    : kind_(picture.kind_),
+      size_(size),
+      density_(picture.density_),
+      isCanvas_(true),
+      surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, size.width * density_, size.height * density_)) {
     Begin();
 }
 
@@ -65,17 +99,12 @@ CairoSurface::~CairoSurface() {
 void CairoSurface::Begin() {
     if (kind_ == PictureKind::Png) cairo_surface_set_device_scale(surface_, density_, density_);
     context_ = cairo_create(surface_);
-    if (kind_ == PictureKind::Pdf && !isCanvas_) cairo_scale(context_, PointsPerPixel, PointsPerPixel);
+    if (kind_ == PictureKind::Pdf) cairo_scale(context_, PointsPerPixel, PointsPerPixel);
     cairo_set_line_width(context_, 1.0);
 }
 
 bool CairoSurface::IsGood() const {
     return cairo_status(context_) == CAIRO_STATUS_SUCCESS;
-}
-
-bool CairoSurface::CanCopy(const CairoSurface& from) const {
-    if (&from == this || from.kind_ != kind_ || from.density_ != density_) return false;
-    return kind_ == PictureKind::Png || from.isCanvas_;
 }
 
 void CairoSurface::SetColour(Corvane::Colour colour, double opacity) const {
@@ -112,7 +141,8 @@ bool CairoSurface::Encode(std::string& bytes, std::string& failure) {
         failure = cairo_status_to_string(status);
         return false;
     }
-    bytes = std::move(bytes_);
+    bytes = kind_ == PictureKind::Svg ? NumberAfresh(bytes_) : std::move(bytes_);
+    if (kind_ == PictureKind::Pdf) BlankDate(bytes);
     bytes_.clear();
     return true;
 }

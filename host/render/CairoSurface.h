@@ -16,7 +16,7 @@ class CairoSurface {
 public:
     // A picture that CairoDC::Check has nothing to say about.
     CairoSurface(PictureKind kind, Corvane::Size size, int density);
-    // A canvas for a picture: pixels of the same density, or a recording.
+    // A canvas of pixels for a PNG.
     CairoSurface(const CairoSurface& picture, Corvane::Size size);
     CairoSurface(const CairoSurface&) = delete;
     CairoSurface& operator=(const CairoSurface&) = delete;
@@ -27,9 +27,6 @@ public:
     [[nodiscard]] int GetDensity() const { return density_; }
     // Whether there was memory for it.
     [[nodiscard]] bool IsGood() const;
-    // Whether it can be drawn on this one.
-    [[nodiscard]] bool CanCopy(const CairoSurface& from) const;
-
     [[nodiscard]] cairo_t* Context() const { return context_; }
     [[nodiscard]] cairo_surface_t* Get() const { return surface_; }
     void SetColour(Corvane::Colour colour, double opacity = 1.0) const;

@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "gnss/display/ConstellationStyle.h"
 #include "gnss/platform/Colour.h"
 #include "gnss/platform/DC.h"
 #include "gnss/platform/Style.h"
@@ -30,6 +31,8 @@ struct Palette {
 
     // Clears the surface and sets the colours of text, lines and ground.
     void Begin(Corvane::DC& dc) const;
+    // Adds the states to the colours of a sky plot.
+    void AddTo(GNSS::ConstellationArtist::Style& style) const;
     // For tables.
     [[nodiscard]] Corvane::Style::List MakeStyles() const;
 

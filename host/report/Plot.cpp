@@ -2,15 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cairo.h>
 #include <cmath>
 #include <limits>
-#include <memory>
 
-#include <cairo-svg.h>
 #include <fmt/format.h>
 
-#include "host/report/Sink.h"
+#include "host/render/CairoSurface.h"
+#include "host/render/PictureFile.h"
 
 namespace Host {
 
@@ -53,46 +51,37 @@ std::string Label(double value, double step) {
 
 class Canvas {
 public:
-    explicit Canvas(cairo_surface_t* surface) : surface_(surface), cr_(cairo_create(surface)) {}
-    Canvas(const Canvas&) = delete;
-    Canvas& operator=(const Canvas&) = delete;
-    ~Canvas() {
-        cairo_destroy(cr_);
-        cairo_surface_destroy(surface_);
-    }
+    Canvas(PictureKind kind, int width, int height) : surface_(kind, {width, height}, 1) {}
 
-    [[nodiscard]] cairo_t* Get() const { return cr_; }
-    [[nodiscard]] cairo_surface_t* Surface() const { return surface_; }
+    [[nodiscard]] cairo_t* Get() const { return surface_.Context(); }
+    [[nodiscard]] bool Encode(std::string& bytes, std::string& failure) { return surface_.Encode(bytes, failure); }
 
-    void Colour(Corvane::Colour c, double alpha = 1.0) {
-        cairo_set_source_rgba(cr_, c.red / 255.0, c.green / 255.0, c.blue / 255.0, alpha * c.alpha / 255.0);
-    }
+    void Colour(Corvane::Colour c, double opacity = 1.0) { surface_.SetColour(c, opacity); }
     void Font(double size, bool bold = false) {
-        cairo_select_font_face(cr_, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
+        cairo_select_font_face(Get(), "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
                                bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-        cairo_set_font_size(cr_, size);
+        cairo_set_font_size(Get(), size);
     }
     // Text whose anchor, from 0 (left) to 1 (right), stands at x on the base line y.
     void Text(const std::string& text, double x, double y, double anchor) {
         cairo_text_extents_t extents;
-        cairo_text_extents(cr_, text.c_str(), &extents);
-        cairo_move_to(cr_, x - anchor * extents.x_advance, y);
-        cairo_show_text(cr_, text.c_str());
+        cairo_text_extents(Get(), text.c_str(), &extents);
+        cairo_move_to(Get(), x - anchor * extents.x_advance, y);
+        cairo_show_text(Get(), text.c_str());
     }
     [[nodiscard]] double Width(const std::string& text) {
         cairo_text_extents_t extents;
-        cairo_text_extents(cr_, text.c_str(), &extents);
+        cairo_text_extents(Get(), text.c_str(), &extents);
         return extents.x_advance;
     }
     void Line(double x0, double y0, double x1, double y1) {
-        cairo_move_to(cr_, x0, y0);
-        cairo_line_to(cr_, x1, y1);
-        cairo_stroke(cr_);
+        cairo_move_to(Get(), x0, y0);
+        cairo_line_to(Get(), x1, y1);
+        cairo_stroke(Get());
     }
 
 private:
-    cairo_surface_t* surface_;
-    cairo_t* cr_;
+    CairoSurface surface_;
 };
 
 void DrawFrame(Canvas& canvas, const Plot& plot, const Axis& x, const Axis& y) {
@@ -198,13 +187,6 @@ void Draw(Canvas& canvas, const Plot& plot) {
     DrawKey(canvas, plot);
 }
 
-// The system's reason for a failure is with the sink.
-cairo_status_t WriteToSink(void* sink, const unsigned char* data, unsigned int size) {
-    auto& to = *static_cast<Sink*>(sink);
-    to.Write({reinterpret_cast<const char*>(data), size});
-    return to.IsGood() ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_WRITE_ERROR;
-}
-
 }  // namespace
 
 bool Plot::HasKnownEnding(std::string_view path) {
@@ -213,27 +195,13 @@ bool Plot::HasKnownEnding(std::string_view path) {
 
 std::string Plot::Save(const std::string& path) const {
     if (!HasKnownEnding(path)) return path + ": a plot's file ends in .svg or .png";
-    Sink sink(path);
-    if (!sink.IsGood()) return sink.Close();
-    cairo_status_t status = CAIRO_STATUS_SUCCESS;
-    {
-        const bool isSvg = path.ends_with(".svg");
-        Canvas canvas(isSvg ? cairo_svg_surface_create_for_stream(WriteToSink, &sink, width, height)
-                            : cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
-        Draw(canvas, *this);
-        status = cairo_status(canvas.Get());
-        if (status == CAIRO_STATUS_SUCCESS) {
-            if (isSvg) {
-                cairo_surface_finish(canvas.Surface());
-                status = cairo_surface_status(canvas.Surface());
-            } else {
-                status = cairo_surface_write_to_png_stream(canvas.Surface(), WriteToSink, &sink);
-            }
-        }
-    }
-    std::string failure = sink.Close();
-    if (failure.empty() && status != CAIRO_STATUS_SUCCESS) failure = path + ": " + cairo_status_to_string(status);
-    return failure;
+    std::string failure = PictureFile::Check(path, {width, height});
+    if (!failure.empty()) return failure;
+    Canvas canvas(*KindOfPicture(path), width, height);
+    Draw(canvas, *this);
+    std::string bytes;
+    if (!canvas.Encode(bytes, failure)) return path + ": " + failure;
+    return WriteWholeFile(path, bytes);
 }
 
 Corvane::Colour DistinctColour(std::size_t number) {

@@ -28,12 +28,13 @@ struct Plot {
     std::string yLabel;
     std::vector<Series> series;
     bool yFromZero = false;
-    int width = 1000;  // pixels, or points of the SVG
+    int width = 1000;  // pixels
     int height = 520;
 
     // Whether the name of a file ends in .svg or .png.
     [[nodiscard]] static bool HasKnownEnding(std::string_view path);
-    // Draws into such a file. Empty, or what went wrong with the name of the file.
+    // Draws into such a file, which is written whole or not at all. Empty, or what went wrong with the name of the
+    // file.
     [[nodiscard]] std::string Save(const std::string& path) const;
 };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -95,6 +97,69 @@ TEST_F(ConstellationArtistTest, BackgroundInItsOrder) {
                      "rectangle (99,40) 8x7 pen #ffffff brush #ffffff", "text \"30\xB0\" (99,40) left top #000000 8"}));
 }
 
+TEST_F(ConstellationArtistTest, ArgumentsOfAStyleInTheirOrder) {
+    for (int on = 0; on < 6; ++on) {
+        const Style style(on == 0, on == 1, Style::AziRing, on == 2, on == 3, on == 4, on == 5);
+        const bool flags[] = {style.HasBorder(), style.HasCircles(), style.HasDiag(),
+                              style.HasElev(),   style.ShowNorvi(),  style.HasSquares()};
+        for (int i = 0; i < 6; ++i) EXPECT_EQ(flags[i], i == on) << i << " " << on;
+    }
+}
+
+TEST_F(ConstellationArtistTest, MarginsLeaveRoomForLabelsSymbolsAndBorder) {
+    const struct {
+        bool border, circles;
+        Style::AziStyle aziStyle;
+        int size, margin, centre, radius;
+    } cases[] = {
+        {false, true, Style::AziNone, 206, 9, 103, 94},  // half of "000"
+        {false, true, Style::AziNone, 207, 9, 103, 95},  // from 94.5
+        {true, false, Style::AziNone, 206, 12, 103, 91},
+        {true, true, Style::AziNone, 206, 15, 103, 88},      // the border's room twice
+        {true, true, Style::AziNESW, 206, 13, 103, 90},      // a line, which is more than a "W"
+        {false, true, Style::AziUpright, 206, 24, 103, 79},  // "270\xB0"
+        {false, true, Style::AziRing, 206, 10, 103, 93},
+        {true, true, Style::AziEastUp, 206, 13, 103, 90},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.border << c.circles << c.aziStyle << " " << c.size);
+        artist_.Init(dc_, Style(c.border, c.circles, c.aziStyle, false, false, false, false), c.size, 1000);
+        EXPECT_EQ(artist_.GetMargin(), c.margin);
+        EXPECT_EQ(artist_.GetCentre(), c.centre);
+        EXPECT_EQ(artist_.GetRadius(), c.radius);
+        EXPECT_DOUBLE_EQ(artist_.GetElevScale(), (c.size - 2 * c.margin) / 180.0);
+    }
+}
+
+TEST_F(ConstellationArtistTest, CompassTextsOfEveryStyle) {
+    const struct {
+        Style::AziStyle aziStyle;
+        Lines texts;
+    } cases[] = {
+        {Style::AziNone, {}},
+        {Style::AziUpright,
+         {"360\xB0 centre bottom", "180\xB0 centre top", "270\xB0 right middle", "90\xB0 left middle"}},
+        {Style::AziRing,
+         {"360\xB0 centre bottom", "180\xB0 centre bottom turned 180", "270\xB0 centre bottom turned 90",
+          "90\xB0 centre bottom turned 270"}},
+        {Style::AziEastUp,
+         {"360\xB0 centre bottom", "180\xB0 centre top", "270\xB0 centre top turned 270",
+          "90\xB0 centre bottom turned 270"}},
+    };
+    for (const auto& c : cases) {
+        const Style style(false, true, c.aziStyle, false, false, false, false);
+        artist_.Init(dc_, style, 206, 1000);
+        dc_.Forget();
+        artist_.DrawBackgrnd(dc_, style);
+        Lines texts;
+        for (const DrawCall& call : dc_.Calls(DrawCall::Text)) {
+            texts.push_back(call.text + " " + tests::Print(call.place));
+            EXPECT_EQ(call.font.points, 8);
+        }
+        EXPECT_EQ(texts, c.texts);
+    }
+}
+
 TEST_F(ConstellationArtistTest, PlacesSatellites) {
     const struct {
         double elevation, azimuth;
@@ -131,7 +196,7 @@ TEST_F(ConstellationArtistTest, SymbolsMarksAndModes) {
     artist_.SetMode(DopArt::GPSOnly);
     EXPECT_EQ(Drawn(style), (Lines{"canvas (0,0) 206x206", "circle (103,103) radius 9.00 pen #000000 brush #0000ff",
                                    "text \"05\" (103,103) centre middle #000000 10",
-                                   "text \"-\" (103,101) centre bottom #000000 10"}));
+                                   "text \"-\" (103,101) centre baseline #000000 10"}));
     artist_.SetMode(DopArt::GlonassOnly);
     EXPECT_EQ(Drawn(style),
               (Lines{"canvas (0,0) 206x206", "polygon (154,94) (172,94) (172,112) (154,112) pen #000000 brush #ffffff",
@@ -195,23 +260,17 @@ TEST_F(ConstellationArtistTest, OrderAlternatesByTheClock) {
 TEST_F(ConstellationArtistTest, CacheAndFreshDrawingGiveOnePicture) {
     constellation_.Add(GNSS::PRN(5), Degrees(10), Degrees(20), 1, true);
     dc_.SetBackColour(Colour::Grey);
-    for (const int size : {206, ConstellationArtist::MaxCanvas + 1}) {
-        artist_.Init(dc_, MakeStyle(), size, 1000);
-        Lines copied = Drawn(MakeStyle());
-        if (size == 206) {
-            ASSERT_EQ(copied[0], "canvas (0,0) 206x206");
-            copied.erase(copied.begin());
-            const std::vector<DrawCall> canvas = dc_.Calls()[0].content;
-            for (auto call = canvas.rbegin(); call != canvas.rend(); ++call) {
-                copied.insert(copied.begin(), call->Print());
-            }
-        }
-        EXPECT_EQ(Drawn(MakeStyle(), false), copied);
-        EXPECT_EQ(copied[0].substr(0, 15), "rectangle (0,0)");  // the ground
-    }
+    artist_.Init(dc_, MakeStyle(), 206, 1000);
+    const Lines copied = Drawn(MakeStyle());
+    ASSERT_EQ(copied[0], "canvas (0,0) 206x206");
+    Lines whole;
+    for (const DrawCall& call : dc_.Calls()[0].content) whole.push_back(call.Print());
+    whole.insert(whole.end(), copied.begin() + 1, copied.end());
+    EXPECT_EQ(Drawn(MakeStyle(), false), whole);
+    EXPECT_EQ(whole[0], "rectangle (0,0) 205x205 pen #808080 brush #808080");  // the ground
 }
 
-// Every label of every style stands outside the ring, inside the frame and clear of the others.
+// Every compass text of every style stands outside the ring, inside the frame and clear of the others.
 TEST_F(ConstellationArtistTest, LabelsHaveTheirRoom) {
     for (const int points : {5, 8, 10, 13, 24}) {
         for (const int size : {150, 301, 600, 1999}) {
@@ -220,7 +279,7 @@ TEST_F(ConstellationArtistTest, LabelsHaveTheirRoom) {
                             false, true);
                 if (variant >= 8) {
                     style.SetWest("Westwards");
-                    style.SetEast("Eastwards");
+                    style.SetEast("Far eastwards");
                 }
                 RecordingDC dc({size, size});
                 dc.SetMetricFont({{}, points});
@@ -236,11 +295,15 @@ TEST_F(ConstellationArtistTest, LabelsHaveTheirRoom) {
                 const Rect ring = dc.Calls(DrawCall::Circle)[0].bounds;
                 EXPECT_TRUE(inside.Contains(ring));
                 const auto texts = dc.Calls(DrawCall::Text);
-                ASSERT_GE(texts.size(), 4U);
+                ASSERT_EQ(texts.size(), 6U);
+                // The two elevations come closer than a line on the smallest plots.
+                const std::size_t apart = 30.0 * artist_.GetElevScale() < points ? 4 : 6;
                 for (std::size_t i = 0; i < texts.size(); ++i) {
                     EXPECT_TRUE(inside.Contains(texts[i].bounds)) << texts[i];
                     EXPECT_EQ(texts[i].bounds.Overlaps(ring), i >= 4) << texts[i];
-                    EXPECT_EQ(Overlaps(texts, i), 0) << texts[i];
+                    if (i < apart) {
+                        EXPECT_EQ(Overlaps(texts, i), 0) << texts[i];
+                    }
                 }
             }
         }
@@ -264,7 +327,9 @@ TEST_F(ConstellationArtistTest, AnySizeIsDefined) {
 
 TEST_F(ConstellationArtistTest, KeyWrapsWithinThePlotAndIsAsWideAsItSays) {
     Style style = MakeStyle();
-    for (int i = 0; i < 12; ++i) style.AddColour(i, Colour::Grey, "Rejected\nby test " + std::string(i, 'i'));
+    for (const char* const kind : {"by test", "by mask, or by the operator"}) {
+        for (int i = 0; i < 6; ++i) style.AddColour(i, Colour::Grey, std::string("Rejected\n") + kind);
+    }
     EXPECT_EQ(artist_.GetKeyWidth(dc_, style), 0);  // before Init
     for (const int size : {10, 60, 100, 206, 1000}) {
         for (const auto mode : {DopArt::GPSOnly, DopArt::GlonassOnly, DopArt::Both}) {

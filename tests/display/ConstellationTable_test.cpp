@@ -47,6 +47,11 @@ TEST(ConstellationTable, RowsOfEveryStateInEveryMode) {
     EXPECT_TRUE(table.GetTable().HasRule(StringTable::UnderHeading));
     EXPECT_TRUE(table.GetTable().HasRule(6));
     EXPECT_EQ(table.GetTable().GetPart(0, 6), Corvane::Style::Heading);
+    const char* const templates[] = {"G00", "00\xB0", "000\xB0", "Below Mask"};
+    for (int column = 0; column < 4; ++column) {
+        EXPECT_EQ(table.GetTable().GetColumn(column).widthTemplate, templates[column]);
+        EXPECT_EQ(table.GetTable().GetColumn(column).align, Corvane::TextPlace::Centre);
+    }
 
     table.SetMode(DopArt::GPSOnly);
     EXPECT_EQ(table.GetTable().NmrRows(), 0);

@@ -43,6 +43,10 @@ const bool checked = [] {
     Expect(GPSEphemeride::EarthRate.Radians() == 7.2921151467e-5 && Glonass::Ephemeride::UnknownAccuracy == 1000001.0,
            "the ephemerides' constants");
     Expect(MeasSet::Type == Corvane::Type("MeasSet"), "MeasSet::Type");
+    Expect(Position::SolutionMode::MaxName == "Norvi DGPS+GLO (Settling)" &&
+               Position(Geog(), Spheroid::WGS84).FindAttribute(Position::Coord::ID) == 0 &&
+               Position::SimpleAttrib<DOP>::ID != Position::SimpleAttrib<UKOOA>::ID,
+           "Position's identifiers");
     return true;
 }();
 
