@@ -16,5 +16,6 @@ void AddCompareCommand(CLI::App& program, int& exitCode);
 void AddDecodeCommand(CLI::App& program, int& exitCode);
 void AddStoreCommand(CLI::App& program, int& exitCode);
 void AddSkyCommand(CLI::App& program, int& exitCode);
+void AddPlanCommand(CLI::App& program, int& exitCode);
 
 }  // namespace Host

@@ -34,15 +34,16 @@ int Run(int argc, char** argv) {
     Host::AddDecodeCommand(program, exitCode);
     Host::AddStoreCommand(program, exitCode);
     Host::AddSkyCommand(program, exitCode);
+    Host::AddPlanCommand(program, exitCode);
 
     const std::string first = argc > 1 ? argv[1] : "";
     const auto isCommand = [&first](const CLI::App* command) { return command->get_name() == first; };
     if (argc < 2) {
-        Host::Complain("say which command: orbit, compare, decode, store or sky; --help tells more");
+        Host::Complain("say which command: orbit, compare, decode, store, sky or plan; --help tells more");
         return 2;
     }
     if (first != "-h" && first != "--help" && program.get_subcommands(isCommand).empty()) {
-        Host::Complain(Host::Quoted(first) + " is no command; there are orbit, compare, decode, store and sky");
+        Host::Complain(Host::Quoted(first) + " is no command; there are orbit, compare, decode, store, sky and plan");
         return 2;
     }
     try {
