@@ -9,8 +9,9 @@ namespace Host {
 
 // Each adds its command to the program; running it leaves the exit code in `exitCode`.
 //   0  done; warnings are on standard error
-//   1  an input cannot be used, or an output cannot be written
+//   1  an input cannot be used, or an output cannot be written; of run also: no epoch has a position
 //   2  the command line is wrong
+void AddRunCommand(CLI::App& program, int& exitCode);
 void AddOrbitCommand(CLI::App& program, int& exitCode);
 void AddCompareCommand(CLI::App& program, int& exitCode);
 void AddDecodeCommand(CLI::App& program, int& exitCode);

@@ -29,6 +29,7 @@ int Run(int argc, char** argv) {
     CLI::App program("GPS and GLONASS computations. `gnss COMMAND --help` tells more of each command.", "gnss");
     program.require_subcommand(1);
     int exitCode = 0;
+    Host::AddRunCommand(program, exitCode);
     Host::AddOrbitCommand(program, exitCode);
     Host::AddCompareCommand(program, exitCode);
     Host::AddDecodeCommand(program, exitCode);
@@ -39,11 +40,11 @@ int Run(int argc, char** argv) {
     const std::string first = argc > 1 ? argv[1] : "";
     const auto isCommand = [&first](const CLI::App* command) { return command->get_name() == first; };
     if (argc < 2) {
-        Host::Complain("say which command: orbit, compare, decode, store, sky or plan; --help tells more");
+        Host::Complain("say which command: run, orbit, compare, decode, store, sky or plan; --help tells more");
         return 2;
     }
     if (first != "-h" && first != "--help" && program.get_subcommands(isCommand).empty()) {
-        Host::Complain(Host::Quoted(first) + " is no command; there are orbit, compare, decode, store, sky and plan");
+        Host::Complain(Host::Quoted(first) + " is no command; there are run, orbit, compare, decode, store, sky and plan");
         return 2;
     }
     try {

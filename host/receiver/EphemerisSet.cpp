@@ -205,13 +205,17 @@ void SatelliteRecords<Record>::Complete() {
             entries_[i].doubt = "puts the satellite where none can be";
             continue;
         }
+        // Most records agree with the first neighbour that reaches there; the others are asked when it does not.
         std::vector<const Entry*> neighbours;
-        for (std::size_t k = i < 2 ? 0 : i - 2; k < entries_.size() && k <= i + 2; ++k) {
-            if (k != i && IsInOrbit<Kind>(entries_[k]) && Apart<Kind>(entries_[i], entries_[k]))
-                neighbours.push_back(&entries_[k]);
-        }
         double nearest = std::numeric_limits<double>::infinity();
-        for (const Entry* neighbour : neighbours) nearest = std::min(nearest, *Apart<Kind>(entries_[i], *neighbour));
+        for (std::size_t k = i < 2 ? 0 : i - 2; k < entries_.size() && k <= i + 2; ++k) {
+            if (k == i || !IsInOrbit<Kind>(entries_[k])) continue;
+            const auto apart = Apart<Kind>(entries_[i], entries_[k]);
+            if (!apart) continue;
+            neighbours.push_back(&entries_[k]);
+            nearest = std::min(nearest, *apart);
+            if (!(nearest > MostApart)) break;
+        }
         if (!(nearest > MostApart) || neighbours.size() < 2) continue;
         bool othersAgree = false;
         for (std::size_t a = 0; a < neighbours.size(); ++a) {

@@ -103,7 +103,7 @@ std::vector<TimePanel> SatellitePanels(const RunSeries& series, const FixSetting
 }  // namespace
 
 std::vector<RunPicture> MakeRunPictures(const RunSeries& series, const RunReference& reference,
-                                        const RunSummary& summary, const FixSettings& settings) {
+                                        const RunFigures& summary, const FixSettings& settings) {
     std::vector<RunPicture> pictures;
     const std::string span = PrintInstant(summary.from) + " to " + PrintInstant(summary.to);
     const auto addPlot = [&](const char* name, const char* title, std::string subtitle, const char* caption,

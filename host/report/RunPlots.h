@@ -8,7 +8,7 @@
 #include "gnss/platform/DC.h"
 #include "host/render/Palette.h"
 #include "host/report/RunSeries.h"
-#include "host/report/RunSummary.h"
+#include "host/report/RunFigures.h"
 #include "host/report/TimePlot.h"
 
 namespace Host {
@@ -23,7 +23,7 @@ struct RunPicture {
 
 // All but the sky plot, in the order of the report. What is given must outlive them.
 [[nodiscard]] std::vector<RunPicture> MakeRunPictures(const RunSeries& series, const RunReference& reference,
-                                                      const RunSummary& summary, const FixSettings& settings);
+                                                      const RunFigures& summary, const FixSettings& settings);
 
 // The notes of a run as bars over time: alarms first, then in the order in which they came.
 class NotesBars {
@@ -42,7 +42,7 @@ private:
 // East and north of all fixes, with the 95 % ellipse of their scatter.
 class ScatterPlot {
 public:
-    ScatterPlot(const RunSeries& series, const RunReference& reference, const RunSummary& summary)
+    ScatterPlot(const RunSeries& series, const RunReference& reference, const RunFigures& summary)
         : series_(series), reference_(reference), summary_(summary) {}
 
     [[nodiscard]] static Corvane::Size GetSize();
@@ -51,7 +51,7 @@ public:
 private:
     const RunSeries& series_;
     const RunReference& reference_;
-    const RunSummary& summary_;
+    const RunFigures& summary_;
 };
 
 }  // namespace Host

@@ -47,8 +47,14 @@ void StoreTree::AdvanceTo(const GNSS::GPSTime& t) {
     }
     // Within a period's rounding: a hundred milliseconds are no whole number of the clock's steps.
     rest_ += span.Seconds();
+    bool isIdle = false;
     while (rest_ > Period - GNSS::GPSTime::Tolerance) {
-        Cycle();
+        if (isIdle) {
+            ++nmrCycles_;
+        } else {
+            Cycle();
+            isIdle = root_.NmrQueued() == 0;
+        }
         rest_ -= Period;
     }
     time_ = t;

@@ -44,13 +44,15 @@ public:
 
     // Cycles the tree every CycleMS from the time of the last call up to t, so that whatever was sent meanwhile is
     // handled under the clock as it stands: who leads the process's clock sets it to t after this call. After a longer
-    // silence or a step back, and at the first call, one cycle stands for all.
+    // silence or a step back, and at the first call, one cycle stands for all. Once a cycle leaves all queues empty the
+    // further ones of the call are counted but left out: nothing in the tree works in its Cycle() alone.
     void AdvanceTo(const GNSS::GPSTime& t);
     // Cycles until all queues are empty.
     void Drain();
 
     // The time of the last AdvanceTo; while that goes on, of the one before.
     [[nodiscard]] const std::optional<GNSS::GPSTime>& GetTime() const { return time_; }
+    // Cycles that have fallen due, those that were left out for want of work included.
     [[nodiscard]] std::int64_t GetNmrCycles() const { return nmrCycles_; }
 
 private:

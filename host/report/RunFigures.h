@@ -1,18 +1,16 @@
-// RunSummary: a run in figures.
+// RunFigures: how a run went, in figures.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "gnss/geodesy/ECEF.h"
 #include "gnss/platform/Ellipse.h"
 #include "host/fix/FixSettings.h"
 #include "host/report/RunSeries.h"
-#include "host/run/RunOutput.h"
 
 namespace Host {
 
@@ -35,7 +33,7 @@ struct RunSpells {
     std::vector<RunSpell> listed;  // the longest ones and the one with the worst value, in order of time
 };
 
-struct RunSummary {
+struct RunFigures {
     // How a test went, in numbers of fixes; they add up to all of them.
     struct Test {
         std::int64_t passed = 0;
@@ -74,7 +72,7 @@ struct RunSummary {
     std::vector<RunSpells> spells;  // those kinds that occurred
 };
 
-[[nodiscard]] RunSummary Summarise(const RunSeries& series, const RunReference& reference, const FixSettings& settings);
+[[nodiscard]] RunFigures Summarise(const RunSeries& series, const RunReference& reference, const FixSettings& settings);
 
 // "99.7 %" of a part; "-" of nothing.
 [[nodiscard]] std::string Percent(std::int64_t part, std::int64_t whole);
@@ -82,13 +80,5 @@ struct RunSummary {
 [[nodiscard]] std::string PrintSpan(double seconds);
 // GPS time in whole seconds, or milliseconds where it has them: "2020-06-25 00:00:30".
 [[nodiscard]] std::string PrintInstant(const GNSS::GPSTime& time);
-
-// Every setting of a fix that has a say, with what it is.
-[[nodiscard]] std::vector<std::pair<std::string, std::string>> DescribeSettings(const FixSettings& settings);
-// A line or two on what was read from an input, clean.
-[[nodiscard]] std::string DescribeInput(const RunInput& input);
-
-// For the terminal, a few lines, clean.
-[[nodiscard]] std::string PrintSummary(const RunSummary& summary, const RunFacts& facts);
 
 }  // namespace Host

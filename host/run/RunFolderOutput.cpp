@@ -1,4 +1,4 @@
-#include "host/report/RunFolderOutput.h"
+#include "host/run/RunFolderOutput.h"
 
 #include <cmath>
 #include <utility>
@@ -9,8 +9,9 @@
 #include "host/render/CairoDC.h"
 #include "host/render/SkyPage.h"
 #include "host/report/RunPlots.h"
-#include "host/report/RunReport.h"
 #include "host/report/SafeText.h"
+#include "host/run/RunReport.h"
+#include "host/run/RunText.h"
 
 namespace Host {
 
@@ -190,7 +191,7 @@ void RunFolderOutput::WriteNotes() {
     Fail(intervalsSink.Close());
 }
 
-void RunFolderOutput::WritePictures(const RunFacts& facts, const RunReference& reference, const RunSummary& summary) {
+void RunFolderOutput::WritePictures(const RunFacts& facts, const RunReference& reference, const RunFigures& summary) {
     std::vector<RunPicture> pictures = MakeRunPictures(series_, reference, summary, settings_);
     std::vector<ReportPicture> reported;
     std::string failure;
@@ -238,7 +239,7 @@ std::string RunFolderOutput::Finish(const RunFacts& facts) {
     settings_ = facts.settings;
     CloseTables();
     const RunReference reference(series_, options_.reference);
-    const RunSummary summary = Summarise(series_, reference, settings_);
+    const RunFigures summary = Summarise(series_, reference, settings_);
     summaryText_ = PrintSummary(summary, facts);
     if (failure_.empty()) WriteNotes();
     if (failure_.empty()) WriteFile("summary.json", MakeSummaryJson(summary, series_, facts));

@@ -6,8 +6,9 @@
 #include "gnss/geodesy/LocalGrid.h"
 #include "gnss/geodesy/Spheroid.h"
 #include "host/fix/FixNotes.h"
-#include "host/report/RunReport.h"
+#include "host/run/RunReport.h"
 #include "host/report/SafeText.h"
+#include "host/run/RunText.h"
 
 namespace Host {
 
@@ -17,14 +18,14 @@ std::string Json(double value, int decimals) {
     return std::isfinite(value) ? fmt::format("{:.{}f}", value, decimals) : "null";
 }
 
-std::string JsonTest(const RunSummary::Test& t) {
+std::string JsonTest(const RunFigures::Test& t) {
     return fmt::format(R"({{"passed":{},"failed":{},"not_identifiable":{},"not_testable":{}}})", t.passed, t.failed,
                        t.notIdentifiable, t.notTestable);
 }
 
 }  // namespace
 
-std::string MakeSummaryJson(const RunSummary& s, const RunSeries& series, const RunFacts& facts) {
+std::string MakeSummaryJson(const RunFigures& s, const RunSeries& series, const RunFacts& facts) {
     std::string json = "{\n";
     const auto add = [&json](const char* name, const std::string& value) {
         json += fmt::format("{}  \"{}\": {}", json.size() > 2 ? ",\n" : "", name, value);

@@ -15,7 +15,7 @@
 #include "host/report/Rows.h"
 #include "host/report/RunFolder.h"
 #include "host/report/RunSeries.h"
-#include "host/report/RunSummary.h"
+#include "host/report/RunFigures.h"
 #include "host/report/Sink.h"
 #include "host/run/RunOutput.h"
 
@@ -63,7 +63,7 @@ private:
     enum Table : std::size_t { PositionsCsv, PositionsNdjson, Satellites, EventsCsv, EventsLog, NmrTables };
 
     void WriteNotes();
-    void WritePictures(const RunFacts& facts, const RunReference& reference, const RunSummary& summary);
+    void WritePictures(const RunFacts& facts, const RunReference& reference, const RunFigures& summary);
     void WriteFile(const std::string& name, std::string_view bytes);
     void CloseTables();
     void Fail(const std::string& failure);

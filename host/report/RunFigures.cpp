@@ -1,10 +1,12 @@
-#include "host/report/RunSummary.h"
+#include "host/report/RunFigures.h"
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
 
 #include <fmt/format.h>
+
+#include "gnss/platform/Number.h"
 
 namespace Host {
 
@@ -28,7 +30,7 @@ double Median(const RunSeries& series, const std::function<double(const RunEpoch
     return Quantile(values, 0.5);
 }
 
-void Count(RunSummary::Test& test, FixTest outcome) {
+void Count(RunFigures::Test& test, FixTest outcome) {
     switch (outcome) {
         case FixTest::Passed:
             ++test.passed;
@@ -47,7 +49,7 @@ void Count(RunSummary::Test& test, FixTest outcome) {
     }
 }
 
-void SummarisePositions(const RunSeries& series, const RunReference& reference, RunSummary& summary) {
+void SummarisePositions(const RunSeries& series, const RunReference& reference, RunFigures& summary) {
     std::vector<double> horizontal;
     std::vector<double> vertical;
     std::array<double, 3> sum{};
@@ -145,12 +147,12 @@ private:
         std::ranges::stable_sort(all, [](const RunSpell& a, const RunSpell& b) {
             return a.seconds != b.seconds ? a.seconds > b.seconds : a.worst > b.worst;
         });
-        if (all.size() > RunSummary::MaxListed) {
+        if (all.size() > RunFigures::MaxListed) {
             const auto worst =
                 std::ranges::max_element(all, [](const RunSpell& a, const RunSpell& b) { return a.worst < b.worst; });
-            const auto lastListed = all.begin() + static_cast<std::ptrdiff_t>(RunSummary::MaxListed) - 1;
+            const auto lastListed = all.begin() + static_cast<std::ptrdiff_t>(RunFigures::MaxListed) - 1;
             if (worst > lastListed) *lastListed = *worst;
-            all.resize(RunSummary::MaxListed);
+            all.resize(RunFigures::MaxListed);
         }
         std::ranges::stable_sort(
             all, [](const RunSpell& a, const RunSpell& b) { return (a.from - b.from).Seconds() < 0.0; });
@@ -162,7 +164,7 @@ private:
     double interval_;
 };
 
-void FindSpells(const RunSeries& series, const FixSettings& settings, RunSummary& summary) {
+void FindSpells(const RunSeries& series, const FixSettings& settings, RunFigures& summary) {
     SpellFinder finder(series, summary.interval);
     const auto add = [&summary](RunSpells spells) {
         if (spells.count > 0) summary.spells.push_back(std::move(spells));
@@ -195,8 +197,8 @@ void FindSpells(const RunSeries& series, const FixSettings& settings, RunSummary
 
 }  // namespace
 
-RunSummary Summarise(const RunSeries& series, const RunReference& reference, const FixSettings& settings) {
-    RunSummary summary;
+RunFigures Summarise(const RunSeries& series, const RunReference& reference, const FixSettings& settings) {
+    RunFigures summary;
     summary.epochs = static_cast<std::int64_t>(series.GetEpochs().size());
     summary.interval = series.GetInterval();
     summary.isReferenceGiven = reference.IsGiven();
@@ -217,6 +219,32 @@ RunSummary Summarise(const RunSeries& series, const RunReference& reference, con
     summary.medianUsed = Median(series, [](const RunEpoch& e) { return static_cast<double>(e.NmrUsed()); });
     FindSpells(series, settings, summary);
     return summary;
+}
+
+std::string Percent(std::int64_t part, std::int64_t whole) {
+    if (whole <= 0) return "-";
+    const double percent = 100.0 * static_cast<double>(part) / static_cast<double>(whole);
+    // What is not all is not shown as all, nor something as nothing.
+    if (part < whole && percent > 99.9) return fmt::format("{:.2f} %", std::min(percent, 99.99));
+    if (part > 0 && percent < 0.1) return fmt::format("{:.2f} %", std::max(percent, 0.01));
+    return fmt::format("{:.1f} %", percent);
+}
+
+std::string PrintSpan(double seconds) {
+    if (!(seconds < 60.0)) {
+        const std::int64_t whole = Corvane::ToInt64(std::round(seconds));
+        if (whole < 3600) return fmt::format("{} min {:02} s", whole / 60, whole % 60);
+        const std::int64_t minutes = (whole + 30) / 60;
+        return fmt::format("{} h {:02} min", minutes / 60, minutes % 60);
+    }
+    return fmt::format("{:g} s", std::round(seconds * 1000.0) / 1000.0);
+}
+
+std::string PrintInstant(const GNSS::GPSTime& time) {
+    GNSS::GPSTime rounded = time;
+    rounded.Round(3);
+    const double fraction = rounded.GetSeconds() - std::floor(rounded.GetSeconds());
+    return rounded.GetTimeDate().Print(fraction > 5e-4 && fraction < 1.0 - 5e-4 ? 3 : 0).str();
 }
 
 }  // namespace Host

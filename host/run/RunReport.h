@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/report/RunSeries.h"
-#include "host/report/RunSummary.h"
+#include "host/report/RunFigures.h"
 #include "host/run/RunOutput.h"
 
 namespace Host {
@@ -19,7 +19,7 @@ struct ReportPicture {
 };
 
 // Self-contained: no scripts, nothing from a network; texts of data are cleaned and escaped. On A4 when printed.
-[[nodiscard]] std::string MakeReport(const RunSummary& summary, const RunSeries& series, const RunFacts& facts,
+[[nodiscard]] std::string MakeReport(const RunFigures& summary, const RunSeries& series, const RunFacts& facts,
                                      const std::vector<ReportPicture>& pictures);
 
 // An SVG file as an element of a page: without declaration, as wide as its place, and with identifiers that begin with
@@ -27,6 +27,6 @@ struct ReportPicture {
 [[nodiscard]] std::string InlineSvg(std::string_view svg, std::string_view prefix);
 
 // The figures of summary.json.
-[[nodiscard]] std::string MakeSummaryJson(const RunSummary& summary, const RunSeries& series, const RunFacts& facts);
+[[nodiscard]] std::string MakeSummaryJson(const RunFigures& summary, const RunSeries& series, const RunFacts& facts);
 
 }  // namespace Host

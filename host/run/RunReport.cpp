@@ -1,4 +1,4 @@
-#include "host/report/RunReport.h"
+#include "host/run/RunReport.h"
 
 #include <algorithm>
 #include <array>
@@ -10,6 +10,7 @@
 #include "gnss/geodesy/Spheroid.h"
 #include "host/fix/FixNotes.h"
 #include "host/report/SafeText.h"
+#include "host/run/RunText.h"
 
 namespace Host {
 
@@ -71,11 +72,11 @@ private:
 
 constexpr std::size_t NoNumbers = 99;
 
-void AddTiles(Page& page, const RunSummary& s) {
+void AddTiles(Page& page, const RunFigures& s) {
     page.Raw("<div class=\"tiles\">\n");
     page.Tile(Percent(s.fixes, s.epochs), fmt::format("{} of {} epochs have a position", s.fixes, s.epochs),
               s.fixes < s.epochs);
-    const auto test = [&](const char* name, const RunSummary::Test& t) {
+    const auto test = [&](const char* name, const RunFigures::Test& t) {
         std::string what = fmt::format("of positions passed the {}: {} did, {} failed", name, t.passed, t.failed);
         if (t.notIdentifiable > 0) what += fmt::format(", {} not identifiable", t.notIdentifiable);
         if (t.notTestable > 0) what += fmt::format(", {} not testable", t.notTestable);
@@ -92,7 +93,7 @@ void AddTiles(Page& page, const RunSummary& s) {
     page.Raw("</div>\n");
 }
 
-void AddPosition(Page& page, const RunSummary& s) {
+void AddPosition(Page& page, const RunFigures& s) {
     if (!s.mean) return;
     const GNSS::LocalGrid grid(*s.mean, GNSS::Spheroid::WGS84);
     const GNSS::Geog& mean = grid.GetOrigin();
@@ -121,7 +122,7 @@ void AddPosition(Page& page, const RunSummary& s) {
         "faint");
 }
 
-void AddSpells(Page& page, const RunSummary& s) {
+void AddSpells(Page& page, const RunFigures& s) {
     page.Element("h2", "Worst windows");
     if (s.spells.empty()) {
         page.Element("p", "None: a position at every epoch, all tests passed, all working limits kept.");
@@ -225,7 +226,7 @@ std::string InlineSvg(std::string_view svg, std::string_view prefix) {
     return result;
 }
 
-std::string MakeReport(const RunSummary& summary, const RunSeries& series, const RunFacts& facts,
+std::string MakeReport(const RunFigures& summary, const RunSeries& series, const RunFacts& facts,
                        const std::vector<ReportPicture>& pictures) {
     Page page;
     page.Raw(

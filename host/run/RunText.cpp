@@ -1,10 +1,9 @@
-#include <cmath>
+#include "host/run/RunText.h"
 
 #include <fmt/format.h>
 
 #include "gnss/geodesy/LocalGrid.h"
 #include "gnss/geodesy/Spheroid.h"
-#include "host/report/RunSummary.h"
 #include "host/report/SafeText.h"
 
 namespace Host {
@@ -24,32 +23,6 @@ const char* Name(FixSettings::Systems systems) {
 }
 
 }  // namespace
-
-std::string Percent(std::int64_t part, std::int64_t whole) {
-    if (whole <= 0) return "-";
-    const double percent = 100.0 * static_cast<double>(part) / static_cast<double>(whole);
-    // What is not all is not shown as all, nor something as nothing.
-    if (part < whole && percent > 99.9) return fmt::format("{:.2f} %", std::min(percent, 99.99));
-    if (part > 0 && percent < 0.1) return fmt::format("{:.2f} %", std::max(percent, 0.01));
-    return fmt::format("{:.1f} %", percent);
-}
-
-std::string PrintSpan(double seconds) {
-    if (!(seconds < 60.0)) {
-        const std::int64_t whole = Corvane::ToInt64(std::round(seconds));
-        if (whole < 3600) return fmt::format("{} min {:02} s", whole / 60, whole % 60);
-        const std::int64_t minutes = (whole + 30) / 60;
-        return fmt::format("{} h {:02} min", minutes / 60, minutes % 60);
-    }
-    return fmt::format("{:g} s", std::round(seconds * 1000.0) / 1000.0);
-}
-
-std::string PrintInstant(const GNSS::GPSTime& time) {
-    GNSS::GPSTime rounded = time;
-    rounded.Round(3);
-    const double fraction = rounded.GetSeconds() - std::floor(rounded.GetSeconds());
-    return rounded.GetTimeDate().Print(fraction > 5e-4 && fraction < 1.0 - 5e-4 ? 3 : 0).str();
-}
 
 std::vector<std::pair<std::string, std::string>> DescribeSettings(const FixSettings& s) {
     using Corvane::LLSq;
@@ -96,7 +69,7 @@ std::string DescribeInput(const RunInput& input) {
     return CleanText(text);
 }
 
-std::string PrintSummary(const RunSummary& summary, const RunFacts& facts) {
+std::string PrintSummary(const RunFigures& summary, const RunFacts& facts) {
     std::string text;
     const auto line = [&text](const std::string& what) { text += what + '\n'; };
     if (summary.epochs == 0) {
@@ -107,7 +80,7 @@ std::string PrintSummary(const RunSummary& summary, const RunFacts& facts) {
                          Percent(summary.fixes, summary.epochs)));
     }
     if (summary.fixes > 0) {
-        const auto test = [&summary](const char* name, const RunSummary::Test& counts) {
+        const auto test = [&summary](const char* name, const RunFigures::Test& counts) {
             std::string result = fmt::format("{} passed {}", name, Percent(counts.passed, summary.fixes));
             if (counts.failed > 0) result += fmt::format(", failed {}", Percent(counts.failed, summary.fixes));
             return result;

@@ -1,0 +1,423 @@
+#include "host/run/Pipeline.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "gnss/platform/Link.h"
+#include "gnss/platform/Response.h"
+#include "gnss/store/GPSEphemStore.h"
+#include "gnss/store/GlonassEphemStore.h"
+#include "host/receiver/LeapSeconds.h"
+#include "host/receiver/RecordMaker.h"
+#include "host/source/EventQueue.h"
+
+namespace Host {
+
+using Corvane::Event;
+using GNSS::GPSTime;
+using GNSS::SVHealth;
+
+namespace {
+
+constexpr const char* Source = "Run";
+
+void Say(const std::string& source, const std::string& text) {
+    Event::AddEvent(Corvane::String(source), Corvane::String(text));
+}
+
+std::string NameOf(const std::string& path) {
+    return path == StandardInput ? "standard input" : path;
+}
+
+}  // namespace
+
+// Sends the measurements, the GLONASS channels and the operator's list.
+class Pipeline::Port : public Corvane::Component {
+public:
+    static constexpr const char* Name = "Receiver";
+    Port()
+        : Component(Corvane::Ident(Name), StoreTree::CycleMS),
+          measurements(*this, GNSS::MeasSet::Type, Name),
+          channels(*this, FixComponent::ChannelsType(), Name),
+          health(*this, SVHealth::Update::Type, Name) {}
+
+    Corvane::Link<GNSS::MeasSet> measurements;
+    Corvane::Link<GlonassChannels> channels;
+    Corvane::Link<SVHealth::Update> health;
+};
+
+// Hears the fixes.
+class Pipeline::Listener : public Corvane::Component {
+public:
+    explicit Listener(const std::vector<RunOutput*>& outputs)
+        : Component(Corvane::Ident("Run Outputs"), StoreTree::CycleMS),
+          outputs_(outputs),
+          fixes_(*this, PublishedFix::Type(), &Listener::OnFix, FixComponent::Name) {}
+
+private:
+    void OnFix(const PublishedFix& fix) {
+        for (RunOutput* output : outputs_) output->OnFix(fix);
+    }
+
+    const std::vector<RunOutput*>& outputs_;
+    Corvane::Response<PublishedFix> fixes_;
+};
+
+// The way of the navigation files' records into the tree.
+class Pipeline::PlanSink : public RecordSink {
+public:
+    explicit PlanSink(Pipeline& pipeline) : pipeline_(pipeline) {}
+    void OnRecord(const GNSS::GPSEphemeride& record) override { pipeline_.tree_.GetNavigation().OnRecord(record); }
+    void OnRecord(const GNSS::Glonass::Ephemeride& record, std::optional<int> channel) override {
+        if (channel) pipeline_.TakeChannel(record.slot, *channel);
+        pipeline_.tree_.GetNavigation().OnRecord(record, channel);
+    }
+
+private:
+    Pipeline& pipeline_;
+};
+
+// One input's way into the tree: completes its records by its own time.
+class Pipeline::Feed : public ReceiverSink, public RecordSink {
+public:
+    Feed(Pipeline& pipeline, std::string path, RunInput& facts)
+        : input(std::move(path)), pipeline_(pipeline), facts_(facts), maker_(*this) {}
+
+    void OnTime(const GPSTime& time) override {
+        if (!hasTime_) {
+            hasTime_ = true;
+            // Where the navigation files' headers contradict the table; the stream's own count comes later.
+            const int count = pipeline_.leaps_.Count(time);
+            if (count != GPSMinusUTC(time)) maker_.OnLeapSeconds(count);
+        }
+        pipeline_.AdvanceTo(time, *this);
+        maker_.OnTime(time);
+    }
+    void OnTimeLost() override { maker_.OnTimeLost(); }
+    void OnLeapSeconds(int seconds) override { maker_.OnLeapSeconds(seconds); }
+    void OnSubframe(const GPSSubframe& subframe) override { maker_.OnSubframe(subframe); }
+    void OnString(const GlonassString& string) override {
+        if (string.channel) pipeline_.TakeChannel(string.slot, *string.channel);
+        maker_.OnString(string);
+    }
+    void OnEphemeride(const GPSDecodedEphemeride& record) override { maker_.OnEphemeride(record); }
+    void OnEphemeride(const GlonassDecodedEphemeride& record) override { maker_.OnEphemeride(record); }
+    void OnIono(const GNSS::Almanac::Iono& record) override { maker_.OnIono(record); }
+    void OnUTC(const GNSS::Almanac::UTC& record) override { maker_.OnUTC(record); }
+    void OnMeasurements(const GNSS::MeasSet& set) override {
+        ++facts_.epochs;
+        pipeline_.TakeEpoch(set, *this);
+    }
+    void OnFix(const ReceiverFix& fix) override {
+        for (RunOutput* output : pipeline_.outputs_) output->OnReceiverFix(fix);
+    }
+    void OnStation(const StationPosition& station) override {
+        if (!pipeline_.facts_.station) pipeline_.facts_.station = station;
+    }
+
+    void OnRecord(const GNSS::GPSEphemeride& record) override { Send(record); }
+    void OnRecord(const GNSS::Glonass::Ephemeride& record, std::optional<int> channel) override {
+        if (channel) pipeline_.TakeChannel(record.slot, *channel);
+        Send(record, channel);
+    }
+    void OnRecord(const GNSS::Almanac::SV& record) override { Send(record); }
+    void OnRecord(const GNSS::Almanac::GlonassSV& record) override {
+        pipeline_.TakeChannel(record.slot, record.channel);
+        Send(record);
+    }
+    void OnRecord(const GNSS::Almanac::Iono& record) override { Send(record); }
+    void OnRecord(const GNSS::Almanac::UTC& record) override { Send(record); }
+
+    // The stream has ended.
+    void Finish(const std::optional<GPSTime>& date) {
+        // A stream that has told no time is dated as a whole.
+        if (!hasTime_ && date && maker_.GetNmrWaiting() > 0) OnTime(*date);
+        const std::string name = NameOf(input.GetPath());
+        if (!hasTime_) Say(name, "tells no time by which it could be dated; --date helps where it tells a part");
+        if (maker_.GetNmrRefused() > 0) {
+            Say(name, fmt::format("{} navigation records contradict themselves or the stream's time, or say what "
+                                  "cannot be, and are left out",
+                                  maker_.GetNmrRefused()));
+        }
+        const std::int64_t damaged = maker_.GetNmrParityFailures() + maker_.GetNmrHammingFailures();
+        if (damaged > 0) Say(name, fmt::format("{} navigation words or strings fail their parity", damaged));
+        UpdateFacts();
+    }
+    void UpdateFacts() {
+        const StreamDecoder* decoder = input.GetDecoder();
+        facts_.isCut = input.GetBytes().IsCut();
+        facts_.failure = input.GetBytes().GetFailure();
+        if (decoder == nullptr) return;
+        const StreamCounts& counts = decoder->GetCounts();
+        facts_.bytes = counts.bytes;
+        facts_.skipped = counts.skipped;
+        facts_.checksumFailures = counts.checksumFailures;
+        facts_.messages = counts.GetNmrMessages();
+        facts_.refused = counts.GetNmrRefused() + maker_.GetNmrRefused();
+        facts_.undated = decoder->GetNmrUndated() + maker_.GetNmrUndatable();
+    }
+    [[nodiscard]] const StreamClock& GetClock() const { return maker_.GetClock(); }
+
+    Input input;
+    EventQueue queue;      // where there are several
+    bool isOpen = true;    // there may be more
+    bool isKnown = false;  // what its header says has been taken
+
+private:
+    template <typename... Arguments>
+    void Send(const Arguments&... record) {
+        ++facts_.records;
+        pipeline_.tree_.GetNavigation().OnRecord(record...);
+    }
+
+    Pipeline& pipeline_;
+    RunInput& facts_;
+    RecordMaker maker_;
+    bool hasTime_ = false;
+};
+
+Pipeline::Pipeline(RunRequest request, std::vector<RunOutput*> outputs)
+    : request_(std::move(request)),
+      outputs_(std::move(outputs)),
+      port_(std::make_shared<Port>()),
+      fix_(std::make_shared<FixComponent>(request_.settings)) {
+    facts_.settings = request_.settings;
+    facts_.inputs.resize(request_.inputs.size());
+    sink_ = Event::InstallSink([this](const Event& event) { OnEvent(event); });
+    tree_.Join(port_);
+    tree_.Join(fix_);
+    tree_.Join(std::make_shared<Listener>(outputs_));
+    for (const GNSS::PRN& prn : request_.disabledGPS) port_->health.Send({SVHealth::Update::Disable, prn, 0});
+    for (const auto& slot : request_.disabledGlonass) port_->health.Send({SVHealth::Update::Disable, slot, 0});
+    tree_.Drain();
+}
+
+Pipeline::~Pipeline() {
+    Event::RemoveSink(sink_);
+}
+
+void Pipeline::OnEvent(const Event& event) {
+    RunEvent happened{now_, event.GetSource().str(), event.GetText().str()};
+    if (!hasBegun_) {
+        early_.push_back(std::move(happened));
+        return;
+    }
+    for (RunOutput* output : outputs_) output->OnEvent(happened);
+}
+
+bool Pipeline::Open(std::string& reason) {
+    for (std::size_t i = 0; i < request_.inputs.size(); ++i) {
+        if (!OpenInput(i, reason)) return false;
+    }
+    if (feeds_.empty()) {
+        reason = "none of the inputs can hold measurements: a receiver's log or a RINEX observation file is needed";
+        return false;
+    }
+    if (const auto first = plan_.GetFirstReference()) leaps_.SetFor(*first);
+    plan_.Complete();
+    for (const std::string& doubt : plan_.GetDoubts()) Say(Source, doubt);
+    SetDates();
+    return true;
+}
+
+bool Pipeline::OpenInput(std::size_t index, std::string& reason) {
+    const std::string& path = request_.inputs[index];
+    RunInput& facts = facts_.inputs[index];
+    facts.name = path;
+    auto feed = std::make_unique<Feed>(*this, path, facts);
+    FileError error;
+    if (!feed->input.Open(error)) {
+        reason = error.Print();
+        return false;
+    }
+    facts.format = Name(feed->input.GetFormat());
+    facts_.bytesTotal += feed->input.GetBytes().GetSize();
+    if (!feed->input.IsNavigationFile()) {
+        feeds_.push_back(std::move(feed));
+        return true;
+    }
+    std::string text;
+    RinexNavigation navigation;
+    const auto tell = [&](const std::string& what) { Say(NameOf(path), what); };
+    if (!feed->input.ReadText(text, tell, error) || !navigation.Parse(text, NameOf(path), error)) {
+        reason = error.Print();
+        return false;
+    }
+    facts.bytes = static_cast<std::int64_t>(text.size());
+    facts.refused = navigation.nmrRefused;
+    facts.records = static_cast<std::int64_t>(navigation.gps.size() + navigation.glonass.size());
+    facts.isCut = feed->input.GetBytes().IsCut();
+    facts.failure = feed->input.GetBytes().GetFailure();
+    facts_.bytesDone += feed->input.GetBytes().GetNmrRead();
+
+    std::int64_t told = 0;
+    for (const Warnings::Entry& entry : navigation.warnings.GetKept()) {
+        if (++told > Input::MaxTold) break;
+        tell(entry.line > 0 ? fmt::format("line {}: {}", entry.line, entry.what) : entry.what);
+    }
+    if (navigation.warnings.GetCount() > Input::MaxTold) {
+        tell(fmt::format("{} lines with faults in all", navigation.warnings.GetCount()));
+    }
+    if (facts.records == 0) tell("holds no GPS or GLONASS records");
+    if (const std::string doubt = leaps_.Add(navigation, NameOf(path)); !doubt.empty()) Say(Source, doubt);
+    plan_.Add(navigation, NameOf(path));
+    if (navigation.utc && navigation.utc->IsValid()) utcs_.push_back(*navigation.utc);
+    if (navigation.iono && navigation.iono->IsValid()) ionos_.push_back(*navigation.iono);
+    return true;
+}
+
+// Connects the streams, and tells those that do not know their week about when it is.
+void Pipeline::SetDates() {
+    const bool isMerged = feeds_.size() > 1;
+    std::optional<GPSTime> date = request_.date;
+    const auto connect = [&](Feed& feed) {
+        const auto tell = [name = NameOf(feed.input.GetPath())](const std::string& what) { Say(name, what); };
+        feed.input.Connect(isMerged ? static_cast<ReceiverSink&>(feed.queue) : feed, tell);
+    };
+    for (const auto& feed : feeds_) {
+        if (feed->input.NeedsDate()) continue;
+        connect(*feed);
+        if (request_.date) feed->input.SetApproximateTime(*request_.date);
+        if (!isMerged) continue;
+        while (feed->queue.FindTime() == nullptr && Pump(*feed)) {
+        }
+        const GPSTime* first = feed->queue.FindTime();
+        if (first != nullptr && (!date || (!request_.date && *first < *date))) date = *first;
+    }
+    if (!date) date = plan_.GetFirstReference();
+    for (const auto& feed : feeds_) {
+        if (!feed->input.NeedsDate()) continue;
+        connect(*feed);
+        if (date) feed->input.SetApproximateTime(*date);
+    }
+}
+
+// Takes the input's next piece; false when it has ended.
+bool Pipeline::Pump(Feed& feed) {
+    if (!feed.isOpen) return false;
+    const std::int64_t before = feed.input.GetBytes().GetNmrRead();
+    feed.isOpen = feed.input.Pump();
+    facts_.bytesDone += feed.input.GetBytes().GetNmrRead() - before;
+    feed.UpdateFacts();
+    return feed.isOpen;
+}
+
+std::string Pipeline::Run(const OnProgress& onProgress) {
+    for (RunOutput* output : outputs_) output->Begin(facts_);
+    hasBegun_ = true;
+    for (const RunEvent& event : std::exchange(early_, {})) {
+        for (RunOutput* output : outputs_) output->OnEvent(event);
+    }
+    if (feeds_.size() == 1) {
+        Feed& feed = *feeds_.front();
+        while (AreOutputsGood() && Pump(feed)) {
+            if (onProgress) onProgress(facts_);
+        }
+    } else {
+        PlayMerged(onProgress);
+    }
+    for (const auto& feed : feeds_) feed->Finish(request_.date);
+    tree_.Drain();
+    facts_.counts = fix_->GetCounts();
+    if (plan_.GetNmrRecords() == 0 &&
+        std::ranges::all_of(facts_.inputs, [](const RunInput& input) { return input.records == 0; })) {
+        Say(Source, "no navigation records: without ephemerides there is no position; add a RINEX navigation file");
+    }
+    std::string failure;
+    for (RunOutput* output : outputs_) {
+        const std::string reason = output->Finish(facts_);
+        if (failure.empty()) failure = reason;
+    }
+    return failure;
+}
+
+void Pipeline::PlayMerged(const OnProgress& onProgress) {
+    while (AreOutputsGood()) {
+        Feed* next = nullptr;
+        std::optional<GPSTime> earliest;
+        for (const auto& feed : feeds_) {
+            while (feed->queue.IsEmpty() && Pump(*feed)) {
+                if (onProgress) onProgress(facts_);
+            }
+            if (feed->queue.IsEmpty()) continue;
+            const std::optional<GPSTime> time = feed->queue.GetTime();
+            // What has no time yet goes first; of equals the one named first.
+            if (next == nullptr || (earliest && (!time || *time < *earliest))) {
+                next = feed.get();
+                earliest = time;
+            }
+        }
+        if (next == nullptr) return;
+        next->queue.PopTo(*next);
+    }
+}
+
+bool Pipeline::AreOutputsGood() const {
+    return std::ranges::all_of(outputs_, [](const RunOutput* output) { return output->IsGood(); });
+}
+
+void Pipeline::MoveTo(const GPSTime& time, int leapSeconds) {
+    // What has come until now is handled before the clock goes on.
+    tree_.AdvanceTo(time);
+    leaps_.SetFor(time, leapSeconds);
+    now_ = time;
+}
+
+// Whether the clock goes along with a time that a stream tells.
+bool Pipeline::IsFollowed(const GPSTime& time) {
+    const bool isBehind = now_ && *now_ - time > MaxBack;
+    const bool isSecond = std::exchange(wasBehind_, isBehind);
+    if (!isBehind) return true;
+    if (!isSecond) return false;
+    wasBehind_ = false;
+    Say(Source, fmt::format("The data go back in time, from {} to {}; ephemerides of later than that are dropped.",
+                            now_->PrintRound(0).str(), time.PrintRound(0).str()));
+    tree_.Drain();
+    tree_.GetRoot().ForEach([](Corvane::Component& component) {
+        const bool isStore =
+            component.GetIdent() == GNSS::GPSEphemStore::ID || component.GetIdent() == GNSS::Glonass::EphemStore::ID;
+        if (isStore) component.Clear();
+    });
+    plan_.Rewind();
+    now_.reset();
+    return true;
+}
+
+void Pipeline::AdvanceTo(const GPSTime& time, Feed& feed) {
+    if (!IsFollowed(time)) return;
+    Navigation& navigation = tree_.GetNavigation();
+    PlanSink sink(*this);
+    while (const GPSTime* due = plan_.GetNext()) {
+        if (*due > time) break;
+        if (!now_ || *now_ < *due) MoveTo(*due, leaps_.Count(*due));
+        for (const auto& utc : std::exchange(utcs_, {})) navigation.OnRecord(utc);
+        for (const auto& iono : std::exchange(ionos_, {})) navigation.OnRecord(iono);
+        plan_.SendNext(sink);
+    }
+    MoveTo(time, feed.GetClock().GetLeapSeconds(time));
+}
+
+void Pipeline::TakeChannel(const GNSS::Glonass::Slot& slot, int channel) {
+    if (channels_.Set(slot, channel)) areChannelsNew_ = true;
+}
+
+void Pipeline::TakeEpoch(const GNSS::MeasSet& set, Feed& feed) {
+    const RinexObservationDecoder* observations = feed.input.GetObservations();
+    if (observations != nullptr && !std::exchange(feed.isKnown, true)) {
+        const auto& channels = observations->GetHeader().channels;
+        for (int slot = GNSS::Glonass::Slot::Min; slot <= GNSS::Glonass::Slot::Max; ++slot) {
+            if (const auto channel = channels[static_cast<std::size_t>(slot)]) TakeChannel(slot, *channel);
+        }
+    }
+    if (std::exchange(areChannelsNew_, false)) port_->channels.Send(channels_);
+    // The stores' answers to what came before reach the fix first.
+    tree_.Drain();
+    port_->measurements.Send(set);
+    tree_.Drain();
+    facts_.counts = fix_->GetCounts();
+}
+
+}  // namespace Host
