@@ -173,7 +173,7 @@ void FindSpells(const RunSeries& series, const FixSettings& settings, RunFigures
     add(finder.Find("No position", "", [](const RunEpoch& e) { return !e.IsFix(); }));
     add(finder.Find(
         "F-test failed", "of its limit", [](const RunEpoch& e) { return e.fTest == FixTest::Failed; },
-        [](const RunEpoch& e) { return static_cast<double>(e.unitVariance) / e.fLimit; }));
+        [](const RunEpoch& e) { return static_cast<double>(e.unitVariance / e.fLimit); }));
     add(finder.Find(
         "w-test failed", "|w|", [](const RunEpoch& e) { return e.wTest == FixTest::Failed; },
         [](const RunEpoch& e) { return std::abs(static_cast<double>(e.maxW)); }));
@@ -183,16 +183,16 @@ void FindSpells(const RunSeries& series, const FixSettings& settings, RunFigures
                     [](const RunEpoch& e) { return e.test == FixTest::NotIdentifiable; }));
     add(finder.Find(
         fmt::format("HDOP above {:g}", settings.hdopLimit), "",
-        [&](const RunEpoch& e) { return e.hdop > settings.hdopLimit; }, [](const RunEpoch& e) { return e.hdop; }));
+        [&](const RunEpoch& e) { return static_cast<double>(e.hdop) > settings.hdopLimit; }, [](const RunEpoch& e) { return e.hdop; }));
     add(finder.Find(
         fmt::format("PDOP above {:g}", settings.pdopLimit), "",
-        [&](const RunEpoch& e) { return e.pdop > settings.pdopLimit; }, [](const RunEpoch& e) { return e.pdop; }));
+        [&](const RunEpoch& e) { return static_cast<double>(e.pdop) > settings.pdopLimit; }, [](const RunEpoch& e) { return e.pdop; }));
     add(finder.Find(fmt::format("Fewer than {} satellites used", settings.minSatellites), "",
                     [&](const RunEpoch& e) { return e.IsFix() && e.NmrUsed() < settings.minSatellites; }));
     const double large = 2.0 * summary.medianExtRel;
     add(finder.Find(
         fmt::format("Horizontal external reliability above {:.1f} m, twice the run's median", large), "m",
-        [&](const RunEpoch& e) { return e.extRel2D > large; }, [](const RunEpoch& e) { return e.extRel2D; }));
+        [&](const RunEpoch& e) { return static_cast<double>(e.extRel2D) > large; }, [](const RunEpoch& e) { return e.extRel2D; }));
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ std::vector<TimePanel> PositionPanels(const RunSeries& series, const RunReferenc
         panel.title = names[i];
         panel.isFromZero = false;
         panel.curves.push_back({i == 0 ? "95 % band by the weights (factor 1.960)" : "",
-                                [i](const RunEpoch& e) { return LineFactor95 * e.sd[i]; }, TimeCurve::Kind::Band, 0});
+                                [i](const RunEpoch& e) { return LineFactor95 * static_cast<double>(e.sd[i]); }, TimeCurve::Kind::Band, 0});
         panel.curves.push_back(
             {"", [&series, &reference, i](const RunEpoch& e) { return reference.Difference(series, e)[i]; },
              TimeCurve::Kind::Line, 0});

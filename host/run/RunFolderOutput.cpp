@@ -96,7 +96,7 @@ bool RunFolderOutput::IsGood() const {
     for (const std::unique_ptr<Sink>& sink : sinks_) {
         if (sink && !sink->IsGood()) return false;
     }
-    return failure_.empty();
+    return failure_.empty() && !(options_.isStopped && options_.isStopped());
 }
 
 void RunFolderOutput::OnFix(const PublishedFix& fix) {
@@ -238,12 +238,15 @@ std::string RunFolderOutput::Finish(const RunFacts& facts) {
     if (!folder_.IsOpen()) return failure_;
     settings_ = facts.settings;
     CloseTables();
+    // A run that was stopped is not summed up.
+    if (options_.isStopped && options_.isStopped()) Fail(options_.folder + ": not made, as the run was stopped");
     const RunReference reference(series_, options_.reference);
     const RunFigures summary = Summarise(series_, reference, settings_);
     summaryText_ = PrintSummary(summary, facts);
     if (failure_.empty()) WriteNotes();
     if (failure_.empty()) WriteFile("summary.json", MakeSummaryJson(summary, series_, facts));
     if (failure_.empty() && options_.pictures) WritePictures(facts, reference, summary);
+    if (options_.isStopped && options_.isStopped()) Fail(options_.folder + ": not made, as the run was stopped");
     if (failure_.empty()) failure_ = folder_.Commit();
     folder_.Discard();
     return failure_;

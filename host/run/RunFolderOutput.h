@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,9 +14,9 @@
 #include "gnss/time/GPSTime.h"
 #include "host/report/FixRows.h"
 #include "host/report/Rows.h"
+#include "host/report/RunFigures.h"
 #include "host/report/RunFolder.h"
 #include "host/report/RunSeries.h"
-#include "host/report/RunFigures.h"
 #include "host/report/Sink.h"
 #include "host/run/RunOutput.h"
 
@@ -29,6 +30,7 @@ struct RunFolderOptions {
     bool png = false;                      // the pictures as PNG, of double density, instead of SVG
     bool isDark = false;                   // the files of the pictures; those in the report are for paper
     std::optional<GNSS::ECEF> reference;   // of the differences; the run's own mean without
+    std::function<bool()> isStopped;       // asked now and then: whether to give up; never without
     std::optional<GNSS::GPSTime> skyTime;  // of the sky plot: the fix next to it; the last one without
 };
 

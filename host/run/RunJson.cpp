@@ -6,8 +6,8 @@
 #include "gnss/geodesy/LocalGrid.h"
 #include "gnss/geodesy/Spheroid.h"
 #include "host/fix/FixNotes.h"
-#include "host/run/RunReport.h"
 #include "host/report/SafeText.h"
+#include "host/run/RunReport.h"
 #include "host/run/RunText.h"
 
 namespace Host {

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "host/report/RunSeries.h"
 #include "host/report/RunFigures.h"
+#include "host/report/RunSeries.h"
 #include "host/run/RunOutput.h"
 
 namespace Host {
