@@ -110,6 +110,8 @@ std::string DescribeUnread(StreamFormat format, bool isEmpty, std::string_view c
     if (isEmpty) return ": is empty";
     if (format == StreamFormat::Unknown) return ": no messages of UBX, NovAtel OEM or RTCM 3";
     if (format == StreamFormat::Sp3) return ": an SP3 file; gnss compare reads it";
+    if (format == StreamFormat::RinexCompact)
+        return ": a compact (Hatanaka) RINEX file; uncompress it first, for example with CRX2RNX";
     return fmt::format(": a {} file, which gnss {} does not read", Name(format), command);
 }
 

@@ -4,46 +4,12 @@
 #include <cstring>
 #include <limits>
 #include <new>
-#include <zlib.h>
+#include <span>
+#include <utility>
 
 namespace Host {
 
 namespace {
-
-constexpr std::size_t MaxPiece = std::numeric_limits<uInt>::max();  // zlib counts a piece of input or output in this
-
-// The stream's state, freed whichever way the work ends.
-class Stream {
-public:
-    Stream() { ready_ = inflateInit2(&z_, 16 + MAX_WBITS) == Z_OK; }  // 16: gzip, nothing else
-    ~Stream() {
-        if (ready_) inflateEnd(&z_);
-    }
-    Stream(const Stream&) = delete;
-    Stream& operator=(const Stream&) = delete;
-
-    [[nodiscard]] bool IsReady() const { return ready_; }
-    void NextMember() { inflateReset(&z_); }
-
-    // One step from packed into the room; both shrink by what was used. The result is zlib's.
-    int Step(std::string_view& packed, char*& room, std::size_t& roomSize) {
-        z_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
-        z_.avail_in = static_cast<uInt>(std::min(packed.size(), MaxPiece));
-        z_.next_out = reinterpret_cast<Bytef*>(room);
-        z_.avail_out = static_cast<uInt>(std::min(roomSize, MaxPiece));
-        const uInt in = z_.avail_in;
-        const uInt out = z_.avail_out;
-        const int result = inflate(&z_, Z_NO_FLUSH);
-        packed.remove_prefix(in - z_.avail_in);
-        room += out - z_.avail_out;
-        roomSize -= out - z_.avail_out;
-        return result;
-    }
-
-private:
-    z_stream z_{};
-    bool ready_ = false;
-};
 
 // Bytes that grow to at most limit + 1: the one more tells too large from just full.
 class Buffer {
@@ -74,59 +40,45 @@ private:
 
 }  // namespace
 
-bool IsGzip(std::string_view data) {
-    return data.starts_with("\x1f\x8b\x08");
-}
-
 Inflated Inflate(std::string_view packed, std::size_t limit) {
     using State = Inflated::State;
-    Stream stream;
+    GzipStream stream;
     Buffer buffer(limit);
     Inflated result;
-    const auto end = [&](State state) {
-        result.state = state;
-        if (state == State::Whole || state == State::Cut) {
-            result.bytes = std::move(buffer.bytes);
-            result.size = buffer.used;
-        }
-    };
-    if (!stream.IsReady()) {
-        end(State::NoMemory);
-        return result;
-    }
     // Logs and products compress to a fifth or so.
     std::size_t wish = std::max<std::size_t>(packed.size() < limit / 6 ? packed.size() * 6 : limit, 4096);
-    while (true) {
+    bool isOver = false;
+    while (!isOver) {
         if (buffer.Room() == 0 && !buffer.Grow(wish)) {
-            end(buffer.IsBeyondLimit() ? State::TooLarge : State::NoMemory);
+            result.state = buffer.IsBeyondLimit() ? State::TooLarge : State::NoMemory;
             return result;
         }
         wish = 0;
-        char* room = buffer.bytes.get() + buffer.used;
-        std::size_t roomSize = buffer.Room();
-        const int step = stream.Step(packed, room, roomSize);
-        buffer.used += buffer.Room() - roomSize;
-        if (buffer.IsBeyondLimit()) {
-            end(State::TooLarge);
-            return result;
-        }
-        if (step == Z_STREAM_END) {
-            if (!IsGzip(packed)) {
-                end(State::Whole);
-                return result;
-            }
-            stream.NextMember();
-        } else if (step == Z_MEM_ERROR) {
-            end(State::NoMemory);
-            return result;
-        } else if (step != Z_OK && step != Z_BUF_ERROR) {
-            end(State::Damaged);
-            return result;
-        } else if (packed.empty() && roomSize > 0) {
-            end(State::Cut);  // zlib has neither input nor, with room left, anything more to give
-            return result;
-        }
+        std::span<char> room(buffer.bytes.get() + buffer.used, buffer.Room());
+        const GzipStream::State state = stream.Step(packed, room);
+        buffer.used = buffer.used + buffer.Room() - room.size();
+        isOver = !room.empty() || (state != GzipStream::State::Open && state != GzipStream::State::Whole);
     }
+    if (buffer.IsBeyondLimit()) {
+        result.state = State::TooLarge;
+        return result;
+    }
+    switch (stream.Finish()) {
+        case GzipStream::State::Whole:
+            result.state = State::Whole;
+            break;
+        case GzipStream::State::Damaged:
+            result.state = State::Damaged;
+            return result;
+        case GzipStream::State::NoMemory:
+            result.state = State::NoMemory;
+            return result;
+        default:
+            result.state = State::Cut;
+    }
+    result.bytes = std::move(buffer.bytes);
+    result.size = buffer.used;
+    return result;
 }
 
 }  // namespace Host

@@ -1,10 +1,12 @@
-// Inflate: the content of data that gzip has compressed.
+// Inflate: the content of data that gzip has compressed, all at once. GzipStream does it while they come.
 #pragma once
 
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
+
+#include "host/receiver/GzipStream.h"
 
 namespace Host {
 
@@ -21,9 +23,6 @@ struct Inflated {
     std::unique_ptr<char[]> bytes;
     std::size_t size = 0;
 };
-
-// Whether data begin as a gzip file does.
-[[nodiscard]] bool IsGzip(std::string_view data);
 
 // The content of gzip data of one or several members (RFC 1952); what follows the last member is ignored.
 [[nodiscard]] Inflated Inflate(std::string_view packed, std::size_t limit);

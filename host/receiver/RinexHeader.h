@@ -1,4 +1,5 @@
-// RinexHeader: the lines of a RINEX navigation file before its records. For RinexNavigation only.
+// RinexHeader: the lines of a RINEX navigation file before its records. For RinexNavigation; how a header begins also
+// for observations.
 #pragma once
 
 #include <array>

@@ -50,13 +50,14 @@ std::size_t StreamDecoder::Take(std::string_view bytes, bool last) {
         counts_.skipped += static_cast<std::int64_t>(ahead);
         at += ahead;
         if (at == bytes.size()) break;
-        const Frame frame = Inspect(bytes.substr(at));
+        Frame frame = Inspect(bytes.substr(at));
+        if (frame.state == Frame::State::Incomplete && last) frame = InspectEnd(bytes.substr(at));
         if (frame.state == Frame::State::Whole) {
             Count(frame.kind, Decode(frame.kind, bytes.substr(at, frame.size)));
             at += frame.size;
             continue;
         }
-        if (frame.state == Frame::State::Incomplete && !last) break;
+        if (frame.state == Frame::State::Incomplete) break;
         if (frame.state == Frame::State::BadChecksum) ++counts_.checksumFailures;
         ++counts_.skipped;
         ++at;

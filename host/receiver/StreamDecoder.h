@@ -73,6 +73,9 @@ protected:
     [[nodiscard]] virtual std::size_t FindStart(std::string_view bytes) const = 0;
     // What starts at the first byte. None as soon as it cannot be a message, Incomplete while it could become one.
     [[nodiscard]] virtual Frame Inspect(std::string_view bytes) = 0;
+    // What the bytes are that could still become a message when the stream has ended. None: of no message, as where
+    // messages tell their own end.
+    [[nodiscard]] virtual Frame InspectEnd(std::string_view /*bytes*/) { return {}; }
     // What is inspected from now on, up to the next such call, lies in one piece of memory, and no more where it was.
     virtual void OnMoved() {}
     // A whole message with a good checksum. False when it is refused; then nothing of it has reached the sink.

@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "host/receiver/GzipStream.h"
+
 using Host::FileError;
 using Host::FileText;
 
@@ -103,6 +105,43 @@ TEST(FileText, GivesTheBeginningOfCompressedDataThatAreCut) {
     EXPECT_TRUE(file.IsCut());
     EXPECT_GT(file.Text().size(), text.size() / 3);
     EXPECT_TRUE(text.starts_with(file.Text()));
+}
+
+TEST(GzipStream, GivesTheSameOfAnyPieces) {
+    using State = Host::GzipStream::State;
+    const std::string text = Varied(300000);
+    const std::string packed = Gzip(text);
+    std::string damaged = packed;
+    damaged[damaged.size() - 6] = static_cast<char>(damaged[damaged.size() - 6] ^ 1);
+    const struct {
+        std::string bytes;
+        std::string content;
+        State state;
+    } cases[] = {
+        {packed, text, State::Whole},
+        {packed + Gzip("") + Gzip("tail") + "\x1f\x8b no more" + packed, text + "tail", State::Whole},
+        {packed + "\x1f\x8b", text, State::Whole},
+        {packed + "\x1f\x8b\x08", text, State::Cut},
+        {Gzip(std::string(1000000, 'x')), std::string(1000000, 'x'), State::Whole},
+        {packed.substr(0, packed.size() - 1), text, State::Cut},
+        {"", "", State::Cut},
+        {damaged + packed, text, State::Damaged},
+        {"plain", "", State::Damaged},
+    };
+    for (const auto& c : cases) {
+        for (const std::size_t size : {std::size_t{1}, std::size_t{7}, std::size_t{4096}, c.bytes.size() + 1}) {
+            Host::GzipStream stream;
+            std::string content;
+            for (std::size_t at = 0; at < c.bytes.size(); at += size) {
+                stream.Feed(std::string_view(c.bytes).substr(at, size), [&](std::string_view piece) {
+                    EXPECT_LE(piece.size(), 65536U);
+                    content += piece;
+                });
+            }
+            EXPECT_EQ(stream.Finish(), c.state) << c.bytes.size() << ' ' << size;
+            EXPECT_TRUE(content == c.content) << c.bytes.size() << ' ' << size;
+        }
+    }
 }
 
 TEST(FileText, TellsWhyItCannotRead) {

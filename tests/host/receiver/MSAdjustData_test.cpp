@@ -16,18 +16,15 @@ using GNSS::GPSMeas;
 using GNSS::GPSTime;
 using GNSS::MeasSet;
 using GNSS::MSAdjust;
-using GNSS::PRN;
 
 constexpr double MS = MSAdjust::MSRange;
 
-GPSMeas::Set MakeSet(const tests::ObservedEpoch& epoch) {
-    GPSMeas::Set set(epoch.time);
-    for (const auto& satellite : epoch.satellites) {
-        if (satellite.system != 'G') continue;
-        GPSMeas meas(GNSS::GPSFreqy::CA);
-        meas.SetRange({satellite.values.at("C1C").value_or(0.0), 1.0});
-        meas.SetPhase({satellite.values.at("L1C").value_or(0.0), 0.01});
-        set.AddMeas(PRN(satellite.number), meas);
+// With qualities, which the file does not have.
+GPSMeas::Set MakeSet(GPSMeas::Set set) {
+    for (int i = 0; i < set.NmrSV(); ++i) {
+        GPSMeas& meas = *set.ChangeSV(i)->ChangeMeas(0);
+        meas.SetRange({meas.GetRange(), 1.0});
+        meas.SetPhase({meas.GetPhase(), 0.01});
     }
     return set;
 }
@@ -40,7 +37,7 @@ TEST(MSAdjustData, ClockOfARealReceiver) {
     const ECEF position(-3869302.0, 3436558.5, 3717357.5);
     const Host::RinexNavigation navigation = tests::ReadNavigation(broadcast);
     std::vector<GPSMeas::Set> epochs;
-    for (const auto& epoch : tests::ReadObservations(observations)) epochs.push_back(MakeSet(epoch));
+    for (const auto& epoch : tests::ReadObservations(observations)) epochs.push_back(MakeSet(epoch.GetGPS()));
     ASSERT_EQ(epochs.size(), 237U);
 
     MSAdjust plain, modulo, jumping;
