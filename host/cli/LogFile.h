@@ -6,11 +6,9 @@
 #include <vector>
 
 #include "host/receiver/StreamFormat.h"
+#include "host/source/InputBytes.h"
 
 namespace Host {
-
-// Standard input among the files of a command line.
-inline constexpr const char* StandardInput = "-";
 
 // Who reads a log.
 class LogReader {

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "host/receiver/OemDecoder.h"
+#include "host/receiver/RinexObservation.h"
 #include "host/receiver/RtcmDecoder.h"
 #include "host/receiver/UbxDecoder.h"
 
@@ -80,6 +81,8 @@ std::unique_ptr<StreamDecoder> MakeDecoder(StreamFormat format, ReceiverSink& si
             return std::make_unique<OemDecoder>(sink);
         case StreamFormat::Rtcm3:
             return std::make_unique<RtcmDecoder>(sink);
+        case StreamFormat::RinexObservation:
+            return std::make_unique<RinexObservationDecoder>(sink);
         default:
             return nullptr;
     }

@@ -16,9 +16,9 @@ enum class StreamFormat : std::uint8_t {
     Ubx,
     Oem,
     Rtcm3,
-    // Text files, for which there are other readers.
-    RinexNavigation,
     RinexObservation,
+    // Text files that do not come as a stream, or are not read.
+    RinexNavigation,
     RinexCompact,
     Sp3,
 };
@@ -38,7 +38,7 @@ inline constexpr std::size_t DetectionSize = std::size_t{1} << 20;
 // text files are known by their first line. As many times DetectionSize are looked at as it takes to find any.
 [[nodiscard]] DetectedFormat DetectFormat(std::string_view bytes);
 
-// Null for a format that is not a receiver's protocol. The sink must outlive the decoder.
+// Null for a format that does not come as a stream. The sink must outlive the decoder.
 [[nodiscard]] std::unique_ptr<StreamDecoder> MakeDecoder(StreamFormat format, ReceiverSink& sink);
 
 }  // namespace Host

@@ -70,6 +70,7 @@ private:
 class Pipeline::PlanSink : public RecordSink {
 public:
     explicit PlanSink(Pipeline& pipeline) : pipeline_(pipeline) {}
+    using RecordSink::OnRecord;
     void OnRecord(const GNSS::GPSEphemeride& record) override { pipeline_.tree_.GetNavigation().OnRecord(record); }
     void OnRecord(const GNSS::Glonass::Ephemeride& record, std::optional<int> channel) override {
         if (channel) pipeline_.TakeChannel(record.slot, *channel);

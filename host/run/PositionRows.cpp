@@ -62,11 +62,9 @@ std::string_view PrintEpoch(const GNSS::GPSTime& time, std::array<char, 40>& to)
     GNSS::GPSTime rounded = time;
     rounded.Round(3);
     const Corvane::Date date = rounded.GetDate();
-    // Half a step on, so that what is a millisecond in decimal is not cut to the one before.
     const std::int64_t ms = std::llround(rounded.GetSeconds() * 1000.0) % std::int64_t{86'400'000};
-    const auto [year, month, day] = std::tuple(date.GetYear(), date.GetMonth(), date.GetDay());
-    char* const end = fmt::format_to(to.data(), "{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:03}", year, month, day,
-                                     ms / 3'600'000, ms / 60'000 % 60, ms / 1000 % 60, ms % 1000);
+    char* const end = fmt::format_to(to.data(), "{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:03}", date.Year(), date.Month(),
+                                     date.Day(), ms / 3'600'000, ms / 60'000 % 60, ms / 1000 % 60, ms % 1000);
     return {to.data(), static_cast<std::size_t>(end - to.data())};
 }
 

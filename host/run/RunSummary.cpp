@@ -17,7 +17,7 @@ void RunSummary::OnFix(const PublishedFix& fix) {
         }
     }
     for (int i = 0; i < fix.notes.NmrNote(); ++i) {
-        const auto& note = fix.notes.GetNote(i);
+        const auto& note = fix.notes[i];
         NoteKind& kind = notes_[note.GetId()];
         // Several satellites may have the same at one epoch.
         if (kind.lastEpoch == nmrEpochs_) continue;

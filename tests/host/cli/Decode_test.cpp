@@ -130,7 +130,7 @@ TEST_F(Decode, RefusesWhatItCannotRead) {
     };
     for (const Row& row : {
              Row{"nav", 1, "nav:"},
-             Row{"obs", 1, "RINEX observation"},
+             Row{"obs", 0, "tells no time"},
              Row{"sp3", 1, "gnss compare"},
              Row{"noise", 1, "no messages"},
              Row{"noise.gz", 1, "no messages"},
