@@ -192,7 +192,8 @@ void RunFolderOutput::WriteNotes() {
 }
 
 void RunFolderOutput::WritePictures(const RunFacts& facts, const RunReference& reference, const RunFigures& summary) {
-    std::vector<RunPicture> pictures = MakeRunPictures(series_, reference, summary, settings_);
+    std::vector<RunPicture> pictures;
+    if (summary.epochs > 0) pictures = MakeRunPictures(series_, reference, summary, settings_);
     std::vector<ReportPicture> reported;
     std::string failure;
     const PictureKind kind = options_.png ? PictureKind::Png : PictureKind::Svg;
