@@ -31,6 +31,7 @@ struct Options {
     std::string positions;
     FixOptions fix;
     OutputOptions output;
+    bool asReceived = false;
     bool allWarnings = false;
     bool quiet = false;
     bool hasDate = false;
@@ -68,6 +69,7 @@ void Tell(const std::string& lines) {
 int Run(const Options& options) {
     RunRequest request;
     request.inputs = options.inputs;
+    request.asReceived = options.asReceived;
     if (const std::string fault = ReadFixOptions(options.fix, request); !fault.empty()) return Complain(fault), 2;
     Form form = Form::Table;
     if (!ParseForm(options.form, form)) return Complain("--form is table, csv or ndjson"), 2;
@@ -89,8 +91,8 @@ int Run(const Options& options) {
     Pipeline pipeline(request, outputs);
     std::string reason;
     if (!pipeline.Open(reason)) return Complain(reason), 1;
-    // Made when the inputs are good, so that an old file is not lost to a mistyped name.
-    // With a folder they are not for standard output, unless that is asked for.
+    // Made when the inputs are good, so that an old file is not lost to a mistyped name. With a folder the positions are
+    // in it, and elsewhere only if that is asked for.
     std::optional<StopSignal> stop;
     std::optional<RunFolderOutput> folder;
     if (!folderOptions.folder.empty()) {
@@ -125,6 +127,8 @@ void AddRunCommand(CLI::App& program, int& exitCode) {
     command->add_option("--form", options->form, "of the positions: table, csv or ndjson")->capture_default_str();
     const CLI::Option* date = command->add_option(
         "--date", options->date, "about when it was, to half a week: for streams that tell no week (RTCM 3)");
+    command->add_flag("--as-received", options->asReceived,
+                      "use each ephemeris of a log only from when it was received, as live");
     command->add_flag("--warnings", options->allWarnings, "all events, not just the first few of each source");
     command->add_flag("--quiet", options->quiet, "no summary");
     AddFixOptions(*command, options->fix);
@@ -138,6 +142,8 @@ void AddRunCommand(CLI::App& program, int& exitCode) {
         "A row for each epoch; its time is GPS time, its place WGS 84. A summary and what went wrong, with its time "
         "and\n"
         "place, go to standard error.\n"
+        "\n"
+        "With --output the folder is made when the run has ended in good order; a signal (Ctrl-C) leaves none.\n"
         "\n"
         "Exit code: 0 when there is at least one position; 1 when there is none, a source cannot be used or an output\n"
         "cannot be written; 2 when the command line is wrong.");

@@ -26,6 +26,9 @@ struct RunRequest {
     FixSettings settings;
     // About when it was, to half a week: for streams that do not tell the week. Without it the other inputs are asked.
     std::optional<GNSS::GPSTime> date;
+    // Each ephemeris of a log only from when it was received, as live; otherwise the log's ephemerides are known from
+    // its beginning, as those of a navigation file are. Standard input is always as received.
+    bool asReceived = false;
     // The operator's list.
     std::vector<GNSS::PRN> disabledGPS;
     std::vector<GNSS::Glonass::Slot> disabledGlonass;
@@ -66,7 +69,8 @@ private:
     class PlanSink;
 
     [[nodiscard]] bool OpenInput(std::size_t index, std::string& reason);
-    void SetDates();
+    [[nodiscard]] std::optional<GNSS::GPSTime> SetDates();
+    void LookAhead(const Input& input, const std::optional<GNSS::GPSTime>& date);
 
     void PlayMerged(const OnProgress& onProgress);
     [[nodiscard]] bool Pump(Feed& feed);
@@ -90,7 +94,7 @@ private:
     std::shared_ptr<FixComponent> fix_;
     NavigationPlan plan_;
     std::vector<GNSS::Almanac::UTC> utcs_;    // of the headers
-    std::vector<GNSS::Almanac::Iono> ionos_;  // of the headers
+    std::vector<GNSS::Almanac::Iono> ionos_;  // of the headers, and looked ahead at
     std::vector<std::unique_ptr<Feed>> feeds_;
     std::optional<GNSS::GPSTime> now_;
     bool wasBehind_ = false;  // the last time that was told
