@@ -91,8 +91,8 @@ int Run(const Options& options) {
     Pipeline pipeline(request, outputs);
     std::string reason;
     if (!pipeline.Open(reason)) return Complain(reason), 1;
-    // Made when the inputs are good, so that an old file is not lost to a mistyped name. With a folder the positions are
-    // in it, and elsewhere only if that is asked for.
+    // Made when the inputs are good, so that an old file is not lost to a mistyped name. With a folder the positions
+    // are in it, and elsewhere only if that is asked for.
     std::optional<StopSignal> stop;
     std::optional<RunFolderOutput> folder;
     if (!folderOptions.folder.empty()) {
