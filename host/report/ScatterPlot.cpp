@@ -86,7 +86,13 @@ void ScatterPlot::Draw(DC& dc, const Palette& palette) const {
     }
     dc.SetPen(Pen::None);
     dc.SetBrush(Faded(CurveColour(palette, 0), 150));
-    for (const auto& [y, x] : dots) dc.DrawRectangle({{x - 1, y - 1}, {2, 2}});
+    // Neighbours in a row are one shape: a long run fills the plot.
+    for (auto dot = dots.begin(); dot != dots.end();) {
+        const auto [y, first] = *dot;
+        std::int32_t last = first;
+        for (++dot; dot != dots.end() && dot->first == y && dot->second <= last + 2; ++dot) last = dot->second;
+        dc.DrawRectangle({{first - 1, y - 1}, {last - first + 2, 2}});
+    }
 
     const Corvane::Ellipse ellipse = summary_.scatter.ScaledBy(EllipseFactor95);
     constexpr int Corners = 120;
