@@ -81,7 +81,9 @@ TEST_F(RunTrouble, OfObservationFiles) {
         tests::RunRecording run;
         ASSERT_TRUE(run.Run(request)) << each.name << ": " << run.reason;
         EXPECT_EQ(run.NmrValid(), each.nmrFixes) << each.name << "\n" << run.Events();
-        if (each.event != nullptr) EXPECT_TRUE(run.HasEvent(each.event)) << each.name << "\n" << run.Events();
+        if (each.event != nullptr) {
+            EXPECT_TRUE(run.HasEvent(each.event)) << each.name << "\n" << run.Events();
+        }
         EXPECT_EQ(CountNote(run, each.note), each.nmrNotes) << each.name;
     }
 
