@@ -1,6 +1,8 @@
 #include "host/report/RunFigures.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <map>
 #include <string>
 
@@ -21,7 +23,9 @@ std::string Print(const Host::Cell& cell) {
     if (const auto* whole = std::get_if<std::int64_t>(&cell)) return std::to_string(*whole);
     if (const auto* yes = std::get_if<bool>(&cell)) return *yes ? "1" : "0";
     const auto* real = std::get_if<double>(&cell);
-    return real != nullptr && std::isfinite(*real) ? std::to_string(*real) : "";
+    if (real == nullptr || !std::isfinite(*real)) return "";
+    std::array<char, 400> text{};
+    return {text.data(), Host::PrintNumber(*real, 6, text.data())};
 }
 
 std::map<std::string, std::string> Named(const std::vector<Host::Column>& columns, std::span<const Host::Cell> cells) {
