@@ -12,7 +12,9 @@
 #include "host/cli/FixOptions.h"
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
+#include "host/cli/OutputOptions.h"
 #include "host/cli/Progress.h"
+#include "host/cli/StopSignal.h"
 #include "host/cli/TimeText.h"
 #include "host/run/Pipeline.h"
 #include "host/run/PositionRows.h"
@@ -28,6 +30,7 @@ struct Options {
     std::string form = "table";
     std::string positions;
     FixOptions fix;
+    OutputOptions output;
     bool allWarnings = false;
     bool quiet = false;
     bool hasDate = false;
@@ -72,6 +75,9 @@ int Run(const Options& options) {
         request.date = ParseTime(options.date);
         if (!request.date) return Complain("--date: " + Quoted(options.date) + " is not a time"), 2;
     }
+    RunFolderOptions folderOptions;
+    if (const std::string fault = ReadOutputOptions(options.output, folderOptions); !fault.empty())
+        return Complain(fault), 2;
     if (!IsReadOnce(options.inputs)) return 2;
 
     // Who takes what the run produces.
@@ -84,11 +90,21 @@ int Run(const Options& options) {
     std::string reason;
     if (!pipeline.Open(reason)) return Complain(reason), 1;
     // Made when the inputs are good, so that an old file is not lost to a mistyped name.
-    pipeline.AddOutput(rows.emplace(form, options.positions));
+    // With a folder they are not for standard output, unless that is asked for.
+    std::optional<StopSignal> stop;
+    std::optional<RunFolderOutput> folder;
+    if (!folderOptions.folder.empty()) {
+        folderOptions.isStopped = [] { return StopSignal::Get() != 0; };
+        stop.emplace();
+        folder.emplace(std::move(folderOptions));
+        if (!folder->GetFailure().empty()) return Complain(folder->GetFailure()), 1;
+        pipeline.AddOutput(*folder);
+    }
+    if (!folder || !options.positions.empty()) pipeline.AddOutput(rows.emplace(form, options.positions));
     std::optional<Progress> progress(std::in_place, "bytes", pipeline.GetFacts().bytesTotal);
     const std::string failure = pipeline.Run([&](const RunFacts& facts) { progress->SetDone(facts.bytesDone); });
     progress.reset();
-    if (!options.quiet) Tell(summary.Print());
+    if (!options.quiet) Tell(folder ? folder->GetSummaryText() : summary.Print());
     if (!failure.empty()) return Complain(failure), 1;
     if (summary.NmrEpochs() == 0) return Complain("the inputs hold no measurements that could be used"), 1;
     if (summary.NmrFixes() == 0) return Complain("no epoch has a position; the notes and events say why"), 1;
@@ -112,6 +128,7 @@ void AddRunCommand(CLI::App& program, int& exitCode) {
     command->add_flag("--warnings", options->allWarnings, "all events, not just the first few of each source");
     command->add_flag("--quiet", options->quiet, "no summary");
     AddFixOptions(*command, options->fix);
+    AddOutputOptions(*command, options->output);
     command->footer(
         "Several sources are merged by their own times: observations from one, navigation from another. The "
         "navigation\n"

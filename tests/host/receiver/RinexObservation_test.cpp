@@ -1,7 +1,9 @@
 // RINEX observation files: made ones for the rules of the format and for damage, real ones against their own text.
 #include "host/receiver/RinexObservation.h"
 
-#include <cstdio>
+#include <array>
+#include <charconv>
+#include <locale>
 #include <sstream>
 
 #include "tests/host/receiver/ReceiverRecording.h"
@@ -21,11 +23,12 @@ std::string Version(const std::string& number, char system = 'M') {
 std::string Types(const std::string& types) {
     return Labelled(types, "SYS / # / OBS TYPES");
 }
-// A value with its two digits.
+// A value with its two digits, whatever the locale.
 std::string F(double value, const char* digits = "  ") {
     std::array<char, 20> text{};
-    std::snprintf(text.data(), text.size(), "%14.3f%s", value, digits);
-    return text.data();
+    char* const end = std::to_chars(text.begin(), text.end(), value, std::chars_format::fixed, 3).ptr;
+    const std::string number(text.data(), end);
+    return std::string(14 - number.size(), ' ') + number + digits;
 }
 // A number as it is written, where it ends in its last column.
 std::string R(const std::string& number) {
@@ -54,6 +57,7 @@ void Print(std::ostream& out, char system, const Set& set) {
 // "2111/345600: G5CA C20000000.1 ...", a line for each epoch.
 std::string Print(const Said& said) {
     std::ostringstream out;
+    out.imbue(std::locale::classic());
     out.precision(13);
     for (const GNSS::MeasSet& set : said.said.sets) {
         out << set.GetGPSTime().GetWeek() << '/' << set.GetGPSTime().GetSeconds() << ':';

@@ -1,0 +1,19 @@
+// StopSignal: the signals that ask a program to stop, as a question.
+#pragma once
+
+namespace Host {
+
+// While one stands, SIGINT, SIGTERM and SIGHUP do not end the program at once but are remembered; a second one does. At
+// most one stands at a time.
+class StopSignal {
+public:
+    StopSignal();
+    StopSignal(const StopSignal&) = delete;
+    StopSignal& operator=(const StopSignal&) = delete;
+    ~StopSignal();
+
+    // The number of the signal that came; 0 before.
+    [[nodiscard]] static int Get();
+};
+
+}  // namespace Host

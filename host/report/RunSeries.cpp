@@ -1,0 +1,111 @@
+#include "host/report/RunSeries.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "gnss/geodesy/Spheroid.h"
+#include "host/fix/FixNotes.h"
+
+namespace Host {
+
+namespace {
+
+std::uint8_t Byte(int count) {
+    return static_cast<std::uint8_t>(std::clamp(count, 0, 255));
+}
+
+float Float(double value) {
+    return static_cast<float>(value);
+}
+
+}  // namespace
+
+void RunSeries::Add(const PublishedFix& fix, const FixFigures& figures) {
+    const FixResult& result = fix.result;
+    if (epochs_.empty()) start_ = result.time;
+    RunEpoch& epoch = epochs_.emplace_back();
+    epoch.time = (result.time - start_).Seconds();
+    first_ = std::min(first_, epoch.time);
+    last_ = std::max(last_, epoch.time);
+    epoch.tracked = {Byte(result.gps.tracked), Byte(result.glonass.tracked)};
+    epoch.used = {Byte(result.gps.used), Byte(result.glonass.used)};
+    epoch.rejected = {Byte(result.gps.rejected), Byte(result.glonass.rejected)};
+    epoch.test = result.valid ? result.test : FixTest::None;
+    epoch.fTest = figures.fTest;
+    epoch.wTest = figures.wTest;
+    constexpr float None = std::numeric_limits<float>::quiet_NaN();
+    epoch.sd = {None, None, None};
+    epoch.hdop = epoch.pdop = epoch.fLimit = epoch.maxW = epoch.wLimit = None;
+    if (result.valid) {
+        if (!origin_) origin_ = result.ecef;
+        epoch.place = result.ecef - *origin_;
+        epoch.sd = {Float(std::sqrt(result.covar.GetVarianceEast())), Float(std::sqrt(result.covar.GetVarianceNorth())),
+                    Float(std::sqrt(result.covar.GetVarianceHeight()))};
+        epoch.hdop = Float(result.dop.GetHDOP());
+        epoch.pdop = Float(result.dop.GetPDOP());
+        if (figures.redundancy > 0) epoch.fLimit = Float(result.fLimit);
+        epoch.wLimit = Float(result.wLimit);
+        if (result.maxWRow >= 0) {
+            epoch.maxW = Float(result.maxW);
+            if (const FixSatellite* satellite = result.FindRow(result.maxWRow); satellite != nullptr)
+                epoch.maxWSatellite =
+                    static_cast<std::int16_t>(satellite->number + (satellite->glonass ? GlonassParam : 0));
+        }
+    }
+    epoch.unitVariance = Float(figures.unitVariance);
+    epoch.extRel2D = Float(figures.extRel2D.value);
+    epoch.extRelHeight = Float(figures.extRelHeight.value);
+    epoch.ellipseMajor = Float(figures.ellipseMajor);
+    epoch.height95 = Float(figures.height95);
+
+    for (const FixSatellite& satellite : result.satellites) {
+        Satellite& tally = satellites_[{satellite.glonass, satellite.number}];
+        ++tally.tracked;
+        if (!result.valid) continue;
+        if (satellite.use == SatelliteUse::Used) ++tally.used;
+        if (satellite.use != SatelliteUse::Rejected) continue;
+        if (++tally.rejected == 1 || std::abs(satellite.rejectedW) > std::abs(tally.largestW)) {
+            tally.largestW = satellite.rejectedW;
+            tally.largestAt = result.time;
+        }
+    }
+    history_.Update(result.time.GetTimeDate(), fix.notes);
+}
+
+double RunSeries::GetInterval() const {
+    std::vector<double> steps;
+    steps.reserve(epochs_.size());
+    for (std::size_t i = 1; i < epochs_.size(); ++i) {
+        if (const double step = epochs_[i].time - epochs_[i - 1].time; step > 0.0) steps.push_back(step);
+    }
+    if (steps.empty()) return 0.0;
+    const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
+    std::ranges::nth_element(steps, middle);
+    return *middle;
+}
+
+RunReference::RunReference(const RunSeries& series, const std::optional<GNSS::ECEF>& given)
+    : isGiven_(given.has_value()) {
+    if (given) {
+        grid_.Set(*given, GNSS::Spheroid::WGS84);
+        return;
+    }
+    if (!series.GetOrigin()) return;
+    GNSS::ECEF::Delta sum;
+    double count = 0.0;
+    for (const RunEpoch& epoch : series.GetEpochs()) {
+        if (!epoch.IsFix()) continue;
+        sum += epoch.place;
+        count += 1.0;
+    }
+    grid_.Set(*series.GetOrigin() + sum * (1.0 / count), GNSS::Spheroid::WGS84);
+}
+
+std::array<double, 3> RunReference::Difference(const RunSeries& series, const RunEpoch& epoch) const {
+    if (!epoch.IsFix()) return {FixFigures::None, FixFigures::None, FixFigures::None};
+    const GNSS::Grid::Delta delta = grid_.GetGridDelta(series.PlaceOf(epoch));
+    return {delta.GetEast(), delta.GetNorth(), delta.GetHeight()};
+}
+
+}  // namespace Host
