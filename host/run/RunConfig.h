@@ -13,8 +13,9 @@ namespace Host {
 inline constexpr std::size_t MaxConfigSize = std::size_t{1} << 20;
 
 // Sets what the text says; what it does not name stays. Each line of the answer is a fault with its place,
-// "run.toml:3: fix.mask is a number from 0 to 89 degrees, not 95": names and tables that do not exist, values of another
-// type or out of range, names given twice, text that is not TOML or not UTF-8. With a fault the settings are as they were.
+// "run.toml:3: fix.mask is a number from 0 to 89 degrees, not 95": names and tables that do not exist, values of
+// another type or out of range, names given twice, text that is not TOML or not UTF-8. With a fault the settings are as
+// they were.
 [[nodiscard]] std::vector<std::string> ReadConfig(std::string_view text, const std::string& name,
                                                   RunSettings& settings);
 // The same of a file.

@@ -237,7 +237,7 @@ void RunFolderOutput::WritePictures(const RunFacts& facts, const RunReference& r
 
 std::string RunFolderOutput::Finish(const RunFacts& facts) {
     if (!folder_.IsOpen()) return failure_;
-    settings_ = facts.settings;
+    settings_ = facts.request.settings;
     CloseTables();
     // A run that was stopped is not summed up.
     if (options_.isStopped && options_.isStopped()) Fail(options_.folder + ": not made, as the run was stopped");

@@ -25,7 +25,8 @@ struct RunSettings {
     bool quiet = false;
 };
 
-// A value as a file or the command line gives it, before it is known to be good. Nothing: of a kind that no setting has.
+// A value as a file or the command line gives it, before it is known to be good. Nothing: of a kind that no setting
+// has.
 using SettingValue = std::variant<std::monostate, bool, std::int64_t, double, std::string, std::vector<std::string>>;
 
 // One setting: the options of the command line, the configuration file, its printing and the report's list of settings
