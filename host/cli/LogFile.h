@@ -28,9 +28,9 @@ public:
     [[nodiscard]] virtual bool TakeNavigation(std::string_view text) = 0;
 };
 
-// Reads a log from its beginning to its end. What gzip has compressed and the text of a file are read to their end
-// first, everything else comes as it is read. False, with the reason on standard error, when it cannot be opened or
-// read, or the reader does not take it.
+// Reads a log from its beginning to its end, with flat memory but for a navigation file, which is taken as a whole.
+// False, with the reason on standard error, when it cannot be opened or read to its end, or the reader does not take
+// it; the reader has what could be read.
 [[nodiscard]] bool ReadLog(const std::string& path, LogReader& reader);
 
 // Whether standard input is among the files at most once; otherwise there is a line on standard error.

@@ -1,5 +1,6 @@
 #include "host/fix/PositionFix.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "gnss/position/UKOOAResid.h"
@@ -142,8 +143,14 @@ void PositionFix::TakeStatistics() {
     }
     result_.ukooa.Set(descs_, stats, solver_.GetGrid(), adjustment.GetCovar(), 0);
     static_cast<void>(solver_.GetGrid().GetGridCovarFromECEF(adjustment.GetCovar(), result_.covar));
-    result_.fLimit =
-        Corvane::LLSq::GetFLimit(settings_.fLimit, settings_.confidence, settings_.power, stats.NmrFreedom());
+    // Worked out once for each number of degrees of freedom: it takes as long as a good part of the fix.
+    const auto freedom = static_cast<std::size_t>(std::max(stats.NmrFreedom(), 0));
+    if (freedom >= fLimits_.size()) fLimits_.resize(freedom + 1, -1.0);
+    if (fLimits_[freedom] < 0.0) {
+        fLimits_[freedom] = Corvane::LLSq::GetFLimit(settings_.fLimit, settings_.confidence, settings_.power,
+                                                     static_cast<int>(freedom));
+    }
+    result_.fLimit = fLimits_[freedom];
     result_.wLimit = Corvane::LLSq::GetWLimit(settings_.confidence);
     result_.test = TestOf(stats);
     result_.maxW = 0.0;

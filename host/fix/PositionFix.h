@@ -1,6 +1,8 @@
 // PositionFix: from the measurements of one epoch to a fix with its quality.
 #pragma once
 
+#include <vector>
+
 #include "gnss/measurement/MeasSet.h"
 #include "gnss/position/UKOOADesc.h"
 #include "host/fix/FixInputs.h"
@@ -31,6 +33,7 @@ private:
     FixVelocity velocity_;
     GNSS::UKOOA::Desc::List descs_;
     GNSS::Constellation used_;
+    std::vector<double> fLimits_;  // by degrees of freedom; negative where not worked out yet
     FixResult result_;
 };
 

@@ -330,8 +330,10 @@ std::vector<std::string> EphemerisSet::GetDoubts() const {
     const auto collect = [&doubts](char letter, int number, const auto& records) {
         for (const auto& entry : records.GetEntries()) {
             if (entry.doubt.empty()) continue;
-            doubts.push_back(fmt::format("{}:{}: the record filed under {}{:02} {}; it is not used", entry.file,
-                                         entry.record.line, letter, number, entry.doubt));
+            // Records that were not read from lines have none.
+            const std::string line = entry.record.line > 0 ? fmt::format(":{}", entry.record.line) : "";
+            doubts.push_back(fmt::format("{}{}: the record filed under {}{:02} {}; it is not used", entry.file, line,
+                                         letter, number, entry.doubt));
         }
     };
     for (int prn = 1; prn <= NmrGPS; ++prn) collect('G', prn, GPS(prn));

@@ -9,6 +9,7 @@
 #include "gnss/store/GPSEphemStore.h"
 #include "gnss/store/GlonassEphemStore.h"
 #include "host/run/PipelineParts.h"
+#include "host/source/RecordCollection.h"
 
 namespace Host {
 
@@ -58,10 +59,14 @@ bool Pipeline::Open(std::string& reason) {
         reason = "none of the inputs can hold measurements: a receiver's log or a RINEX observation file is needed";
         return false;
     }
+    const std::optional<GPSTime> date = SetDates();
+    for (const auto& feed : feeds_) {
+        if (feed->input.IsLogFile() && !request_.asReceived) LookAhead(feed->input, date);
+    }
+    // The plan works out positions to check the records, and GLONASS needs the leap rule for that.
     if (const auto first = plan_.GetFirstReference()) leaps_.SetFor(*first);
     plan_.Complete();
     for (const std::string& doubt : plan_.GetDoubts()) Say(Source, doubt);
-    SetDates();
     return true;
 }
 
@@ -111,8 +116,19 @@ bool Pipeline::OpenInput(std::size_t index, std::string& reason) {
     return true;
 }
 
-// Connects the streams, and tells those that do not know their week about when it is.
-void Pipeline::SetDates() {
+// Takes the records of a log that is to be played.
+void Pipeline::LookAhead(const Input& input, const std::optional<GPSTime>& date) {
+    Input again(input.GetPath());
+    FileError error;
+    // What is wrong with it is said when it is played.
+    if (!again.Open(error)) return;
+    const RinexNavigation records = CollectRecords(again, again.NeedsDate() ? date : request_.date);
+    plan_.Add(records, NameOf(input.GetPath()));
+    if (records.iono) ionos_.push_back(*records.iono);
+}
+
+// Connects the streams, and tells those that do not know their week about when it is, which is returned.
+std::optional<GPSTime> Pipeline::SetDates() {
     const bool isMerged = feeds_.size() > 1;
     std::optional<GPSTime> date = request_.date;
     const auto connect = [&](Feed& feed) {
@@ -135,6 +151,7 @@ void Pipeline::SetDates() {
         connect(*feed);
         if (date) feed->input.SetApproximateTime(*date);
     }
+    return date;
 }
 
 // Takes the input's next piece; false when it has ended.

@@ -57,7 +57,8 @@ private:
     class PlanSink;
 
     [[nodiscard]] bool OpenInput(std::size_t index, std::string& reason);
-    void SetDates();
+    [[nodiscard]] std::optional<GNSS::GPSTime> SetDates();
+    void LookAhead(const Input& input, const std::optional<GNSS::GPSTime>& date);
 
     void PlayMerged(const OnProgress& onProgress);
     [[nodiscard]] bool Pump(Feed& feed);
@@ -81,7 +82,7 @@ private:
     std::shared_ptr<FixComponent> fix_;
     NavigationPlan plan_;
     std::vector<GNSS::Almanac::UTC> utcs_;    // of the headers
-    std::vector<GNSS::Almanac::Iono> ionos_;  // of the headers
+    std::vector<GNSS::Almanac::Iono> ionos_;  // of the headers, and looked ahead at
     std::vector<std::unique_ptr<Feed>> feeds_;
     std::optional<GNSS::GPSTime> now_;
     bool wasBehind_ = false;  // the last time that was told

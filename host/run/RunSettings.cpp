@@ -216,6 +216,9 @@ std::vector<Setting> MakeSettings() {
         Sources(),
         Time({"sources", "date", "--date", "about when it was, to half a week: for streams that tell no week (RTCM 3)"},
              &RunRequest::date),
+        Switch({"sources", "as-received", "--as-received",
+                "use each ephemeris of a log only from when it was received, as live; standard input is always so"},
+               &RunRequest::asReceived),
     };
     for (Setting& setting : MakeFixSettings()) settings.push_back(std::move(setting));
     const std::vector<Setting> output{

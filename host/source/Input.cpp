@@ -8,6 +8,8 @@ namespace Host {
 
 namespace {
 
+// How much of a stream may come before its first message.
+constexpr std::size_t MaxGarbage = std::size_t{64} << 20;
 // Messages by which a protocol is known.
 constexpr std::int64_t EnoughMessages = 3;
 // The content is decoded so many bytes at a time, between which damage is looked for: the precision of its place.
@@ -32,23 +34,29 @@ bool IsText(StreamFormat format) {
 
 }  // namespace
 
-bool Input::Open(FileError& error) {
-    if (!bytes_.Open(path_, error)) return false;
-    const bool isFile = bytes_.GetSize() > 0;
+DetectedFormat FindFormat(InputBytes& bytes, std::string& beginning) {
+    const bool isFile = bytes.GetSize() > 0;
+    DetectedFormat detected;
     std::size_t nextLook = 1024;
     for (bool isAll = false; !isAll;) {
-        const std::string_view piece = bytes_.Next();
+        const std::string_view piece = bytes.Next();
         isAll = piece.empty();
-        beginning_ += piece;
-        if (!isAll && beginning_.size() < nextLook) continue;
-        nextLook = 2 * beginning_.size();
-        detected_ = DetectFormat(beginning_);
-        if (IsText(detected_.format)) break;
+        beginning += piece;
+        if (!isAll && beginning.size() < nextLook) continue;
+        nextLook = 2 * beginning.size();
+        detected = DetectFormat(beginning);
+        if (IsText(detected.format)) break;
         // A file is looked at as far as it takes to be sure; a pipe, whose next bytes may be long in coming, is not.
-        const bool isSure = isFile ? beginning_.size() >= DetectionSize : detected_.messages >= EnoughMessages;
-        if (isSure && detected_.format != StreamFormat::Unknown) break;
-        if (beginning_.size() > MaxGarbage) break;
+        const bool isSure = isFile ? beginning.size() >= DetectionSize : detected.messages >= EnoughMessages;
+        if (isSure && detected.format != StreamFormat::Unknown) break;
+        if (beginning.size() > MaxGarbage) break;
     }
+    return detected;
+}
+
+bool Input::Open(FileError& error) {
+    if (!bytes_.Open(path_, error)) return false;
+    detected_ = FindFormat(bytes_, beginning_);
     if (IsNavigationFile()) return true;
     ReceiverSink nobody;
     if (MakeDecoder(detected_.format, nobody)) return true;
@@ -104,30 +112,29 @@ void Input::Decode(std::string_view piece) {
         const std::string_view grain = piece.substr(0, Grain);
         piece.remove_prefix(grain.size());
         decoder_->Feed(grain);
-        TellGarbage();
+        TellGarbage(false);
     }
     TellWarnings();
 }
 
-// After each grain: a stretch of them with bytes that belong to no message is told when it is over.
-void Input::TellGarbage() {
+// After each grain: a stretch of grains with bytes that belong to no message is told when one without follows, or at
+// the end.
+void Input::TellGarbage(bool isEnd) {
     const StreamCounts& counts = decoder_->GetCounts();
-    const bool isDirty = counts.skipped > garbageSkipped_ || counts.checksumFailures > garbageFailures_;
-    if (isDirty && !garbageFrom_) {
-        garbageFrom_ = std::max<std::int64_t>(counts.bytes - static_cast<std::int64_t>(Grain), 0);
-        return;
-    }
-    // Whether the stretch has gone on with this grain is not told apart: it ends at the next look.
-    if (!garbageFrom_) return;
+    const bool isDirty = counts.skipped > skipped_ || counts.checksumFailures > failures_;
+    const std::int64_t grainFrom = std::max<std::int64_t>(counts.bytes - static_cast<std::int64_t>(Grain), 0);
+    if (isDirty && !garbage_) garbage_ = Garbage{grainFrom, counts.bytes, skipped_, failures_};
+    if (isDirty) garbage_->to = counts.bytes;
+    skipped_ = counts.skipped;
+    failures_ = counts.checksumFailures;
+    if (!garbage_ || (isDirty && !isEnd)) return;
     if (++nmrGarbage_ <= MaxTold) {
-        const std::int64_t failures = counts.checksumFailures - garbageFailures_;
-        tell_(fmt::format("{} bytes belong to no message, about bytes {} to {}{}", counts.skipped - garbageSkipped_,
-                          *garbageFrom_, counts.bytes,
-                          failures > 0 ? fmt::format("; {} with a wrong checksum among them", failures) : ""));
+        const std::int64_t failures = counts.checksumFailures - garbage_->failuresBefore;
+        tell_(fmt::format("{} bytes belong to no message, between bytes {} and {}{}",
+                          counts.skipped - garbage_->skippedBefore, garbage_->from, garbage_->to,
+                          failures > 0 ? fmt::format("; {} times a wrong checksum", failures) : ""));
     }
-    garbageFrom_.reset();
-    garbageSkipped_ = counts.skipped;
-    garbageFailures_ = counts.checksumFailures;
+    garbage_.reset();
 }
 
 void Input::TellWarnings() {
@@ -141,8 +148,7 @@ void Input::TellWarnings() {
 }
 
 void Input::TellEnd() {
-    TellGarbage();
-    if (garbageFrom_) TellGarbage();
+    TellGarbage(true);
     TellWarnings();
     if (bytes_.IsCut()) tell_("the compressed data end early; what could be read of them is used");
     if (!bytes_.GetFailure().empty()) tell_(bytes_.GetFailure() + "; what could be read before is used");

@@ -17,6 +17,10 @@
 
 namespace Host {
 
+// Reads as much of a content as it takes to know its format, to which what was read is added. A file is looked at more
+// closely than a pipe, whose next bytes may be long in coming.
+[[nodiscard]] DetectedFormat FindFormat(InputBytes& bytes, std::string& beginning);
+
 // A stream of messages is decoded piece by piece, with flat memory; a navigation file is read as a whole.
 class Input {
 public:
@@ -24,9 +28,8 @@ public:
     // end early. With its place; of a kind the first MaxTold, and at the end how many there were.
     using Tell = std::function<void(const std::string&)>;
     static constexpr std::int64_t MaxTold = 10;
-    // A navigation file's text, a stream's beginning without any message.
+    // The most that a navigation file may hold.
     static constexpr std::size_t MaxText = std::size_t{256} << 20;
-    static constexpr std::size_t MaxGarbage = std::size_t{64} << 20;
 
     explicit Input(std::string path) : path_(std::move(path)) {}
 
@@ -36,6 +39,11 @@ public:
     [[nodiscard]] const std::string& GetPath() const { return path_; }
     [[nodiscard]] StreamFormat GetFormat() const { return detected_.format; }
     [[nodiscard]] bool IsNavigationFile() const { return detected_.format == StreamFormat::RinexNavigation; }
+    // Whether it can be read a second time, and holds a receiver's navigation messages.
+    [[nodiscard]] bool IsLogFile() const {
+        return bytes_.GetSize() > 0 && path_ != StandardInput && !IsNavigationFile() &&
+               GetFormat() != StreamFormat::RinexObservation;
+    }
     // Whether the stream's own messages do not tell the week.
     [[nodiscard]] bool NeedsDate() const { return detected_.format == StreamFormat::Rtcm3; }
 
@@ -56,7 +64,7 @@ public:
 
 private:
     void Decode(std::string_view piece);
-    void TellGarbage();
+    void TellGarbage(bool isEnd);
     void TellWarnings();
     void TellEnd();
 
@@ -69,10 +77,14 @@ private:
     Tell tell_;
     std::unique_ptr<StreamDecoder> decoder_;
     const RinexObservationDecoder* observations_ = nullptr;
-    // A stretch of bytes that belong to no message, as far as it goes; the place is that of the piece it was found in.
-    std::optional<std::int64_t> garbageFrom_;
-    std::int64_t garbageSkipped_ = 0;  // before it
-    std::int64_t garbageFailures_ = 0;
+    // Bytes that belong to no message, as far as the stretch goes.
+    struct Garbage {
+        std::int64_t from, to;  // to a grain
+        std::int64_t skippedBefore, failuresBefore;
+    };
+    std::optional<Garbage> garbage_;
+    std::int64_t skipped_ = 0;  // at the last look
+    std::int64_t failures_ = 0;
     std::int64_t nmrGarbage_ = 0;
     std::size_t nmrWarnings_ = 0;  // told
 };
