@@ -22,7 +22,8 @@ std::vector<TimePanel> PositionPanels(const RunSeries& series, const RunReferenc
         panel.title = names[i];
         panel.isFromZero = false;
         panel.curves.push_back({i == 0 ? "95 % band by the weights (factor 1.960)" : "",
-                                [i](const RunEpoch& e) { return LineFactor95 * static_cast<double>(e.sd[i]); }, TimeCurve::Kind::Band, 0});
+                                [i](const RunEpoch& e) { return LineFactor95 * static_cast<double>(e.sd[i]); },
+                                TimeCurve::Kind::Band, 0});
         panel.curves.push_back(
             {"", [&series, &reference, i](const RunEpoch& e) { return reference.Difference(series, e)[i]; },
              TimeCurve::Kind::Line, 0});
@@ -50,7 +51,7 @@ std::vector<TimePanel> DopPanels(const FixSettings& settings) {
     TimePanel pdop;
     pdop.title = "PDOP";
     pdop.curves.push_back(Limit(fmt::format("limit {:g}", settings.pdopLimit), settings.pdopLimit));
-    pdop.curves.push_back({"PDOP", [](const RunEpoch& e) { return e.pdop; }, TimeCurve::Kind::Line, 1});
+    pdop.curves.push_back({"PDOP", [](const RunEpoch& e) { return e.pdop; }, TimeCurve::Kind::Line, 0});
     return {hdop, pdop};
 }
 
@@ -87,14 +88,15 @@ std::vector<TimePanel> SatellitePanels(const RunSeries& series, const FixSetting
         panel.title = system == 0 ? "GPS" : "GLONASS";
         panel.isWhole = true;
         panel.height = 110;
-        const auto add = [&](const char* name, std::array<std::uint8_t, 2> RunEpoch::*counts, int colour) {
+        const auto add = [&](const char* name, std::array<std::uint8_t, 2> RunEpoch::*counts, int colour,
+                             TimeCurve::Kind kind) {
             panel.curves.push_back(
-                {name, [counts, system](const RunEpoch& e) { return static_cast<double>((e.*counts)[system]); },
-                 TimeCurve::Kind::Line, colour});
+                {name, [counts, system](const RunEpoch& e) { return static_cast<double>((e.*counts)[system]); }, kind,
+                 colour});
         };
-        add("tracked", &RunEpoch::tracked, 2);
-        add("used", &RunEpoch::used, 0);
-        add("rejected", &RunEpoch::rejected, 1);
+        add("tracked", &RunEpoch::tracked, 2, TimeCurve::Kind::Area);
+        add("used", &RunEpoch::used, 0, TimeCurve::Kind::Line);
+        add("rejected", &RunEpoch::rejected, 1, TimeCurve::Kind::Line);
         panels.push_back(panel);
     }
     return panels;

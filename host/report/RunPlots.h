@@ -7,8 +7,8 @@
 
 #include "gnss/platform/DC.h"
 #include "host/render/Palette.h"
-#include "host/report/RunSeries.h"
 #include "host/report/RunFigures.h"
+#include "host/report/RunSeries.h"
 #include "host/report/TimePlot.h"
 
 namespace Host {

@@ -135,7 +135,7 @@ void ScatterPlot::Draw(DC& dc, const Palette& palette) const {
     row("factor", fmt::format("{:.4f}", EllipseFactor95));
     row("semi-major axis", fmt::format("{:.2f} m", ellipse.GetSemiMajor()));
     row("semi-minor axis", fmt::format("{:.2f} m", ellipse.GetSemiMinor()));
-    row("bearing", fmt::format("{:.0f}\u00b0", ellipse.GetOrientation().Degrees()));
+    row("bearing", fmt::format("{:.0f}\u00b0", std::fmod(std::round(ellipse.GetOrientation().Degrees()), 180.0)));
     if (outside > 0) {
         y += LinePitch / 2;
         dc.SetTextColour(palette.alert);

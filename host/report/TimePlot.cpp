@@ -197,12 +197,14 @@ private:
         }
         if (!std::isfinite(least)) least = most = 0.0;
         if (!(most - least > 1e-6)) most = least + 1.0;
-        step_ = RoundStep(most - least, std::max(3, at_.size.height / 32));
+        step_ = RoundStep(most - least, std::max(3, at_.size.height / 22));
         if (panel_.isWhole) step_ = std::max(1.0, std::ceil(step_));
         const double margin = 0.04 * (most - least);
         low_ = panel_.isFromZero && least >= 0.0 ? 0.0 : least - margin;
         high_ = most + margin;
     }
+
+    static bool IsArea(TimeCurve::Kind kind) { return kind == TimeCurve::Kind::Band || kind == TimeCurve::Kind::Area; }
 
     [[nodiscard]] std::int32_t Y(double value) const {
         const double part = std::clamp((value - low_) / (high_ - low_), 0.0, 1.0);
@@ -224,7 +226,7 @@ private:
     }
 
     void DrawCurve(const TimeCurve& curve, const std::vector<std::vector<ColumnRange>>& stretches) {
-        const bool isBand = curve.kind == TimeCurve::Kind::Band;
+        const bool isBand = IsArea(curve.kind);
         const Colour colour =
             curve.kind == TimeCurve::Kind::Limit ? palette_.alert : CurveColour(palette_, curve.colour);
         dc_.SetPen(isBand ? Pen::None : Pen{colour});
@@ -235,7 +237,7 @@ private:
             outline.clear();
             for (const ColumnRange& c : stretch) outline.push_back({c.x, Y(c.high)});
             for (auto c = stretch.rbegin(); c != stretch.rend(); ++c)
-                outline.push_back({c->x, Y(isBand ? -c->high : c->low)});
+                outline.push_back({c->x, Y(!isBand ? c->low : curve.kind == TimeCurve::Kind::Area ? 0.0 : -c->high)});
             if (stretch.size() == 1) {
                 outline.push_back({stretch[0].x + 1, outline.back().y});
                 outline.push_back({stretch[0].x + 1, outline.front().y});
@@ -310,7 +312,7 @@ private:
             x -= 30;
             const Colour colour =
                 curve->kind == TimeCurve::Kind::Limit ? palette_.alert : CurveColour(palette_, curve->colour);
-            if (curve->kind == TimeCurve::Kind::Band) {
+            if (IsArea(curve->kind)) {
                 dc_.SetPen(Pen::None);
                 dc_.SetBrush(Faded(colour, 45));
                 dc_.DrawRectangle({{x, y - 6}, {24, 12}});

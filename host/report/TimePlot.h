@@ -40,6 +40,7 @@ struct TimeCurve {
     enum class Kind : std::uint8_t {
         Line,
         Band,   // an area between the value and its negative
+        Area,   // an area between the value and zero
         Limit,  // what others should stay below
     };
     std::string name;

@@ -21,7 +21,7 @@ constexpr const char* Style = R"(
 * { box-sizing: border-box; }
 body { font: 14px/1.45 "DejaVu Sans", "Segoe UI", Helvetica, Arial, sans-serif; color: #1a1a1a; background: #fff;
   max-width: 960px; margin: 24px auto; padding: 0 16px; }
-h1 { font-size: 22px; margin: 0 0 2px; } h2 { font-size: 16px; margin: 26px 0 6px; break-after: avoid; }
+h1 { font-size: 22px; margin: 0 0 2px; overflow-wrap: anywhere; } h2 { font-size: 16px; margin: 26px 0 6px; break-after: avoid; }
 p { margin: 4px 0 8px; } .faint { color: #595959; } .alert { color: #b83a00; font-weight: bold; }
 table { border-collapse: collapse; width: 100%; margin: 4px 0 8px; font-variant-numeric: tabular-nums; }
 th, td { text-align: left; vertical-align: top; padding: 3px 10px 3px 0; border-bottom: 1px solid #d8d8d8;
@@ -29,13 +29,15 @@ th, td { text-align: left; vertical-align: top; padding: 3px 10px 3px 0; border-
 th { font-weight: bold; border-bottom-color: #8c8c8c; } td.n, th.n { text-align: right; white-space: nowrap; }
 tr { break-inside: avoid; }
 .tiles { display: flex; flex-wrap: wrap; gap: 10px; margin: 12px 0; }
-.tile { border: 1px solid #8c8c8c; border-radius: 4px; padding: 8px 14px; flex: 1 1 170px; }
-.tile b { display: block; font-size: 21px; } .tile span { font-size: 12px; color: #595959; }
+.tile { border: 1px solid #8c8c8c; border-radius: 4px; padding: 6px 10px; flex: 1 1 105px; }
+.tile b { display: block; font-size: 20px; } .tile span { font-size: 12px; color: #595959; }
 figure { margin: 14px 0; break-inside: avoid; } figcaption { font-size: 12px; color: #595959; }
 figure svg { width: 100%; height: auto; display: block; }
 dl { display: grid; grid-template-columns: max-content 1fr; gap: 2px 14px; font-size: 12px; } dt { font-weight: bold; }
 dd { margin: 0; }
-@media print { body { margin: 0; padding: 0; max-width: none; font-size: 11px; } }
+@media print { body { margin: 0; padding: 0; max-width: none; font-size: 11px; }
+  h1 { font-size: 16px; } h2 { font-size: 13px; margin-top: 16px; } .tile b { font-size: 16px; }
+  .tile span, figcaption, dl { font-size: 10px; } figure { margin: 10px 0; } }
 )";
 
 // Elements, one after the other; what is given as text is escaped.
@@ -110,16 +112,16 @@ void AddPosition(Page& page, const RunFigures& s) {
     }
     page.EndTable();
     const Corvane::Ellipse ellipse = s.scatter.ScaledBy(EllipseFactor95);
-    page.Element(
-        "p",
-        fmt::format(
-            "Differences are from {}. 95 % ellipse of the scatter (factor {:.4f}): {:.2f} m by {:.2f} "
-            "m, major axis {:.0f}\u00b0. Medians: HDOP {:.2f}, PDOP {:.2f}, {:g} satellites used, "
-            "horizontal external reliability {:.2f} m.",
-            s.isReferenceGiven ? "the reference given" : "the run's own mean, which hides what is common to all",
-            EllipseFactor95, ellipse.GetSemiMajor(), ellipse.GetSemiMinor(), ellipse.GetOrientation().Degrees(),
-            s.medianHdop, s.medianPdop, s.medianUsed, s.medianExtRel),
-        "faint");
+    page.Element("p",
+                 fmt::format("Differences are from {}. 95 % ellipse of the scatter (factor {:.4f}): {:.2f} m by {:.2f} "
+                             "m, major axis {:.0f}\u00b0. Medians: HDOP {:.2f}, PDOP {:.2f}, {:g} satellites used, "
+                             "horizontal external reliability {:.2f} m.",
+                             s.isReferenceGiven ? "the reference given"
+                                                : "the run's own mean, which hides what is common to all",
+                             EllipseFactor95, ellipse.GetSemiMajor(), ellipse.GetSemiMinor(),
+                             std::fmod(std::round(ellipse.GetOrientation().Degrees()), 180.0), s.medianHdop,
+                             s.medianPdop, s.medianUsed, s.medianExtRel),
+                 "faint");
 }
 
 void AddSpells(Page& page, const RunFigures& s) {
@@ -212,16 +214,28 @@ std::string InlineSvg(std::string_view svg, std::string_view prefix) {
     if (const auto start = svg.find("<svg"); start != std::string_view::npos) svg.remove_prefix(start);
     std::string result;
     result.reserve(svg.size() + svg.size() / 16);
-    // Where an identifier begins, and where one is referred to.
-    const std::string_view marks[] = {" id=\"", "href=\"#", "url(#"};
+    // Where an identifier begins, and where one is referred to. A plain href serves in a page, where not every program
+    // knows the XML name.
+    struct Mark {
+        std::string_view text;
+        std::string_view instead;
+    };
+    constexpr std::array<Mark, 3> Marks{Mark{" id=\"", " id=\""}, Mark{" xlink:href=\"#", " href=\"#"},
+                                        Mark{"url(#", "url(#"}};
     while (!svg.empty()) {
         std::size_t next = svg.size();
-        for (const std::string_view mark : marks) {
-            if (const auto at = svg.find(mark); at != std::string_view::npos) next = std::min(next, at + mark.size());
+        const Mark* found = nullptr;
+        for (const Mark& mark : Marks) {
+            if (const std::size_t at = svg.substr(0, next).find(mark.text); at != std::string_view::npos) {
+                next = at;
+                found = &mark;
+            }
         }
         result += svg.substr(0, next);
-        if (next < svg.size()) result += prefix;
-        svg.remove_prefix(next);
+        if (found == nullptr) break;
+        result += found->instead;
+        result += prefix;
+        svg.remove_prefix(next + found->text.size());
     }
     return result;
 }
@@ -234,7 +248,10 @@ std::string MakeReport(const RunFigures& summary, const RunSeries& series, const
         "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src 'unsafe-inline'\">\n"
         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n");
     std::string title = "Positions of a run";
-    if (!facts.inputs.empty()) title = "Positions from " + CleanText(facts.inputs.front().name);
+    if (!facts.inputs.empty()) {
+        const std::string& name = facts.inputs.front().name;
+        title = "Positions from " + (name == "-" ? "standard input" : CleanText(name.substr(name.rfind('/') + 1)));
+    }
     if (facts.inputs.size() > 1) title += fmt::format(" and {} more", facts.inputs.size() - 1);
     page.Element("title", title);
     page.Raw("<style>");

@@ -33,11 +33,13 @@ std::vector<std::pair<std::string, std::string>> DescribeSettings(const RunReque
 
 std::string DescribeInput(const RunInput& input) {
     std::string text =
-        fmt::format("{}, {} bytes: {} epochs, {} navigation records",
-                    input.format.empty() ? "unknown format" : input.format, input.bytes, input.epochs, input.records);
+        fmt::format("{}, {} bytes", input.format.empty() ? "unknown format" : input.format, input.bytes);
     const auto add = [&text](std::int64_t number, const char* what) {
         if (number > 0) text += fmt::format(", {} {}", number, what);
     };
+    add(input.epochs, "epochs");
+    add(input.records, "navigation records");
+    add(input.messages, "messages");
     add(input.checksumFailures, "checksum failures");
     add(input.skipped, "bytes of no message");
     add(input.refused, "refused");
@@ -75,7 +77,8 @@ std::string PrintSummary(const RunFigures& summary, const RunFacts& facts) {
                          summary.axes[2].rms, summary.vertical95));
     }
     for (const RunSpells& spells : summary.spells) {
-        line(fmt::format("{}: {} times, {} in all", spells.what, spells.count, PrintSpan(spells.seconds)));
+        line(spells.what + ": " + (spells.count == 1 ? "once, " : fmt::format("{} times, together ", spells.count)) +
+             PrintSpan(spells.seconds));
     }
     for (const RunInput& input : facts.inputs) {
         if (!input.failure.empty() || input.isCut) line(CleanText(input.name) + ": " + DescribeInput(input));
