@@ -110,9 +110,9 @@ void AddRunCommand(CLI::App& program, int& exitCode) {
     const auto options = std::make_shared<RunOptions>(*command);
     command->footer(
         "Several sources are merged by their own times: observations from one, navigation from another. The "
-        "navigation\n"
-        "messages in a receiver's log are used as they come; the records of a navigation file from when they are of\n"
-        "use. Without ionosphere parameters none is taken off, which a note says.\n"
+        "ephemerides\n"
+        "of a log are known from its beginning, as those of a navigation file are; with --as-received, and on standard\n"
+        "input, from when they come. Without ionosphere parameters none is taken off, which a note says.\n"
         "\n"
         "A row for each epoch; its time is GPS time, its place WGS 84. A summary and what went wrong, with its time "
         "and\n"

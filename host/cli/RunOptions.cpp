@@ -1,5 +1,10 @@
 #include "host/cli/RunOptions.h"
 
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <utility>
+
 #include <CLI/CLI.hpp>
 
 #include "host/run/RunConfig.h"
@@ -30,9 +35,20 @@ std::string Plain(const std::string& printed) {
     return isQuoted ? printed.substr(1, printed.size() - 2) : printed;
 }
 
+// Shows the second name of a switch without what it stands for.
+class Help : public CLI::Formatter {
+    std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
+        constexpr std::string_view Mark = "{false}";
+        std::string name = CLI::Formatter::make_option_name(option, isPositional);
+        if (const std::size_t at = name.find(Mark); at != std::string::npos) name.erase(at, Mark.size());
+        return name;
+    }
+};
+
 }  // namespace
 
 RunOptions::RunOptions(CLI::App& command) : given_(GetSettings().size()) {
+    command.formatter(std::make_shared<Help>());
     const RunSettings defaults;
     for (std::size_t i = 0; i < given_.size(); ++i) {
         const Setting& setting = GetSettings()[i];
@@ -44,8 +60,9 @@ RunOptions::RunOptions(CLI::App& command) : given_(GetSettings().size()) {
             option = command.add_flag(SwitchNames(setting.option), given.on,
                                       help + (value == "true" ? "; on without the option" : ""));
         } else if (setting.kind == Setting::Kind::List) {
-            option = command.add_option(setting.option, given.list, help);
-            if (*setting.option == '-') option->delimiter(',');
+            option = command.add_option(setting.option, given.list, help + "; " + setting.GetAllowed());
+            // With commas or by saying it again; what follows may be a source.
+            if (*setting.option == '-') option->delimiter(',')->allow_extra_args(false)->type_name("LIST");
         } else {
             option = command.add_option(setting.option, given.text, help + "; " + setting.GetAllowed());
             option->type_name(TypeName(setting.kind));

@@ -165,8 +165,9 @@ bool PrintConfig(const RunSettings& settings, std::string& text, std::string& fa
             text += fmt::format("\n# {}.\n[{}]\n", DescribeTable(table), table);
         }
         const std::string value = setting.print(settings);
-        text += '\n' + Comment(fmt::format("{} ({}): {}. Default: {}", setting.help, setting.option,
-                                           setting.GetAllowed(), setting.print(defaults)));
+        text += '\n' + Comment(setting.help);
+        text +=
+            Comment(fmt::format("{}: {}. Default: {}", setting.option, setting.GetAllowed(), setting.print(defaults)));
         text += fmt::format("{} = {}\n", setting.key, value);
     }
     // What cannot be told in TOML (a name that is not UTF-8) must not be told wrongly.

@@ -110,7 +110,7 @@ Setting Switch(const Base& base, Member member) {
     return Either(base, member, true, false);
 }
 
-template <typename Member, typename Value>
+template <typename Value, typename Member>
 Setting Choice(const Base& base, Member member, const Choices<Value>& choices) {
     std::vector<std::string> names;
     for (const auto& choice : choices) names.push_back(QuoteText(choice.first));
@@ -133,7 +133,7 @@ Setting Choice(const Base& base, Member member, const Choices<Value>& choices) {
 }
 
 // One of a few numbers: levels of percent.
-template <typename Member, typename Value>
+template <typename Value, typename Member>
 Setting Level(const Base& base, Member member, const std::vector<std::pair<double, Value>>& levels) {
     std::vector<std::string> names;
     for (const auto& level : levels) names.push_back(PrintValue(level.first));
