@@ -73,7 +73,9 @@ public:
     Reader(const std::string& name, RunSettings& settings) : name_(name), settings_(settings) {}
 
     void Read(const toml::table& table, const std::string& path) {
-        for (const auto& [key, node] : table) {
+        for (const auto& entry : table) {
+            const toml::key& key = entry.first;
+            const toml::node& node = entry.second;
             const std::string name = path.empty() ? std::string(key.str()) : path + '.' + std::string(key.str());
             const auto line = key.source().begin.line;
             const auto settings = GetSettings();

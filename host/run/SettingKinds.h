@@ -113,6 +113,7 @@ Setting Switch(const Base& base, Member member) {
 template <typename Value, typename Member>
 Setting Choice(const Base& base, Member member, const Choices<Value>& choices) {
     std::vector<std::string> names;
+    names.reserve(choices.size());
     for (const auto& choice : choices) names.push_back(QuoteText(choice.first));
     Setting setting = Make(base, Setting::Kind::Text, ListChoices(names));
     setting.print = [member, choices](const RunSettings& s) {
@@ -136,6 +137,7 @@ Setting Choice(const Base& base, Member member, const Choices<Value>& choices) {
 template <typename Value, typename Member>
 Setting Level(const Base& base, Member member, const std::vector<std::pair<double, Value>>& levels) {
     std::vector<std::string> names;
+    names.reserve(levels.size());
     for (const auto& level : levels) names.push_back(PrintValue(level.first));
     Setting setting = Make(base, Setting::Kind::Number, ListChoices(names), "percent");
     setting.print = [member, levels](const RunSettings& s) {
