@@ -81,8 +81,8 @@ int Run(const RunOptions& options) {
     Pipeline pipeline(settings.request, outputs);
     std::string reason;
     if (!pipeline.Open(reason)) return Complain(reason), 1;
-    // Made when the inputs are good, so that an old file is not lost to a mistyped name.
-    // With a folder they are not for standard output, unless that is asked for.
+    // Made when the inputs are good, so that an old file is not lost to a mistyped name. With a folder the positions
+    // are in it, and elsewhere only if that is asked for.
     std::optional<StopSignal> stop;
     std::optional<RunFolderOutput> folder;
     if (!settings.folder.folder.empty()) {
@@ -130,6 +130,8 @@ void AddRunCommand(CLI::App& program, int& exitCode) {
         "A name in it that is no setting, or a value that is not allowed, ends the run before it begins. Only the file "
         "that\n"
         "--config names is read, so that a command line says all about a run.\n"
+        "\n"
+        "With --output the folder is made when the run has ended in good order; a signal (Ctrl-C) leaves none.\n"
         "\n"
         "Exit code: 0 when there is at least one position; 1 when there is none, a source cannot be used or an output\n"
         "cannot be written; 2 when the command line or the configuration is wrong.");

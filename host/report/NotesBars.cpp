@@ -10,9 +10,7 @@
 namespace Host {
 
 using Corvane::DC;
-using Corvane::Point;
 using Corvane::Rect;
-using Corvane::String;
 using Corvane::TextPlace;
 using namespace RunPlotStyle;
 
@@ -31,7 +29,7 @@ bool IsAlarm(const GNSS::Notes::Note& note) {
 
 NotesBars::NotesBars(const RunSeries& series) : series_(series) {
     for (int i = 0; i < series.GetHistory().NmrNote(); ++i) rows_.push_back(i);
-    std::ranges::stable_partition(rows_, [&](int i) { return IsAlarm(series.GetHistory()[i].GetNote()); });
+    std::stable_partition(rows_.begin(), rows_.end(), [&](int i) { return IsAlarm(series.GetHistory()[i].GetNote()); });
 }
 
 Corvane::Size NotesBars::GetSize() const {

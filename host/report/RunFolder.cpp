@@ -28,6 +28,13 @@ std::string ReasonOf(int error) {
     return reason != nullptr ? reason : "unknown error";
 }
 
+std::string Join(const std::string& folder, std::string_view name) {
+    std::string path = folder;
+    path += '/';
+    path += name;
+    return path;
+}
+
 // The names in a folder, sorted; false with errno.
 bool List(const std::string& folder, std::vector<std::string>& names) {
     const std::unique_ptr<DIR, int (*)(DIR*)> entries(::opendir(folder.c_str()), ::closedir);
@@ -45,7 +52,7 @@ bool List(const std::string& folder, std::vector<std::string>& names) {
 void Remove(const std::string& folder) {
     std::vector<std::string> names;
     if (!List(folder, names)) return;
-    for (const std::string& name : names) ::unlink((folder + '/' + name).c_str());
+    for (const std::string& name : names) ::unlink(Join(folder, name).c_str());
     ::rmdir(folder.c_str());
 }
 
@@ -80,7 +87,7 @@ void RemoveLeftOvers(const std::string& parent, const std::string& prefix) {
     if (!List(parent, names)) return;
     for (const std::string& name : names) {
         if (!IsWorkName(name, prefix)) continue;
-        const std::string path = parent + '/' + name;
+        const std::string path = Join(parent, name);
         const int lock = Lock(path);
         if (lock < 0) continue;
         Remove(path);
@@ -121,7 +128,7 @@ std::string RunFolder::Open(const std::string& target, bool overwrite, const std
             return target_ + ": is there already; --overwrite replaces it, another name keeps it";
         for (const std::string& name : present) {
             const bool isKnown = std::ranges::find(names, name) != names.end();
-            if (!isKnown || ::lstat((place_ + '/' + name).c_str(), &info) != 0 || !S_ISREG(info.st_mode))
+            if (!isKnown || ::lstat(Join(place_, name).c_str(), &info) != 0 || !S_ISREG(info.st_mode))
                 return target_ + ": holds \"" + name + "\", which no run has written; it is not overwritten";
         }
         if (::access(place_.c_str(), W_OK) != 0) return Fail("cannot be replaced", errno);
@@ -165,7 +172,7 @@ std::string RunFolder::Open(const std::string& target, bool overwrite, const std
 }
 
 std::string RunFolder::PathOf(std::string_view name) const {
-    return work_ + '/' + std::string(name);
+    return Join(work_, name);
 }
 
 std::string RunFolder::Explain(std::string failure) const {

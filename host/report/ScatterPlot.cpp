@@ -55,7 +55,7 @@ void ScatterPlot::Draw(DC& dc, const Palette& palette) const {
     std::ranges::sort(sizes);
     const double usual = sizes[sizes.size() - 1 - sizes.size() / 200];
     const double reach = std::max(std::min(sizes.back(), 2.0 * usual) * 1.05, 1e-3);
-    const double scale = Side / 2 / reach;
+    const double scale = 0.5 * Side / reach;
     const Rect frame{{Left, Head}, {Side, Side}};
     const Point centre{Left + Side / 2, Head + Side / 2};
     const auto place = [&](double east, double north) {

@@ -73,7 +73,10 @@ std::vector<ColumnSpan> FindFaultColumns(const RunSeries& series, const TimeAxis
     const std::vector<RunEpoch>& epochs = series.GetEpochs();
     for (std::size_t i = 0; i < epochs.size(); ++i) {
         const std::int32_t x = axis.Place(series.TimeOf(epochs[i]));
-        if (i > 0 && RunSeries::IsGap(epochs[i - 1], epochs[i], interval) && epochs[i].time > epochs[i - 1].time)
+        const bool isForward = i > 0 && epochs[i].time > epochs[i - 1].time;
+        // From one epoch without a position to the next all is shaded, as it is where epochs are missing.
+        if (isForward &&
+            (RunSeries::IsGap(epochs[i - 1], epochs[i], interval) || (!epochs[i].IsFix() && !epochs[i - 1].IsFix())))
             add(axis.Place(series.TimeOf(epochs[i - 1])), x);
         if (!epochs[i].IsFix()) add(x, x);
     }
@@ -153,6 +156,8 @@ public:
     PanelDrawing(DC& dc, const Palette& palette, const RunSeries& series, const TimePanel& panel, const Rect& at,
                  const TimeAxis& axis)
         : dc_(dc), palette_(palette), panel_(panel), at_(at), axis_(axis) {
+        // Few epochs for the room make a line that is seen from afar; many would run together.
+        if (static_cast<double>(series.GetEpochs().size()) < 1.5 * at.size.width) lineWidth_ = 2;
         for (const TimeCurve& curve : panel.curves) curves_.push_back(ThinCurve(series, curve.figure, axis));
         ChooseRange(series);
     }
@@ -229,7 +234,7 @@ private:
         const bool isBand = IsArea(curve.kind);
         const Colour colour =
             curve.kind == TimeCurve::Kind::Limit ? palette_.alert : CurveColour(palette_, curve.colour);
-        dc_.SetPen(isBand ? Pen::None : Pen{colour});
+        dc_.SetPen(isBand ? Pen::None : Pen{colour, curve.kind == TimeCurve::Kind::Line ? lineWidth_ : 1});
         dc_.SetBrush(isBand ? Faded(colour, 45) : colour);
         std::vector<Point> outline;
         for (const std::vector<ColumnRange>& stretch : stretches) {
@@ -334,6 +339,7 @@ private:
     double low_ = 0.0;
     double high_ = 1.0;
     double step_ = 0.2;
+    std::int32_t lineWidth_ = 1;
 };
 
 }  // namespace

@@ -136,12 +136,12 @@ public:
         const std::string name = NameOf(input.GetPath());
         if (!hasTime_) Say(name, "tells no time by which it could be dated; --date helps where it tells a part");
         if (maker_.GetNmrRefused() > 0) {
-            Say(name, fmt::format("{} navigation records contradict themselves or the stream's time, or say what "
-                                  "cannot be, and are left out",
+            Say(name, fmt::format("navigation records left out that contradict themselves or the stream's time, or say "
+                                  "what cannot be: {}",
                                   maker_.GetNmrRefused()));
         }
         const std::int64_t damaged = maker_.GetNmrParityFailures() + maker_.GetNmrHammingFailures();
-        if (damaged > 0) Say(name, fmt::format("{} navigation words or strings fail their parity", damaged));
+        if (damaged > 0) Say(name, fmt::format("navigation words or strings that fail their parity: {}", damaged));
         UpdateFacts();
     }
     void UpdateFacts() {

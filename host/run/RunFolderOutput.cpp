@@ -239,15 +239,21 @@ std::string RunFolderOutput::Finish(const RunFacts& facts) {
     if (!folder_.IsOpen()) return failure_;
     settings_ = facts.request.settings;
     CloseTables();
-    // A run that was stopped is not summed up.
-    if (options_.isStopped && options_.isStopped()) Fail(options_.folder + ": not made, as the run was stopped");
+    // A run that was stopped, or whose tables could not be written, is not summed up.
+    const auto isStopped = [this] { return options_.isStopped && options_.isStopped(); };
+    const std::string stopped = options_.folder + ": not made, as the run was stopped";
+    if (isStopped()) Fail(stopped);
+    if (!failure_.empty()) {
+        folder_.Discard();
+        return failure_;
+    }
     const RunReference reference(series_, options_.reference);
     const RunFigures summary = Summarise(series_, reference, settings_);
     summaryText_ = PrintSummary(summary, facts);
-    if (failure_.empty()) WriteNotes();
+    WriteNotes();
     if (failure_.empty()) WriteFile("summary.json", MakeSummaryJson(summary, series_, facts));
     if (failure_.empty() && options_.pictures) WritePictures(facts, reference, summary);
-    if (options_.isStopped && options_.isStopped()) Fail(options_.folder + ": not made, as the run was stopped");
+    if (isStopped()) Fail(stopped);
     if (failure_.empty()) failure_ = folder_.Commit();
     folder_.Discard();
     return failure_;

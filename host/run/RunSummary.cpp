@@ -46,7 +46,7 @@ std::string RunSummary::Print() const {
         text += "\n";
     }
     for (const auto& [id, kind] : notes_) {
-        text += fmt::format("note at {} epochs: {}{}\n", kind.nmrEpochs, kind.text, kind.nmrEpochs > 1 ? " ..." : "");
+        text += fmt::format("note {}x: {}{}\n", kind.nmrEpochs, kind.text, kind.nmrEpochs > 1 ? " ..." : "");
     }
     if (nmrEvents_ > 0) text += fmt::format("events: {}\n", nmrEvents_);
     return text;

@@ -132,7 +132,7 @@ void Input::TellGarbage(bool isEnd) {
         const std::int64_t failures = counts.checksumFailures - garbage_->failuresBefore;
         tell_(fmt::format("{} bytes belong to no message, between bytes {} and {}{}",
                           counts.skipped - garbage_->skippedBefore, garbage_->from, garbage_->to,
-                          failures > 0 ? fmt::format("; {} times a wrong checksum", failures) : ""));
+                          failures > 0 ? fmt::format("; wrong checksums: {}", failures) : ""));
     }
     garbage_.reset();
 }
@@ -158,20 +158,20 @@ void Input::TellEnd() {
                           counts.skipped));
     }
     if (const std::int64_t refused = counts.GetNmrRefused(); refused > 0 && observations_ == nullptr) {
-        tell_(fmt::format("{} messages are too short or say what cannot be, and are left out", refused));
+        tell_(fmt::format("messages left out that are too short or say what cannot be: {}", refused));
     }
     if (const std::int64_t undated = decoder_->GetNmrUndated(); undated > 0) {
-        tell_(fmt::format("{} epochs came before the date was known, and are left out", undated));
+        tell_(fmt::format("epochs left out that came before the date was known: {}", undated));
     }
     if (const std::int64_t others = decoder_->GetNmrOfOthers(); others > 0) {
-        tell_(fmt::format("{} messages are of another station than the first, and are left out", others));
+        tell_(fmt::format("messages left out that are of another station than the first: {}", others));
     }
     if (observations_ == nullptr) return;
     if (!observations_->GetFailure().empty()) tell_(observations_->GetFailure());
     const std::int64_t warnings = observations_->GetWarnings().GetCount();
     if (warnings > MaxTold) tell_(fmt::format("{} lines with faults in all", warnings));
     if (const std::int64_t lost = observations_->GetObservationCounts().lost; lost > 0) {
-        tell_(fmt::format("{} epochs are damaged, and are left out", lost));
+        tell_(fmt::format("damaged epochs left out: {}", lost));
     }
 }
 

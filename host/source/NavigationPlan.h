@@ -21,8 +21,10 @@ namespace Host {
 //   Lead before it (GPS an hour, half of the usual interval of two; GLONASS a quarter of an hour, half of its
 //   interval); earlier than that, as soon as it holds, where no record before it holds any more or there is none: the
 //   satellite was in view before its message was whole; never before it holds.
-// So the newest record that is due is one that holds, and as a rule the one nearest to its reference time. Records of
-// one satellite become due in the order in which they were sent, as the stores refuse others.
+// So the newest record that is due is one that holds. A GPS record is usually sent two hours before its reference time,
+// and used from then on, as receivers do: it rests on newer measurements, and gives better positions at a station of
+// known place than the nearest one. Records of one satellite become due in the order in which they were sent, as the
+// stores refuse others.
 class NavigationPlan {
 public:
     static constexpr Corvane::Time LeadGPS{3600.0};

@@ -1,5 +1,7 @@
 #include "host/stores/StoreTree.h"
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <system_error>
 
@@ -47,15 +49,13 @@ void StoreTree::AdvanceTo(const GNSS::GPSTime& t) {
     }
     // Within a period's rounding: a hundred milliseconds are no whole number of the clock's steps.
     rest_ += span.Seconds();
-    bool isIdle = false;
     while (rest_ > Period - GNSS::GPSTime::Tolerance) {
-        if (isIdle) {
-            ++nmrCycles_;
-        } else {
-            Cycle();
-            isIdle = root_.NmrQueued() == 0;
-        }
+        Cycle();
         rest_ -= Period;
+        if (root_.NmrQueued() != 0) continue;
+        const double idle = std::max(std::floor((rest_ + GNSS::GPSTime::Tolerance) / Period), 0.0);
+        nmrCycles_ += static_cast<std::int64_t>(idle);
+        rest_ -= idle * Period;
     }
     time_ = t;
 }
