@@ -10,7 +10,7 @@ for group in "$@"; do
     build)
         reasons+=("to compile")
         wanted+=(g++ cmake ninja-build ccache pkg-config libeigen3-dev libboost-dev zlib1g-dev libcli11-dev
-            libfmt-dev libcairo2-dev libpango1.0-dev fonts-dejavu-core)
+            libfmt-dev libtomlplusplus-dev libcairo2-dev libpango1.0-dev fonts-dejavu-core)
         ;;
     test)
         reasons+=("to test and check")

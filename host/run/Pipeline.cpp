@@ -27,7 +27,7 @@ Pipeline::Pipeline(RunRequest request, std::vector<RunOutput*> outputs)
       outputs_(std::move(outputs)),
       port_(std::make_shared<Port>()),
       fix_(std::make_shared<FixComponent>(request_.settings)) {
-    facts_.settings = request_.settings;
+    facts_.request = request_;
     facts_.inputs.resize(request_.inputs.size());
     sink_ = Event::InstallSink([this](const Event& event) { OnEvent(event); });
     tree_.Join(port_);

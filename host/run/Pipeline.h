@@ -15,24 +15,12 @@
 #include "host/fix/FixComponent.h"
 #include "host/fix/FixInputs.h"
 #include "host/run/RunOutput.h"
+#include "host/run/RunRequest.h"
 #include "host/source/Input.h"
 #include "host/source/NavigationPlan.h"
 #include "host/stores/StoreTree.h"
 
 namespace Host {
-
-struct RunRequest {
-    std::vector<std::string> inputs;  // "-" is standard input
-    FixSettings settings;
-    // About when it was, to half a week: for streams that do not tell the week. Without it the other inputs are asked.
-    std::optional<GNSS::GPSTime> date;
-    // Each ephemeris of a log only from when it was received, as live; otherwise the log's ephemerides are known from
-    // its beginning, as those of a navigation file are. Standard input is always as received.
-    bool asReceived = false;
-    // The operator's list.
-    std::vector<GNSS::PRN> disabledGPS;
-    std::vector<GNSS::Glonass::Slot> disabledGlonass;
-};
 
 // Several streams are merged by the times that they tell: the one whose next message is earliest goes on; what comes
 // before its first time goes at once. Navigation files are fed by NavigationPlan. The process's clock and leap-second

@@ -237,7 +237,7 @@ void RunFolderOutput::WritePictures(const RunFacts& facts, const RunReference& r
 
 std::string RunFolderOutput::Finish(const RunFacts& facts) {
     if (!folder_.IsOpen()) return failure_;
-    settings_ = facts.settings;
+    settings_ = facts.request.settings;
     CloseTables();
     // A run that was stopped, or whose tables could not be written, is not summed up.
     const auto isStopped = [this] { return options_.isStopped && options_.isStopped(); };

@@ -48,7 +48,7 @@ public:
     explicit RunFolderOutput(RunFolderOptions options);
     ~RunFolderOutput() override;
 
-    void Begin(const RunFacts& facts) override { settings_ = facts.settings; }
+    void Begin(const RunFacts& facts) override { settings_ = facts.request.settings; }
     void OnFix(const PublishedFix& fix) override;
     void OnEvent(const RunEvent& event) override;
     [[nodiscard]] std::string Finish(const RunFacts& facts) override;

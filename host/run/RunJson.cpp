@@ -8,6 +8,7 @@
 #include "host/fix/FixNotes.h"
 #include "host/report/SafeText.h"
 #include "host/run/RunReport.h"
+#include "host/run/RunSettings.h"
 #include "host/run/RunText.h"
 
 namespace Host {
@@ -96,8 +97,13 @@ std::string MakeSummaryJson(const RunFigures& s, const RunSeries& series, const 
             input.undated, input.isCut, input.failure.empty() ? "null" : JsonText(CleanText(input.failure)));
     add("inputs", "[" + list + "]");
     list.clear();
-    for (const auto& [name, value] : DescribeSettings(facts.settings))
-        list += fmt::format("{}\n    {}: {}", list.empty() ? "" : ",", JsonText(name), JsonText(value));
+    RunSettings settings;
+    settings.request = facts.request;
+    for (const Setting& setting : GetSettings()) {
+        if (HasSayInPositions(setting))
+            list += fmt::format("{}\n    {}: {}", list.empty() ? "" : ",", JsonText(setting.GetName()),
+                                setting.print(settings));
+    }
     add("settings", "{" + list + "}");
     return json + "\n}\n";
 }

@@ -8,8 +8,8 @@
 
 #include "gnss/time/GPSTime.h"
 #include "host/fix/FixComponent.h"
-#include "host/fix/FixSettings.h"
 #include "host/receiver/ReceiverSink.h"
+#include "host/run/RunRequest.h"
 
 namespace Host {
 
@@ -39,7 +39,7 @@ struct RunInput {
 // What a run is about; the same object from Begin to Finish, its inputs' counts growing.
 struct RunFacts {
     std::vector<RunInput> inputs;
-    FixSettings settings;
+    RunRequest request;
     // Antenna reference point, where an input tells it (RINEX header, RTCM 1005).
     std::optional<StationPosition> station;
     FixComponent::Counts counts;

@@ -177,7 +177,7 @@ void AddInputs(Page& page, const RunFacts& facts) {
         page.Element("p", fmt::format("Left out: {} repeated epochs, {} out of order.", c.repeated, c.outOfOrder));
     page.Element("h2", "Settings in force");
     page.BeginTable({}, NoNumbers);
-    for (const auto& [name, value] : DescribeSettings(facts.settings)) page.Row({name, value});
+    for (const auto& [name, value] : DescribeSettings(facts.request)) page.Row({name, value});
     page.EndTable();
 }
 
@@ -279,7 +279,7 @@ std::string MakeReport(const RunFigures& summary, const RunSeries& series, const
         page.Raw("</figure>\n");
     }
     AddInputs(page, facts);
-    AddExplanations(page, facts.settings);
+    AddExplanations(page, facts.request.settings);
     page.Raw("</body>\n</html>\n");
     return page.Take();
 }

@@ -5,51 +5,29 @@
 #include "gnss/geodesy/LocalGrid.h"
 #include "gnss/geodesy/Spheroid.h"
 #include "host/report/SafeText.h"
+#include "host/run/RunSettings.h"
 
 namespace Host {
 
-namespace {
-
-const char* Name(FixSettings::Systems systems) {
-    switch (systems) {
-        case FixSettings::Systems::GPS:
-            return "GPS";
-        case FixSettings::Systems::Glonass:
-            return "GLONASS";
-        case FixSettings::Systems::Both:
-            break;
-    }
-    return "GPS and GLONASS";
-}
-
-}  // namespace
-
-std::vector<std::pair<std::string, std::string>> DescribeSettings(const FixSettings& s) {
-    using Corvane::LLSq;
+std::vector<std::pair<std::string, std::string>> DescribeSettings(const RunRequest& request) {
+    const RunSettings defaults;
+    RunSettings settings;
+    settings.request = request;
     std::vector<std::pair<std::string, std::string>> rows;
-    const auto add = [&rows](const char* name, std::string value) { rows.emplace_back(name, std::move(value)); };
-    add("Systems", Name(s.systems));
-    add("Ranges", s.ranges == FixSettings::Ranges::L1 ? "L1 C/A" : "ionosphere-free");
-    add("Ionosphere", s.ranges == FixSettings::Ranges::IonosphereFree ? "taken off by two frequencies"
-                      : s.ionosphere == FixSettings::Ionosphere::Off  ? "off"
-                                                                      : "broadcast model, when received");
-    add("Troposphere", s.troposphere == FixSettings::Troposphere::Off ? "off" : "standard");
-    add("Masks", fmt::format("elevation {:g}\u00b0{}", s.elevationMask,
-                             s.signalMask > 0.0 ? fmt::format(", C/N0 {:g} dB-Hz", s.signalMask) : ""));
-    add("Range SD at zenith", fmt::format("code {:g} m GPS, {:g} m GLONASS; orbit {:g} m, {:g} m", s.weights.codeGPS,
-                                          s.weights.codeGlonass, s.weights.orbitGPS, s.weights.orbitGlonass));
-    add("GLONASS frame shift", s.glonassShift == nullptr ? "none" : "on");
-    add("Height aid", s.heightAid ? fmt::format("{:.2f} m, SD {:g} m", s.height, s.heightSD) : "off");
-    const LLSq::FLimit fLimit = s.fLimit;
-    add("Tests",
-        fmt::format("w at {:g} % (limit {:.3f}), power {:g} %, F limit {}", 100.0 * LLSq::GetProbability(s.confidence),
-                    LLSq::GetWLimit(s.confidence), 100.0 * LLSq::GetProbability(s.power),
-                    fLimit == LLSq::FEqualPower ? "of equal power" : "at 5 %"));
-    add("Rejection", s.rejects ? "the largest |w|, one at a time" : "off");
-    add("Working limits", fmt::format("HDOP {:g}, PDOP {:g}, {} satellites; no fix beyond GDOP {:g}", s.hdopLimit,
-                                      s.pdopLimit, s.minSatellites, s.maxGDOP));
-    add("Ephemeris age", fmt::format("up to {:g} s GPS, {:g} s GLONASS", s.maxAgeGPS, s.maxAgeGlonass));
-    add("Velocity", s.velocity ? fmt::format("from Doppler, SD {:g} m/s", s.dopplerSD) : "off");
+    std::string_view table;
+    for (const Setting& setting : GetSettings()) {
+        if (!HasSayInPositions(setting)) continue;
+        if (table != setting.table) {
+            table = setting.table;
+            rows.emplace_back(fmt::format("{} [{}]", DescribeTable(table), table), "");
+        }
+        const std::string value = setting.print(settings);
+        const std::string usual = setting.print(defaults);
+        std::string& row = rows.back().second;
+        row += fmt::format("{}{} = {}", row.empty() ? "" : "; ", setting.key, value);
+        if (*setting.unit != 0) row += fmt::format(" {}", setting.unit);
+        if (value != usual) row += fmt::format(" (default {})", usual);
+    }
     return rows;
 }
 

@@ -10,8 +10,9 @@
 
 namespace Host {
 
-// Every setting of a fix that has a say, with what it is.
-[[nodiscard]] std::vector<std::pair<std::string, std::string>> DescribeSettings(const FixSettings& settings);
+// Every setting that has a say in the positions, by table of the configuration file: what the table is about, and
+// "mask = 15 degrees (default 10); ...".
+[[nodiscard]] std::vector<std::pair<std::string, std::string>> DescribeSettings(const RunRequest& request);
 
 // A line or two on what was read from an input, clean.
 [[nodiscard]] std::string DescribeInput(const RunInput& input);

@@ -1,0 +1,184 @@
+#include "host/run/RunConfig.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <sstream>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "host/receiver/FileText.h"
+
+// The only file that sees the parser, which takes long to compile.
+#define TOML_EXCEPTIONS 0
+#define TOML_HEADER_ONLY 1
+#define TOML_ENABLE_WINDOWS_COMPAT 0
+#include <toml++/toml.h>
+
+namespace Host {
+
+namespace {
+
+constexpr std::size_t LineWidth = 100;
+
+// The names that stand in a table, or those of the tables themselves.
+std::string ListNames(std::string_view table) {
+    std::vector<std::string> names;
+    for (const Setting& setting : GetSettings()) {
+        std::string name = table.empty() ? "[" + std::string(setting.table) + "]" : setting.key;
+        if (!table.empty() && setting.table != table) continue;
+        if (names.empty() || names.back() != name) names.push_back(std::move(name));
+    }
+    return fmt::format("{}", fmt::join(names, ", "));
+}
+
+bool IsTable(std::string_view name) {
+    const auto settings = GetSettings();
+    return std::any_of(settings.begin(), settings.end(), [name](const Setting& s) {
+        const std::string_view table = s.table;
+        return table == name || (table.starts_with(name) && table.substr(name.size()).starts_with('.'));
+    });
+}
+
+template <typename Value>
+std::string Stream(const Value& value) {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << value;
+    return text.str();
+}
+
+SettingValue Convert(const toml::node& node, Setting::Kind kind) {
+    if (const auto* value = node.as_boolean()) return value->get();
+    if (const auto* value = node.as_integer()) return value->get();
+    if (const auto* value = node.as_floating_point()) return value->get();
+    if (const auto* value = node.as_string()) return value->get();
+    if (kind == Setting::Kind::Time) {
+        if (const auto* value = node.as_date()) return Stream(value->get());
+        if (const auto* value = node.as_date_time()) return Stream(value->get());
+    }
+    const toml::array* array = node.as_array();
+    if (array == nullptr) return {};
+    std::vector<std::string> list;
+    for (const toml::node& element : *array) {
+        const auto* text = element.as_string();
+        if (text == nullptr) return {};
+        list.push_back(text->get());
+    }
+    return list;
+}
+
+class Reader {
+public:
+    Reader(const std::string& name, RunSettings& settings) : name_(name), settings_(settings) {}
+
+    void Read(const toml::table& table, const std::string& path) {
+        for (const auto& entry : table) {
+            const toml::key& key = entry.first;
+            const toml::node& node = entry.second;
+            const std::string name = path.empty() ? std::string(key.str()) : path + '.' + std::string(key.str());
+            const auto line = key.source().begin.line;
+            const auto settings = GetSettings();
+            const auto found = std::find_if(settings.begin(), settings.end(), [&](const Setting& setting) {
+                return path == setting.table && key.str() == setting.key;
+            });
+            if (found != settings.end()) {
+                Add(line, found->Apply(settings_, Convert(node, found->kind), name));
+            } else if (IsTable(name) && key.str().find('.') == std::string_view::npos) {
+                if (const toml::table* inner = node.as_table()) {
+                    Read(*inner, name);
+                } else {
+                    Add(line, name + " is a table, not a value");
+                }
+            } else if (path.empty()) {
+                Add(line, "there is no setting or table " + QuoteText(name) + "; the tables are " + ListNames({}));
+            } else {
+                Add(line,
+                    "there is no setting " + QuoteText(name) + "; in [" + path + "] there are " + ListNames(path));
+            }
+        }
+    }
+    void Add(std::uint64_t line, const std::string& fault) {
+        if (!fault.empty()) faults_.emplace_back(line, fmt::format("{}:{}: {}", name_, line, fault));
+    }
+    [[nodiscard]] std::vector<std::string> Take() {
+        std::stable_sort(faults_.begin(), faults_.end(),
+                         [](const auto& a, const auto& b) { return a.first < b.first; });
+        std::vector<std::string> lines;
+        for (auto& fault : faults_) lines.push_back(std::move(fault.second));
+        return lines;
+    }
+
+private:
+    const std::string& name_;
+    RunSettings& settings_;
+    std::vector<std::pair<std::uint64_t, std::string>> faults_;
+};
+
+// As lines that begin with "# ".
+std::string Comment(std::string_view text) {
+    std::string lines;
+    while (!text.empty()) {
+        std::size_t end = text.size();
+        if (end > LineWidth - 2) {
+            end = text.rfind(' ', LineWidth - 2);
+            if (end == std::string_view::npos) end = std::min(text.find(' '), text.size());
+        }
+        lines += "# " + std::string(text.substr(0, end)) + '\n';
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::vector<std::string> ReadConfig(std::string_view text, const std::string& name, RunSettings& settings) {
+    if (text.size() > MaxConfigSize) return {name + ": larger than 1 MiB, which no configuration is"};
+    const toml::parse_result result = toml::parse(text);
+    if (!result) {
+        const toml::parse_error& error = result.error();
+        return {fmt::format("{}:{}: {}", name, error.source().begin.line, error.description())};
+    }
+    RunSettings read = settings;
+    Reader reader(name, read);
+    reader.Read(result.table(), {});
+    std::vector<std::string> faults = reader.Take();
+    if (faults.empty()) settings = std::move(read);
+    return faults;
+}
+
+std::vector<std::string> ReadConfigFile(const std::string& path, RunSettings& settings) {
+    FileText file;
+    FileError error;
+    if (!file.Open(path, error, MaxConfigSize)) return {error.Print()};
+    return ReadConfig(file.Text(), path, settings);
+}
+
+bool PrintConfig(const RunSettings& settings, std::string& text, std::string& fault) {
+    text =
+        "# Settings of gnss run, read by: gnss run --config FILE\n"
+        "# An option of the command line goes before what stands here, and what stands here before the default. Every\n"
+        "# line may be left out. File names are those of the folder in which gnss runs.\n";
+    const RunSettings defaults;
+    std::string_view table;
+    for (const Setting& setting : GetSettings()) {
+        if (table != setting.table) {
+            table = setting.table;
+            text += fmt::format("\n# {}.\n[{}]\n", DescribeTable(table), table);
+        }
+        const std::string value = setting.print(settings);
+        text += '\n' + Comment(setting.help);
+        text +=
+            Comment(fmt::format("{}: {}. Default: {}", setting.option, setting.GetAllowed(), setting.print(defaults)));
+        text += fmt::format("{} = {}\n", setting.key, value);
+    }
+    // What cannot be told in TOML (a name that is not UTF-8) must not be told wrongly.
+    RunSettings again;
+    if (!ReadConfig(text, "", again).empty()) {
+        fault = "a file name is not UTF-8, as it must be in a configuration file";
+        return false;
+    }
+    return true;
+}
+
+}  // namespace Host
