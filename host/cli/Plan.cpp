@@ -170,7 +170,7 @@ std::string DrawPlot(const VisibilityPlan& plan, const std::string& title, const
                      const Palette& palette) {
     std::string subtitle = PrintTime(plan.settings.from) + " to " + PrintTime(plan.End()) + ", GPS time";
     if (const auto nmr = std::ranges::count_if(plan.gaps, IsWithoutOrbit); nmr > 0)
-        subtitle += fmt::format("; {} satellites without an orbit", nmr);
+        subtitle += fmt::format("; {} satellite{} without an orbit", nmr, nmr == 1 ? "" : "s");
     const PlanPlot plot(plan, Corvane::String::FromUTF8(title), Corvane::String::FromUTF8(subtitle));
     PictureFile picture(options.plot, plot.PreferredSize(), options.density);
     if (picture.IsOpen()) plot.Draw(picture.GetDC(), palette);
