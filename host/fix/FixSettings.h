@@ -17,15 +17,15 @@ namespace Host {
 //     the zenith where no model is used (divided by the sine of the elevation at the height of the ionosphere);
 //   the error of the troposphere's delay, squared: a share of the delay.
 struct RangeWeights {
-    double codeGPS = 0.1;      // m
+    double codeGPS = 0.15;     // m
     double codeGlonass = 0.2;  // m
     double strongSignal = 40.0;
     double perDoubling = 4.0;
-    double orbitGPS = 0.7;      // m
-    double orbitGlonass = 1.4;  // m
-    double ionosphereShare = 0.05;
-    double unmodelled = 1.0;  // m
-    double troposphereShare = 0.01;
+    double orbitGPS = 0.8;      // m
+    double orbitGlonass = 1.7;  // m
+    double ionosphereShare = 0.1;
+    double unmodelled = 0.7;  // m
+    double troposphereShare = 0.03;
 };
 
 struct FixSettings {
