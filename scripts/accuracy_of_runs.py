@@ -157,7 +157,7 @@ def part_of_day(values, remainder):
 def say_counts(name, counts, positions):
     mean = counts["uv"] / max(counts["tested"], 1)
     print(f"| {name} | {counts['epochs']} | {len(positions)} | {counts['rejected']} | "
-          f"{100 * counts['passed'] / max(len(positions), 1):.1f} % | {mean:.2f} |")
+          f"{100 * counts['passed'] / max(len(positions), 1):.2f} % | {mean:.2f} |")
 
 
 def main():

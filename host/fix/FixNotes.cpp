@@ -60,9 +60,11 @@ void AddSatelliteNotes(GNSS::Notes& notes, const FixSatellite& satellite, const 
         case SatelliteUse::NoRange:
             Add(notes, FixNote::NoRange, satellite, ": no range on the signals asked for");
             break;
+        case SatelliteUse::LowSignal:
+            Add(notes, FixNote::WeakSignal, satellite, ": signal too weak");
+            break;
         case SatelliteUse::SystemOff:
         case SatelliteUse::BelowMask:
-        case SatelliteUse::LowSignal:
             break;
     }
 }

@@ -36,6 +36,7 @@ enum class FixNote : std::int32_t {
     SuspectVelocity = 21,  // they contradict each other, and none can be rejected for it
     NoRange = 22,          // of a satellite that is tracked
     NotRejected = 23,      // a w-test failed, and the settings reject nothing
+    WeakSignal = 24,       // below the mask of signals
     // Of the stream of epochs.
     EpochRepeated = 30,
     EpochOutOfOrder = 31,
