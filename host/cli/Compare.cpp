@@ -9,8 +9,8 @@
 
 #include "host/cli/Commands.h"
 #include "host/cli/Inputs.h"
-#include "host/cli/Satellites.h"
-#include "host/cli/TimeText.h"
+#include "host/text/Satellites.h"
+#include "host/text/TimeText.h"
 #include "host/report/Differences.h"
 #include "host/report/Plot.h"
 #include "host/report/Rows.h"

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "gnss/geodesy/HelmertShift.h"
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "host/receiver/EphemerisSet.h"
 #include "host/receiver/FileReport.h"
 

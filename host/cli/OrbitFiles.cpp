@@ -11,7 +11,7 @@
 #include "gnss/time/GloTime.h"
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
-#include "host/cli/Satellites.h"
+#include "host/text/Satellites.h"
 #include "host/receiver/LeapSeconds.h"
 #include "host/receiver/RecordMaker.h"
 

@@ -7,7 +7,7 @@
 
 #include "gnss/display/DopArt.h"
 #include "gnss/time/GPSTime.h"
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "host/fix/OrbitSource.h"
 
 namespace Host {

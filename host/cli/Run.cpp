@@ -14,7 +14,7 @@
 #include "host/cli/Progress.h"
 #include "host/cli/RunOptions.h"
 #include "host/cli/StopSignal.h"
-#include "host/cli/TimeText.h"
+#include "host/text/TimeText.h"
 #include "host/run/Pipeline.h"
 #include "host/run/PositionRows.h"
 #include "host/run/RunConfig.h"

@@ -25,7 +25,7 @@
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
 #include "host/cli/StoreLog.h"
-#include "host/cli/TimeText.h"
+#include "host/text/TimeText.h"
 #include "host/render/ClipboardSinks.h"
 #include "host/render/Palette.h"
 #include "host/render/PictureFile.h"

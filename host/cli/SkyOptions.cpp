@@ -6,7 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/cli/Satellites.h"
+#include "host/text/Satellites.h"
 #include "host/render/CairoDC.h"
 
 namespace Host {

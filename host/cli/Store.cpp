@@ -17,7 +17,7 @@
 #include "host/cli/RowTable.h"
 #include "host/cli/StoreLog.h"
 #include "host/cli/StoreTables.h"
-#include "host/cli/TimeText.h"
+#include "host/text/TimeText.h"
 #include "host/stores/StoreWatch.h"
 
 namespace Host {

@@ -11,7 +11,7 @@
 
 #include "gnss/platform/Event.h"
 #include "gnss/time/GPSTime.h"
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "host/fix/FixComponent.h"
 #include "host/fix/FixInputs.h"
 #include "host/run/RunOutput.h"

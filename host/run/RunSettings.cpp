@@ -7,8 +7,8 @@
 
 #include "gnss/geodesy/LocalGrid.h"
 #include "gnss/geodesy/Spheroid.h"
-#include "host/cli/PlaceText.h"
-#include "host/cli/Satellites.h"
+#include "host/text/PlaceText.h"
+#include "host/text/Satellites.h"
 #include "host/run/SettingKinds.h"
 
 namespace Host {

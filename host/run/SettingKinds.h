@@ -9,7 +9,7 @@
 
 #include <fmt/format.h>
 
-#include "host/cli/TimeText.h"
+#include "host/text/TimeText.h"
 #include "host/run/RunSettings.h"
 
 namespace Host::SettingKinds {
