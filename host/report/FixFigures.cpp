@@ -80,7 +80,7 @@ std::string PrintUTC(const Corvane::TimeDate& utc) {
             const char* const end =
                 fmt::format_to(text.data(), "{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", year, utc.GetDate().Month(),
                                utc.GetDate().Day(), ms / 3'600'000, ms / 60'000 % 60, ms / 1000 % 60, ms % 1000);
-            return {text.data(), end};
+            return std::string(text.data(), static_cast<std::size_t>(end - text.data()));
         }
     }
     std::string text = utc.Print(3).str();
