@@ -91,16 +91,16 @@ void ReceiverComparison::Finish() {
     ours_.clear();
 }
 
-// Whatever is far from a time, on either side, has no partner to come.
+// Whatever is far from a time, on either side, has no partner to come. Ours stay longer: theirs are settled with them.
 void ReceiverComparison::SettleBefore(const GPSTime& time) {
-    const auto isPast = [&](const std::deque<Placed>& kept) {
-        return !kept.empty() && (kept.size() > MaxKept || !IsWithin(kept.front().time, time, Span));
+    const auto isPast = [&](const std::deque<Placed>& kept, Time span) {
+        return !kept.empty() && (kept.size() > MaxKept || !IsWithin(kept.front().time, time, span));
     };
-    while (isPast(theirs_)) {
+    while (isPast(theirs_, Span)) {
         Settle(theirs_.front());
         theirs_.pop_front();
     }
-    while (isPast(ours_)) ours_.pop_front();
+    while (isPast(ours_, 2.0 * Span)) ours_.pop_front();
 }
 
 void ReceiverComparison::Settle(const Placed& theirs) {

@@ -40,8 +40,8 @@ private:
 };
 
 // Finds our positions and the receiver's own that are of one time: of GPS time, as an epoch is dated by the receiver's
-// clock, which may be milliseconds off, while its fix is dated without the clock's error. What has come within Span is
-// kept; both may come first.
+// clock, which may be milliseconds off, while its fix is dated without the clock's error. Either may come first, by
+// less than Span.
 class ReceiverComparison {
 public:
     static constexpr Corvane::Time Span{5.0};
