@@ -22,6 +22,7 @@ using Host::NavigationPlan;
 using References = std::map<int, std::vector<GPSTime>>;
 
 struct Sent : Host::RecordSink {
+    using RecordSink::OnRecord;
     void OnRecord(const GNSS::GPSEphemeride& record) override {
         ++nmr;
         refused += gps.Update(record) ? 0 : 1;
