@@ -14,12 +14,13 @@
 #include "host/cli/Progress.h"
 #include "host/cli/RunOptions.h"
 #include "host/cli/StopSignal.h"
-#include "host/cli/TimeText.h"
 #include "host/run/Pipeline.h"
 #include "host/run/PositionRows.h"
 #include "host/run/RunConfig.h"
 #include "host/run/RunSettings.h"
 #include "host/run/RunSummary.h"
+#include "host/run/RunText.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 
@@ -73,7 +74,7 @@ int Run(const RunOptions& options) {
     if (!IsReadOnce(settings.request.inputs)) return 2;
 
     // Who takes what the run produces.
-    RunSummary summary;
+    RunSummary summary(settings.referencePlace);
     EventLines events(settings.allWarnings);
     std::vector<RunOutput*> outputs{&events, &summary};
     std::optional<PositionRows> rows;
@@ -88,7 +89,7 @@ int Run(const RunOptions& options) {
     if (!settings.folder.folder.empty()) {
         settings.folder.isStopped = [] { return StopSignal::Get() != 0; };
         stop.emplace();
-        folder.emplace(settings.folder);
+        folder.emplace(settings.folder, summary);
         if (!folder->GetFailure().empty()) return Complain(folder->GetFailure()), 1;
         pipeline.AddOutput(*folder);
     }
@@ -96,10 +97,11 @@ int Run(const RunOptions& options) {
     std::optional<Progress> progress(std::in_place, "bytes", pipeline.GetFacts().bytesTotal);
     const std::string failure = pipeline.Run([&](const RunFacts& facts) { progress->SetDone(facts.bytesDone); });
     progress.reset();
-    if (!settings.quiet) Tell(folder ? folder->GetSummaryText() : summary.Print());
     if (!failure.empty()) return Complain(failure), 1;
-    if (summary.NmrEpochs() == 0) return Complain("the inputs hold no measurements that could be used"), 1;
-    if (summary.NmrFixes() == 0) return Complain("no epoch has a position; the notes and events say why"), 1;
+    const RunFigures& figures = summary.GetFigures();
+    if (!settings.quiet) Tell(PrintSummary(figures, summary.GetSeries(), pipeline.GetFacts()));
+    if (figures.epochs == 0) return Complain("the inputs hold no measurements that could be used"), 1;
+    if (figures.fixes == 0) return Complain("no epoch has a position; the notes and events say why"), 1;
     return 0;
 }
 
@@ -111,10 +113,12 @@ void AddRunCommand(CLI::App& program, int& exitCode) {
     command->footer(
         "Several sources are merged by their own times: observations from one, navigation from another. The "
         "ephemerides\n"
-        "of a log are known from its beginning, as those of a navigation file are; with --as-received, and on standard\n"
+        "of a log are known from its beginning, as those of a navigation file are; with --as-received, and on "
+        "standard\n"
         "input, from when they come. Without ionosphere parameters none is taken off, which a note says.\n"
         "\n"
-        "A row for each epoch; its time is GPS time, its place WGS 84. A summary and what went wrong, with its time "
+        "A row for each epoch, with GPS time and UTC; its place is WGS 84. A summary and what went wrong, with its "
+        "time "
         "and\n"
         "place, go to standard error. With --output rows go to standard output or a file only where --positions names "
         "one.\n"

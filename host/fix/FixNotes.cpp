@@ -147,7 +147,6 @@ GNSS::Notes MakeNotes(const FixResult& result, const FixSettings& settings) {
 bool IsAlarm(FixNote note) {
     switch (note) {
         case FixNote::NoFix:
-        case FixNote::FTestFailed:
         case FixNote::FaultNotPlaced:
         case FixNote::NotTestable:
         case FixNote::NotIdentifiable:

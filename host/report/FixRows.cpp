@@ -1,7 +1,10 @@
 #include "host/report/FixRows.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <string_view>
 
 #include "gnss/position/PositionVelocityInfo.h"
 #include "gnss/position/UKOOAResid.h"
@@ -11,16 +14,22 @@ namespace Host {
 
 namespace {
 
-Column Text(const char* name) {
-    return {name, "", 12, 0, true};
+// As wide as the name at least.
+Column Make(std::string_view name, const char* unit, int width, int decimals, bool isLeft) {
+    return {std::string(name), unit, std::max(width, static_cast<int>(name.size())), decimals, isLeft};
+}
+
+Column Text(const char* name, int width = 4) {
+    return Make(name, "", width, 0, true);
 }
 
 Column Whole(const char* name) {
-    return {name, "", 6, 0, false};
+    return Make(name, "", 2, 0, false);
 }
 
-Column Real(const char* name, const char* unit, int decimals) {
-    return {name, unit, 12, decimals, false};
+// With a sign and so many digits before the point.
+Column Real(const char* name, const char* unit, int decimals, int digits = 3) {
+    return Make(name, unit, digits + decimals + 2, decimals, false);
 }
 
 double Degrees(double radians) {
@@ -51,12 +60,12 @@ const char* NameOfWTest(Corvane::LLSq::WTest test) {
 std::vector<Column> FixRow::Columns() {
     return {
         Whole("gps_week"),
-        Real("gps_time", "s", 4),
-        Text("utc"),
+        Real("gps_time", "s", 4, 6),
+        Text("utc", 24),
         Whole("fix"),
-        Text("failure"),
-        Text("mode"),
-        Text("test"),
+        Text("failure", 24),
+        Text("mode", 7),
+        Text("test", 16),
         // What was measured and used.
         Whole("used"),
         Whole("used_gps"),
@@ -71,10 +80,10 @@ std::vector<Column> FixRow::Columns() {
         // Where.
         Real("latitude", "deg", 9),
         Real("longitude", "deg", 9),
-        Real("height", "m", 4),
-        Real("x", "m", 4),
-        Real("y", "m", 4),
-        Real("z", "m", 4),
+        Real("height", "m", 4, 4),
+        Real("x", "m", 4, 8),
+        Real("y", "m", 4, 8),
+        Real("z", "m", 4, 8),
         Real("sd_east", "m", 4),
         Real("sd_north", "m", 4),
         Real("sd_up", "m", 4),
@@ -129,6 +138,20 @@ std::vector<Column> FixRow::Columns() {
         Whole("rates_used"),
         Whole("rates_rejected"),
     };
+}
+
+std::vector<std::size_t> FixRow::ChiefColumns() {
+    constexpr std::array Chief{"gps_week",     "gps_time",      "utc",     "latitude", "longitude", "height",
+                               "sd_east",      "sd_north",      "sd_up",   "pdop",     "hdop",      "used_gps",
+                               "used_glonass", "unit_variance", "f_limit", "test",     "max_w",     "max_w_satellite",
+                               "ext_rel_2d",   "ext_rel_3d",    "notes",   "failure"};
+    const std::vector<Column> columns = Columns();
+    std::vector<std::size_t> places;
+    for (const std::string_view name : Chief) {
+        const auto found = std::ranges::find(columns, name, &Column::name);
+        if (found != columns.end()) places.push_back(static_cast<std::size_t>(found - columns.begin()));
+    }
+    return places;
 }
 
 void FixRow::Add(const FixResult& result, const FixFigures::Largest& largest, std::string& name) {

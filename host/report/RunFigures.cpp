@@ -12,16 +12,6 @@ namespace Host {
 
 namespace {
 
-double Quantile(std::vector<double>& values, double part) {
-    std::erase_if(values, [](double value) { return !std::isfinite(value); });
-    if (values.empty()) return FixFigures::None;
-    std::ranges::sort(values);
-    const double at = part * static_cast<double>(values.size() - 1);
-    const auto below = static_cast<std::size_t>(at);
-    const std::size_t above = std::min(below + 1, values.size() - 1);
-    return values[below] + (at - static_cast<double>(below)) * (values[above] - values[below]);
-}
-
 double Median(const RunSeries& series, const std::function<double(const RunEpoch&)>& figure) {
     std::vector<double> values;
     for (const RunEpoch& epoch : series.GetEpochs()) {
@@ -183,19 +173,31 @@ void FindSpells(const RunSeries& series, const FixSettings& settings, RunFigures
                     [](const RunEpoch& e) { return e.test == FixTest::NotIdentifiable; }));
     add(finder.Find(
         fmt::format("HDOP above {:g}", settings.hdopLimit), "",
-        [&](const RunEpoch& e) { return static_cast<double>(e.hdop) > settings.hdopLimit; }, [](const RunEpoch& e) { return e.hdop; }));
+        [&](const RunEpoch& e) { return static_cast<double>(e.hdop) > settings.hdopLimit; },
+        [](const RunEpoch& e) { return e.hdop; }));
     add(finder.Find(
         fmt::format("PDOP above {:g}", settings.pdopLimit), "",
-        [&](const RunEpoch& e) { return static_cast<double>(e.pdop) > settings.pdopLimit; }, [](const RunEpoch& e) { return e.pdop; }));
+        [&](const RunEpoch& e) { return static_cast<double>(e.pdop) > settings.pdopLimit; },
+        [](const RunEpoch& e) { return e.pdop; }));
     add(finder.Find(fmt::format("Fewer than {} satellites used", settings.minSatellites), "",
                     [&](const RunEpoch& e) { return e.IsFix() && e.NmrUsed() < settings.minSatellites; }));
     const double large = 2.0 * summary.medianExtRel;
     add(finder.Find(
         fmt::format("Horizontal external reliability above {:.1f} m, twice the run's median", large), "m",
-        [&](const RunEpoch& e) { return static_cast<double>(e.extRel2D) > large; }, [](const RunEpoch& e) { return e.extRel2D; }));
+        [&](const RunEpoch& e) { return static_cast<double>(e.extRel2D) > large; },
+        [](const RunEpoch& e) { return e.extRel2D; }));
 }
 
 }  // namespace
+
+DifferenceFigures DifferencesFrom(const RunSeries& series, const GNSS::ECEF& place) {
+    DifferenceTally tally;
+    const RunReference reference(series, place);
+    for (const RunEpoch& epoch : series.GetEpochs()) {
+        if (epoch.IsFix()) tally.Add(reference.Difference(series, epoch));
+    }
+    return tally.Summarise();
+}
 
 RunFigures Summarise(const RunSeries& series, const RunReference& reference, const FixSettings& settings) {
     RunFigures summary;

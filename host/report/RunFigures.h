@@ -10,6 +10,7 @@
 #include "gnss/geodesy/ECEF.h"
 #include "gnss/platform/Ellipse.h"
 #include "host/fix/FixSettings.h"
+#include "host/report/PositionDifferences.h"
 #include "host/report/RunSeries.h"
 
 namespace Host {
@@ -70,9 +71,19 @@ struct RunFigures {
     double medianHdop = 0.0, medianPdop = 0.0;
     double medianUsed = 0.0;
     std::vector<RunSpells> spells;  // those kinds that occurred
+
+    // Beside the series; Summarise leaves them empty.
+    std::int64_t events = 0;
+    std::int64_t receiverFixes = 0;         // the receiver's own, of different times
+    DifferenceFigures receiver;             // ours minus those, where both are of one time
+    std::optional<GNSS::ECEF> statedPlace;  // of the antenna by the data themselves, where no reference was given
+    DifferenceFigures stated;               // from it
 };
 
 [[nodiscard]] RunFigures Summarise(const RunSeries& series, const RunReference& reference, const FixSettings& settings);
+
+// Of all positions.
+[[nodiscard]] DifferenceFigures DifferencesFrom(const RunSeries& series, const GNSS::ECEF& place);
 
 // "99.7 %" of a part; "-" of nothing.
 [[nodiscard]] std::string Percent(std::int64_t part, std::int64_t whole);

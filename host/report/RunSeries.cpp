@@ -70,6 +70,14 @@ void RunSeries::Add(const PublishedFix& fix, const FixFigures& figures) {
             tally.largestAt = result.time;
         }
     }
+    for (int i = 0; i < fix.notes.NmrNote(); ++i) {
+        const GNSS::Notes::Note& note = fix.notes[i];
+        NoteKind& kind = noteKinds_[note.GetId()];
+        // Several satellites may have the same at one epoch.
+        if (kind.lastEpoch == epochs_.size()) continue;
+        if (kind.epochs++ == 0) kind.text = note.GetText().ToUTF8();
+        kind.lastEpoch = epochs_.size();
+    }
     history_.Update(result.time.GetTimeDate(), fix.notes);
 }
 

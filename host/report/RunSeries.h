@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -53,6 +54,13 @@ public:
         double largestW = 0.0;  // of those with which it was rejected
         GNSS::GPSTime largestAt;
     };
+    // How often a kind of note was there, whichever satellites it was about.
+    struct NoteKind {
+        std::string text;  // of the first
+        std::int64_t epochs = 0;
+        std::size_t lastEpoch = 0;  // counted from 1
+    };
+    using NoteKinds = std::map<int, NoteKind>;                     // by FixNote
     using Satellites = std::map<std::pair<bool, int>, Satellite>;  // by GLONASS or not, and number
 
     RunSeries() { history_.SetValidTime(Corvane::Time(1e11)); }
@@ -68,6 +76,7 @@ public:
     [[nodiscard]] const std::optional<GNSS::ECEF>& GetOrigin() const { return origin_; }
     [[nodiscard]] GNSS::ECEF PlaceOf(const RunEpoch& epoch) const { return *origin_ + epoch.place; }
     [[nodiscard]] const Satellites& GetSatellites() const { return satellites_; }
+    [[nodiscard]] const NoteKinds& GetNoteKinds() const { return noteKinds_; }
     // In GPS time.
     [[nodiscard]] const GNSS::Notes::History& GetHistory() const { return history_; }
 
@@ -86,6 +95,7 @@ private:
     double last_ = 0.0;
     std::optional<GNSS::ECEF> origin_;
     Satellites satellites_;
+    NoteKinds noteKinds_;
     GNSS::Notes::History history_;
 };
 

@@ -11,7 +11,6 @@
 #include "host/report/RunPlots.h"
 #include "host/report/SafeText.h"
 #include "host/run/RunReport.h"
-#include "host/run/RunText.h"
 
 namespace Host {
 
@@ -62,7 +61,8 @@ std::vector<std::string> RunFolderOutput::FileNames() {
     return names;
 }
 
-RunFolderOutput::RunFolderOutput(RunFolderOptions options) : options_(std::move(options)) {
+RunFolderOutput::RunFolderOutput(RunFolderOptions options, const RunSummary& summary)
+    : options_(std::move(options)), summary_(summary) {
     failure_ = folder_.Open(options_.folder, options_.overwrite, FileNames());
     if (!failure_.empty()) return;
     const auto open = [this](Table table, std::optional<Form> form, std::vector<Column> columns) {
@@ -101,15 +101,13 @@ bool RunFolderOutput::IsGood() const {
 
 void RunFolderOutput::OnFix(const PublishedFix& fix) {
     if (!folder_.IsOpen()) return;
-    const FixFigures figures = FiguresOf(fix.result);
-    const std::span<const Cell> cells = fixRow_.Fill(fix, figures);
+    const std::span<const Cell> cells = fixRow_.Fill(fix, FiguresOf(fix.result));
     writers_[PositionsCsv]->Write(cells);
     writers_[PositionsNdjson]->Write(cells);
     if (writers_[Satellites]) {
         for (const FixSatellite& satellite : fix.result.satellites)
             writers_[Satellites]->Write(satelliteRow_.Fill(fix.result, satellite));
     }
-    series_.Add(fix, figures);
     if (!fix.result.valid) return;
     const auto distance = [this](const GNSS::GPSTime& time) { return std::abs((time - *options_.skyTime).Seconds()); };
     if (skyTime_ && options_.skyTime && distance(fix.result.time) >= distance(*skyTime_)) return;
@@ -162,8 +160,8 @@ void RunFolderOutput::WriteNotes() {
                                             {"lasting", "s", 10, 3, false}},
                                            intervalsSink);
     // An interval ends with the last epoch that it holds, which counts.
-    const double interval = series_.GetInterval();
-    const GNSS::Notes::History& history = series_.GetHistory();
+    const double interval = summary_.GetSeries().GetInterval();
+    const GNSS::Notes::History& history = summary_.GetSeries().GetHistory();
     for (int i = 0; i < history.NmrNote(); ++i) {
         const GNSS::Notes::History::HistoricalNote& historical = history[i];
         const GNSS::Notes::Note& note = historical.GetNote();
@@ -191,9 +189,12 @@ void RunFolderOutput::WriteNotes() {
     Fail(intervalsSink.Close());
 }
 
-void RunFolderOutput::WritePictures(const RunFacts& facts, const RunReference& reference, const RunFigures& summary) {
+void RunFolderOutput::WritePictures(const RunFacts& facts) {
+    const RunSeries& series = summary_.GetSeries();
+    const RunFigures& figures = summary_.GetFigures();
+    const RunReference reference = summary_.GetReference();
     std::vector<RunPicture> pictures;
-    if (summary.epochs > 0) pictures = MakeRunPictures(series_, reference, summary, settings_);
+    if (figures.epochs > 0) pictures = MakeRunPictures(series, reference, figures, settings_);
     std::vector<ReportPicture> reported;
     std::string failure;
     const PictureKind kind = options_.png ? PictureKind::Png : PictureKind::Svg;
@@ -232,7 +233,7 @@ void RunFolderOutput::WritePictures(const RunFacts& facts, const RunReference& r
     for (const RunPicture& picture : pictures)
         write(picture.name, picture.caption, picture.size,
               [&picture](Corvane::DC& dc, bool isDark) { picture.draw(dc, isDark ? Palette::Dark : Palette::Light); });
-    if (failure_.empty()) WriteFile("report.html", MakeReport(summary, series_, facts, reported));
+    if (failure_.empty()) WriteFile("report.html", MakeReport(figures, series, facts, reported));
 }
 
 std::string RunFolderOutput::Finish(const RunFacts& facts) {
@@ -247,12 +248,10 @@ std::string RunFolderOutput::Finish(const RunFacts& facts) {
         folder_.Discard();
         return failure_;
     }
-    const RunReference reference(series_, options_.reference);
-    const RunFigures summary = Summarise(series_, reference, settings_);
-    summaryText_ = PrintSummary(summary, facts);
     WriteNotes();
-    if (failure_.empty()) WriteFile("summary.json", MakeSummaryJson(summary, series_, facts));
-    if (failure_.empty() && options_.pictures) WritePictures(facts, reference, summary);
+    if (failure_.empty())
+        WriteFile("summary.json", MakeSummaryJson(summary_.GetFigures(), summary_.GetSeries(), facts));
+    if (failure_.empty() && options_.pictures) WritePictures(facts);
     if (isStopped()) Fail(stopped);
     if (failure_.empty()) failure_ = folder_.Commit();
     folder_.Discard();

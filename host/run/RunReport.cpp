@@ -124,6 +124,32 @@ void AddPosition(Page& page, const RunFigures& s) {
                  "faint");
 }
 
+void AddComparisons(Page& page, const RunFigures& s) {
+    if (s.receiver.count > 0 || s.stated.count > 0) {
+        page.BeginTable(
+            {"differences, m", "positions", "horizontal mean", "RMS", "95 %", "vertical mean", "RMS", "95 %"}, 1);
+        const auto row = [&page](const char* from, const DifferenceFigures& d) {
+            page.Row({from, fmt::format("{}", d.count), fmt::format("{:.2f}", d.horizontalMean),
+                      fmt::format("{:.2f}", d.horizontalRms), fmt::format("{:.2f}", d.horizontal95),
+                      fmt::format("{:+.2f}", d.mean[2]), fmt::format("{:.2f}", d.verticalRms),
+                      fmt::format("{:.2f}", d.vertical95)});
+        };
+        if (s.stated.count > 0) row("from the place that the data state", s.stated);
+        if (s.receiver.count > 0) row("from the receiver's own fixes of the same time", s.receiver);
+        page.EndTable();
+    }
+    if (s.statedPlace)
+        page.Element(
+            "p",
+            fmt::format("Antenna by the data (RINEX header or RTCM 1005/1006): X {:.4f} m, Y {:.4f} m, Z {:.4f} "
+                        "m. Such a place may be an approximation or of another frame, so it is not the "
+                        "reference.",
+                        s.statedPlace->GetX(), s.statedPlace->GetY(), s.statedPlace->GetZ()),
+            "faint");
+    if (s.receiverFixes > 0)
+        page.Element("p", fmt::format("Fixes of the receiver's own: {}.", s.receiverFixes), "faint");
+}
+
 void AddSpells(Page& page, const RunFigures& s) {
     page.Element("h2", "Worst windows");
     if (s.spells.empty()) {
@@ -148,7 +174,7 @@ void AddSpells(Page& page, const RunFigures& s) {
     page.EndTable();
 }
 
-void AddRejected(Page& page, const RunSeries& series) {
+void AddRejected(Page& page, const RunSeries& series, const RunRequest& request) {
     page.Element("h2", "Rejected satellites");
     bool hasAny = false;
     for (const auto& [name, tally] : series.GetSatellites()) {
@@ -165,6 +191,8 @@ void AddRejected(Page& page, const RunSeries& series) {
         page.EndTable();
     else
         page.Element("p", "None.");
+    if (const std::string disabled = DescribeDisabled(request); !disabled.empty())
+        page.Element("p", "Disabled by the operator: " + disabled + ".");
 }
 
 void AddInputs(Page& page, const RunFacts& facts) {
@@ -195,8 +223,13 @@ void AddExplanations(Page& page, const FixSettings& settings) {
                               "fails is rejected and the position solved again.",
                               LLSq::GetWLimit(settings.confidence), 100.0 * LLSq::GetProbability(settings.confidence)));
     add("F-test",
-        "The unit variance against its limit for the redundancy. It confirms model and weights, and rejects "
-        "nothing by itself.");
+        fmt::format(
+            "The unit variance against its limit for the redundancy. It confirms model and weights, and "
+            "rejects nothing by itself.{}",
+            settings.fLimit == LLSq::FEqualPower
+                ? " With a limit of the w-test's power it also fails where nothing is wrong, the more often the "
+                  "higher the redundancy: without a w-test that fails it is a remark, not an alarm."
+                : ""));
     add("Internal reliability",
         fmt::format("The smallest fault of a range that the w-test finds with a power of {:g} %.",
                     100.0 * LLSq::GetProbability(settings.power)));
@@ -268,8 +301,9 @@ std::string MakeReport(const RunFigures& summary, const RunSeries& series, const
                      "faint");
         AddTiles(page, summary);
         AddPosition(page, summary);
+        AddComparisons(page, summary);
         AddSpells(page, summary);
-        AddRejected(page, series);
+        AddRejected(page, series, facts.request);
     }
     std::size_t number = 0;
     for (const ReportPicture& picture : pictures) {

@@ -7,9 +7,9 @@
 
 #include "gnss/geodesy/LocalGrid.h"
 #include "gnss/geodesy/Spheroid.h"
-#include "host/cli/PlaceText.h"
-#include "host/cli/Satellites.h"
 #include "host/run/SettingKinds.h"
+#include "host/text/PlaceText.h"
+#include "host/text/Satellites.h"
 
 namespace Host {
 
@@ -99,8 +99,7 @@ Setting HeightAid() {
 
 Setting Reference() {
     Setting setting = Make({"output", "reference", "--reference",
-                            "the true position, for differences in the folder; without it they are from the run's own "
-                            "mean"},
+                            "the true position, for differences; without it they are from the run's own mean"},
                            Kind::Text,
                            "\"LAT,LON,HEIGHT\" in degrees and metres above the ellipsoid, or \"X,Y,Z\" in metres; \"\" "
                            "for none");
@@ -111,8 +110,8 @@ Setting Reference() {
         const std::optional<GNSS::Geog> place = ParsePlace(*text);
         if (!place && !text->empty()) return false;
         s.reference = *text;
-        s.folder.reference.reset();
-        if (place) s.folder.reference = GNSS::LocalGrid(*place, GNSS::Spheroid::WGS84).GetOriginECEF();
+        s.referencePlace.reset();
+        if (place) s.referencePlace = GNSS::LocalGrid(*place, GNSS::Spheroid::WGS84).GetOriginECEF();
         return true;
     };
     return setting;

@@ -1,4 +1,4 @@
-// Places on the command line.
+// Places as people write them.
 #pragma once
 
 #include <optional>

@@ -1,4 +1,4 @@
-#include "host/cli/PlaceText.h"
+#include "host/text/PlaceText.h"
 
 #include <charconv>
 #include <cmath>
