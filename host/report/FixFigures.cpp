@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <numbers>
 
+#include <Eigen/Eigenvalues>
 #include <fmt/format.h>
 
 #include "gnss/position/UKOOAResid.h"
@@ -16,6 +17,16 @@ namespace {
 
 void Enlarge(FixFigures::Largest& largest, double value, int row) {
     if (largest.row < 0 || value > largest.value) largest = {value, row};
+}
+
+// The longest standard deviation in any direction, m.
+double LongestSD(const GNSS::Grid::Covar& covar) {
+    Eigen::Matrix3d matrix;
+    matrix << covar.GetVarianceEast(), covar.GetCovarEastNorth(), covar.GetCovarEastHeight(),  //
+        covar.GetCovarEastNorth(), covar.GetVarianceNorth(), covar.GetCovarNorthHeight(),      //
+        covar.GetCovarEastHeight(), covar.GetCovarNorthHeight(), covar.GetVarianceHeight();
+    Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver;
+    return std::sqrt(std::max(0.0, solver.computeDirect(matrix, Eigen::EigenvaluesOnly).eigenvalues()(2)));
 }
 
 }  // namespace
@@ -30,6 +41,8 @@ FixFigures FiguresOf(const FixResult& result) {
     figures.ellipseMinor = EllipseFactor95 * ellipse.GetSemiMinor();
     figures.ellipseBearing = ellipse.GetOrientation().Degrees();
     figures.height95 = LineFactor95 * std::sqrt(std::max(0.0, result.covar.GetVarianceHeight()));
+
+    figures.ellipsoidMajor = EllipsoidFactor95 * LongestSD(result.covar);
 
     bool hasFailed = false;
     for (int i = 0; i < ukooa.NmrResid(); ++i) {

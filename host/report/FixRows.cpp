@@ -41,10 +41,10 @@ double SD(double variance) {
     return std::sqrt(variance);
 }
 
-const char* NameOfWTest(Corvane::LLSq::WTest test) {
+const char* NameOfWTest(Corvane::LLSq::WTest test, int redundancy) {
     switch (test) {
         case Corvane::LLSq::WPassed:
-            return "passed";
+            return redundancy > 1 ? "passed" : "not identifiable";
         case Corvane::LLSq::WFailedLargest:
             return "failed, largest";
         case Corvane::LLSq::WFailed:
@@ -125,6 +125,8 @@ std::vector<Column> FixRow::Columns() {
         Real("ellipse95_factor", "", 4),
         Real("height95", "m", 3),
         Real("height95_factor", "", 4),
+        Real("ellipsoid95_major", "m", 3),
+        Real("ellipsoid95_factor", "", 4),
         // How fast.
         Real("v_east", "m/s", 4),
         Real("v_north", "m/s", 4),
@@ -187,7 +189,9 @@ void FixRow::AddStatistics(const FixResult& result, const FixFigures& figures) {
     Add(figures.redundancy > 0 ? Cell(result.fLimit) : Cell());
     Add(std::string_view(Name(figures.fTest)));
     Add(std::string_view(Name(figures.wTest)));
-    Add(result, {result.maxWRow < 0 ? FixFigures::None : result.maxW, result.maxWRow}, maxW_);
+    // With a redundancy of 1 all |w| are alike: a fault has no place.
+    Add(result, {result.maxWRow < 0 ? FixFigures::None : result.maxW, figures.redundancy > 1 ? result.maxWRow : -1},
+        maxW_);
     Add(result.wLimit);
     Add(result.ukooa.RMS());
     Add(std::int64_t{figures.nmrUnchecked});
@@ -204,6 +208,8 @@ void FixRow::AddStatistics(const FixResult& result, const FixFigures& figures) {
     Add(EllipseFactor95);
     Add(figures.height95);
     Add(LineFactor95);
+    Add(figures.ellipsoidMajor);
+    Add(EllipsoidFactor95);
 }
 
 void FixRow::AddVelocity(const PublishedFix& fix) {
@@ -258,6 +264,7 @@ std::vector<Column> SatelliteRow::Columns() {
         Text("satellite"),
         Whole("channel"),
         Text("use"),
+        Text("health"),
         Real("azimuth", "deg", 2),
         Real("elevation", "deg", 2),
         Real("cn0", "dBHz", 1),
@@ -288,6 +295,7 @@ std::span<const Cell> SatelliteRow::Fill(const FixResult& result, const FixSatel
     add(std::string_view(name_));
     add(satellite.channel ? Cell(std::int64_t{*satellite.channel}) : Cell());
     add(std::string_view(Name(satellite.use)));
+    add(std::string_view(!satellite.healthy ? "" : *satellite.healthy ? "healthy" : "unhealthy"));
     add(Degrees(satellite.azimuth));
     add(Degrees(satellite.elevation));
     add(satellite.snr);
@@ -303,7 +311,9 @@ std::span<const Cell> SatelliteRow::Fill(const FixResult& result, const FixSatel
         add(resid.GetResidual());
         add(resid.GetRedundancy());
         add(isTestable ? Cell(resid.GetStandardised()) : Cell());
-        add(std::string_view(NameOfWTest(resid.GetWTest())));
+        add(std::string_view(satellite.use == SatelliteUse::Rejected
+                                 ? "rejected"
+                                 : NameOfWTest(resid.GetWTest(), result.ukooa.NmrFreedom())));
         add(satellite.use == SatelliteUse::Rejected ? Cell(satellite.rejectedW) : Cell());
         add(resid.GetMDB() >= 0.0 ? Cell(resid.GetMDB()) : Cell());
         if (isTestable && !resid.IsRejected()) {

@@ -15,7 +15,7 @@ namespace Host {
 // One fix as a row: of positions.csv and positions.ndjson, and of what a run prints. One object for all rows.
 class FixRow {
 public:
-    static constexpr std::size_t NmrColumns = 74;
+    static constexpr std::size_t NmrColumns = 76;
     [[nodiscard]] static std::vector<Column> Columns();
     // Which of them a table for people shows, in its order.
     [[nodiscard]] static std::vector<std::size_t> ChiefColumns();
@@ -41,7 +41,7 @@ private:
 // One measured satellite of a fix as a row of satellites.csv.
 class SatelliteRow {
 public:
-    static constexpr std::size_t NmrColumns = 22;
+    static constexpr std::size_t NmrColumns = 23;
     [[nodiscard]] static std::vector<Column> Columns();
     [[nodiscard]] std::span<const Cell> Fill(const FixResult& result, const FixSatellite& satellite);
 

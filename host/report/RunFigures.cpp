@@ -46,7 +46,7 @@ void SummarisePositions(const RunSeries& series, const RunReference& reference, 
     std::array<double, 3> squares{};
     GNSS::ECEF::Delta places;
     for (const RunEpoch& epoch : series.GetEpochs()) {
-        if (!epoch.IsFix()) continue;
+        if (!series.IsCounted(epoch)) continue;
         const std::array<double, 3> d = reference.Difference(series, epoch);
         for (std::size_t i = 0; i < 3; ++i) {
             sum[i] += d[i];
@@ -57,6 +57,7 @@ void SummarisePositions(const RunSeries& series, const RunReference& reference, 
         vertical.push_back(std::abs(d[2]));
     }
     if (horizontal.empty()) return;
+    summary.counted = static_cast<std::int64_t>(horizontal.size());
     const auto n = static_cast<double>(horizontal.size());
     summary.mean = *series.GetOrigin() + places * (1.0 / n);
     for (std::size_t i = 0; i < 3; ++i) {
@@ -68,7 +69,7 @@ void SummarisePositions(const RunSeries& series, const RunReference& reference, 
     std::array<double, 3> variance{};
     double covariance = 0.0;
     for (const RunEpoch& epoch : series.GetEpochs()) {
-        if (!epoch.IsFix()) continue;
+        if (!series.IsCounted(epoch)) continue;
         std::array<double, 3> d = reference.Difference(series, epoch);
         for (std::size_t i = 0; i < 3; ++i) {
             d[i] -= summary.axes[i].mean;
@@ -165,7 +166,7 @@ void FindSpells(const RunSeries& series, const FixSettings& settings, RunFigures
         "F-test failed", "of its limit", [](const RunEpoch& e) { return e.fTest == FixTest::Failed; },
         [](const RunEpoch& e) { return static_cast<double>(e.unitVariance / e.fLimit); }));
     add(finder.Find(
-        "w-test failed", "|w|", [](const RunEpoch& e) { return e.wTest == FixTest::Failed; },
+        "w-test failed (the largest |w|)", "", [](const RunEpoch& e) { return e.wTest == FixTest::Failed; },
         [](const RunEpoch& e) { return std::abs(static_cast<double>(e.maxW)); }));
     add(finder.Find("Not testable (redundancy 0)", "",
                     [](const RunEpoch& e) { return e.test == FixTest::NotTestable; }));
@@ -194,7 +195,7 @@ DifferenceFigures DifferencesFrom(const RunSeries& series, const GNSS::ECEF& pla
     DifferenceTally tally;
     const RunReference reference(series, place);
     for (const RunEpoch& epoch : series.GetEpochs()) {
-        if (epoch.IsFix()) tally.Add(reference.Difference(series, epoch));
+        if (series.IsCounted(epoch)) tally.Add(reference.Difference(series, epoch));
     }
     return tally.Summarise();
 }

@@ -57,14 +57,17 @@ struct RunFigures {
     GNSS::GPSTime from, to;
     Test fTest, wTest, both;
 
+    // The fixes that mean, scatter and differences are of: those that passed the w-test with a redundancy of 2 at
+    // least, or all where none did. What failed or could not be checked would say nothing about the others.
+    std::int64_t counted = 0;
     bool isReferenceGiven = false;
-    std::optional<GNSS::ECEF> mean;  // of all fixes
-    std::array<Axis, 3> axes;        // east, north, up
+    std::optional<GNSS::ECEF> mean;
+    std::array<Axis, 3> axes;  // east, north, up
     // 95 % of the differences from the reference are smaller.
     double horizontal95 = 0.0;
     double vertical95 = 0.0;
     double horizontalRms = 0.0;
-    // Of one standard deviation, from the scatter of the fixes themselves.
+    // Of one standard deviation, from the scatter of those fixes themselves.
     Corvane::Ellipse scatter;
 
     double medianExtRel = 0.0;  // horizontal, m
@@ -82,7 +85,7 @@ struct RunFigures {
 
 [[nodiscard]] RunFigures Summarise(const RunSeries& series, const RunReference& reference, const FixSettings& settings);
 
-// Of all positions.
+// Of the positions that count.
 [[nodiscard]] DifferenceFigures DifferencesFrom(const RunSeries& series, const GNSS::ECEF& place);
 
 // "99.7 %" of a part; "-" of nothing.

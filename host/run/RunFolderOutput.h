@@ -16,6 +16,7 @@
 #include "host/report/RunFigures.h"
 #include "host/report/RunFolder.h"
 #include "host/report/Sink.h"
+#include "host/run/RunJournal.h"
 #include "host/run/RunOutput.h"
 #include "host/run/RunSummary.h"
 
@@ -35,8 +36,9 @@ struct RunFolderOptions {
 // Writes
 //   positions.csv, positions.ndjson  a line for every epoch, with all figures of its fix
 //   satellites.csv                   a line for every satellite of every epoch
-//   events.csv, events.log           what happened on the way
-//   notes.csv, note_intervals.csv    the remarks, and when each held
+//   journal.csv                      alarms, remarks and events in the order of their time
+//   notes.csv                        each alarm and remark once, with how often and how long it held
+//   events.log                       what happened on the way, for reading
 //   summary.json, report.html        the run in figures, and for reading and printing
 //   sky, scatter, position, tests, reliability, dop, satellites, notes: pictures (.svg or .png)
 // The folder appears when Finish has succeeded (see RunFolder); an object destroyed before leaves nothing.
@@ -58,9 +60,10 @@ public:
     [[nodiscard]] static std::vector<std::string> FileNames();
 
 private:
-    enum Table : std::size_t { PositionsCsv, PositionsNdjson, Satellites, EventsCsv, EventsLog, NmrTables };
+    enum Table : std::size_t { PositionsCsv, PositionsNdjson, Satellites, EventsLog, NmrTables };
 
     void WriteNotes();
+    void WriteJournal();
     void WritePictures(const RunFacts& facts);
     void WriteFile(const std::string& name, std::string_view bytes);
     void CloseTables();
@@ -68,6 +71,7 @@ private:
 
     RunFolderOptions options_;
     const RunSummary& summary_;
+    RunJournal journal_;
     FixSettings settings_;
     RunFolder folder_;
     std::array<std::unique_ptr<Sink>, NmrTables> sinks_;

@@ -51,6 +51,7 @@ std::string MakeSummaryJson(const RunFigures& s, const RunSeries& series, const 
     add("f_test", JsonTest(s.fTest));
     add("w_test", JsonTest(s.wTest));
     add("test", JsonTest(s.both));
+    add("positions_counted", fmt::format("{}", s.counted));
     if (s.mean) {
         const GNSS::LocalGrid grid(*s.mean, GNSS::Spheroid::WGS84);
         const GNSS::Geog& mean = grid.GetOrigin();
@@ -98,7 +99,7 @@ std::string MakeSummaryJson(const RunFigures& s, const RunSeries& series, const 
         }
         list += "]}";
     }
-    add("spells", "[" + list + "]");
+    add("worst_windows", "[" + list + "]");
     list.clear();
     for (const auto& [name, tally] : series.GetSatellites())
         list += fmt::format(R"({}{}{{"satellite":"{}","tracked":{},"used":{},"rejected":{},"largest_w":{}}})",

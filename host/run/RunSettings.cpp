@@ -44,7 +44,7 @@ Setting Sources() {
 
 Setting Disabled() {
     Setting setting = Make({"satellites", "disabled", "--disable", "satellites that are not used"}, Kind::List,
-                           "a list of satellites: G01 to G32, R01 to R24");
+                           "a list of satellites, G01 to G32 and R01 to R24: G05,R03");
     setting.print = [](const RunSettings& s) {
         std::string list;
         const auto add = [&list](char system, int number) {
@@ -107,7 +107,7 @@ Setting Reference() {
     setting.set = [](RunSettings& s, const SettingValue& value) {
         const auto* text = std::get_if<std::string>(&value);
         if (text == nullptr) return false;
-        const std::optional<GNSS::Geog> place = ParsePlace(*text);
+        const std::optional<GNSS::Geog> place = ParsePlace(*text, true);
         if (!place && !text->empty()) return false;
         s.reference = *text;
         s.referencePlace.reset();

@@ -26,20 +26,21 @@ std::vector<std::pair<std::string, std::string>> DescribeSettings(const RunReque
         const std::string usual = setting.print(defaults);
         std::string& row = rows.back().second;
         row += fmt::format("{}{} = {}", row.empty() ? "" : "; ", setting.key, value);
-        if (*setting.unit != 0) row += fmt::format(" {}", setting.unit);
+        if (*setting.unit != 0 && value != "\"none\"") row += fmt::format(" {}", setting.unit);
         if (value != usual) row += fmt::format(" (default {})", usual);
     }
     return rows;
 }
 
 std::string DescribeInput(const RunInput& input) {
-    std::string text = fmt::format("{}, {} bytes", input.format.empty() ? "unknown format" : input.format, input.bytes);
+    std::string text =
+        fmt::format("{}, {} bytes of content", input.format.empty() ? "unknown format" : input.format, input.bytes);
     const auto add = [&text](std::int64_t number, const char* what) {
         if (number > 0) text += fmt::format(", {} {}", number, what);
     };
     add(input.epochs, "epochs");
     add(input.records, "navigation records");
-    add(input.messages, "messages");
+    if (!input.format.starts_with("RINEX")) add(input.messages, "messages");
     add(input.checksumFailures, "checksum failures");
     add(input.skipped, "bytes of no message");
     add(input.refused, "refused");
@@ -59,6 +60,11 @@ std::string DescribeDisabled(const RunRequest& request) {
     return list;
 }
 
+std::string DescribeCounted(const RunFigures& figures) {
+    if (figures.counted == figures.fixes) return fmt::format("{} positions", figures.fixes);
+    return fmt::format("the {} of {} positions that passed the w-test", figures.counted, figures.fixes);
+}
+
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -73,8 +79,9 @@ void AddPositions(Lines& lines, const RunFigures& s) {
                                                         Percent(s.both.notTestable, s.fixes)));
     lines.push_back(test("F-test", s.fTest) + "; " + test("w-test", s.wTest));
     const GNSS::LocalGrid grid(*s.mean, GNSS::Spheroid::WGS84);
-    lines.push_back(fmt::format("mean position {:.8f} {:.8f} {:.3f} m", grid.GetOrigin().GetPhi().Degrees(),
-                                grid.GetOrigin().GetLambda().Degrees(), grid.GetOrigin().GetHeight()));
+    lines.push_back(fmt::format("mean of {}: {:.8f} {:.8f} {:.3f} m", DescribeCounted(s),
+                                grid.GetOrigin().GetPhi().Degrees(), grid.GetOrigin().GetLambda().Degrees(),
+                                grid.GetOrigin().GetHeight()));
     lines.push_back(fmt::format(
         "about {}: horizontal RMS {:.2f} m, 95 % {:.2f} m; vertical RMS {:.2f} m, 95 % {:.2f} m",
         s.isReferenceGiven ? "the reference" : "it", s.horizontalRms, s.horizontal95, s.axes[2].rms, s.vertical95));

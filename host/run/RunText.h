@@ -15,6 +15,9 @@ namespace Host {
 // "mask = 15 degrees (default 10); ...".
 [[nodiscard]] std::vector<std::pair<std::string, std::string>> DescribeSettings(const RunRequest& request);
 
+// The positions that mean and scatter are of: "2880 positions", "the 526 of 562 positions that passed the w-test".
+[[nodiscard]] std::string DescribeCounted(const RunFigures& figures);
+
 // A line or two on what was read from an input, clean.
 [[nodiscard]] std::string DescribeInput(const RunInput& input);
 

@@ -70,7 +70,7 @@ protected:
 
 TEST_F(RunFolderOutputTest, EscapesForEachOutput) {
     auto files = Run({});
-    EXPECT_EQ(files.size(), 17U);
+    EXPECT_EQ(files.size(), 16U);
     for (const auto& [name, text] : files) {
         EXPECT_EQ(text.find('\x1b'), std::string::npos) << name;
         EXPECT_EQ(text.find('\r'), std::string::npos) << name;
@@ -88,8 +88,8 @@ TEST_F(RunFolderOutputTest, EscapesForEachOutput) {
     EXPECT_FALSE(ids.empty());
     for (std::size_t at = html.find("href=\"#"); at != std::string::npos; at = html.find("href=\"#", at + 1))
         ASSERT_TRUE(ids.contains(html.substr(at + 7, html.find('"', at + 7) - at - 7)));
-    EXPECT_NE(files["events.csv"].find(",,,'=1+1,\"<b>bold</b>  line, \"\"two\"\"\"\n"), std::string::npos);
-    EXPECT_NE(files["events.csv"].find(",'-,end\n"), std::string::npos);
+    EXPECT_NE(files["journal.csv"].find("event,,,'=1+1,\"<b>bold</b>  line, \"\"two\"\"\"\n"), std::string::npos);
+    EXPECT_NE(files["journal.csv"].find(",'-,end\n"), std::string::npos);
     EXPECT_NE(files["notes.csv"].find(",'@SUM(A1) <i>\u00b0 ,"), std::string::npos);
     EXPECT_NE(files["summary.json"].find("\"name\":\"<script>alert(1)</script> [2J.obs\""), std::string::npos);
     EXPECT_NE(files["notes.svg"].find("<svg"), std::string::npos);
