@@ -51,7 +51,7 @@ TEST(ReceiverComparison, PairsFixesOfOneTime) {
 
 TEST(ReceiverComparison, HasFiguresOfASpread) {
     Host::DifferenceTally tally;
-    for (int i = 1; i <= 101; ++i) tally.Add({3.0 * i, 4.0 * i, i % 2 == 0 ? i : -i});
+    for (int i = 1; i <= 101; ++i) tally.Add({3.0 * i, 4.0 * i, i % 2 == 0 ? 1.0 * i : -1.0 * i});
     tally.Add({Host::FixFigures::None, 0.0, 0.0});
     const Host::DifferenceFigures figures = tally.Summarise();
     EXPECT_EQ(figures.count, 101);
