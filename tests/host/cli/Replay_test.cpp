@@ -8,17 +8,19 @@ namespace {
 
 class Replay : public tests::CommandRun {
 protected:
-    // Plays the logs of a folder into another one: all that the program makes of them, and what it says. `computer` is
-    // what comes before the program.
-    void Play(const std::string& to, const std::string& computer, const std::string& logs = "..") {
+    // Plays the logs into a folder: all that the program makes of them, and what it says. `computer` is what comes
+    // before the program, `logs` before the logs' names.
+    void Play(const std::string& to, const std::string& computer, const std::string& logs = "./") {
         const std::string gnss = " && " + computer + " \"$GNSS\" run ";
         int run = 0;
-        for (const std::string& what : {logs + "/hour.rnx " + logs + "/nav.gz", logs + "/oem.gps --png --palette dark",
-                                        logs + "/glo.rtcm3 --as-received"}) {
-            const std::string n = std::to_string(++run);
-            ASSERT_EQ(0, Run("mkdir -p " + to + " && cd " + to + gnss + what + " --overwrite --output run" + n +
-                             " >said" + n + " 2>&1" + gnss + what + " --form csv >positions" + n + " 2>events" + n))
-                << Read(to + "/said" + n);
+        for (const std::string& what : {logs + "hour.rnx " + logs + "nav.gz", logs + "oem.gps --png --palette dark",
+                                        logs + "glo.rtcm3 --as-received"}) {
+            const auto file = [&](const char* name) { return to + "/" + name + std::to_string(run); };
+            ++run;
+            ASSERT_EQ(
+                0, Run("mkdir -p " + to + gnss + what + " --overwrite --output " + file("run") + " >" + file("said") +
+                       " 2>&1" + gnss + what + " --form csv >" + file("positions") + " 2>" + file("events")))
+                << Read(file("said")) << Read(file("events"));
         }
     }
     void ExpectAlike(const std::string& a, const std::string& b) {
@@ -40,9 +42,9 @@ TEST_F(Replay, HangsOnNothingButTheInput) {
     Play("elsewhere", "env TZ='<+0545>-5:45'");
     ExpectAlike("here", "elsewhere");
     // The logs are named in what is said of them, and nothing else tells where they are.
-    const std::string path = folder_.string();
+    const std::string path = folder_.string() + "/";
     Play("by-other-names", "env", path);
-    ASSERT_EQ(0, Run("grep -rlF " + path + " by-other-names | xargs sed -i 's|" + path + "|..|g'"));
+    ASSERT_EQ(0, Run("grep -rlF " + path + " by-other-names | xargs sed -i 's|" + path + "|./|g'"));
     ExpectAlike("here", "by-other-names");
 
     if (Run("command -v faketime") != 0) GTEST_SKIP() << "skipped: no faketime, so only the date of today";
