@@ -201,7 +201,7 @@ public:
     }
 
 private:
-    // What lies far outside of nearly all values would flatten the rest: it is shown at the edge, with its value.
+    // What lies far outside of most values would flatten the rest: it is shown at the edge, with its value.
     void ChooseRange(const RunSeries& series) {
         std::vector<double> values;
         double least = panel_.isFromZero ? 0.0 : FixFigures::None;
@@ -218,11 +218,11 @@ private:
             }
             if (values.empty()) continue;
             std::ranges::sort(values);
-            const std::size_t tail = values.size() / 200;
+            const std::size_t tail = values.size() / 20;
             const double low = values[tail];
             const double high = values[values.size() - 1 - tail];
             // Of a limit that varies, what holds nearly always: rare fixes with few satellites have high ones.
-            const double room = curve.kind == TimeCurve::Kind::Limit ? 0.0 : std::max(high - low, 1e-9);
+            const double room = curve.kind == TimeCurve::Kind::Limit ? 0.0 : std::max(2.0 * (high - low), 1e-9);
             include(std::max(values.front(), low - room));
             include(std::min(values.back(), high + room));
             if (curve.kind == TimeCurve::Kind::Band) include(-std::min(values.back(), high + room));

@@ -110,10 +110,15 @@ void AddRemarks(Lines& lines, const RunFigures& s, const RunSeries& series) {
                         (spells.count == 1 ? "once, " : fmt::format("{} times, together ", spells.count)) +
                         PrintSpan(spells.seconds));
     }
+    std::string notes;
     for (const auto& [id, kind] : series.GetNoteKinds()) {
-        lines.push_back(
-            fmt::format("note {}x: {}{}", kind.epochs, CleanText(kind.text), kind.epochs > 1 ? " ..." : ""));
+        // Without the satellite that the first of them was about.
+        const std::string text = CleanText(kind.text);
+        const bool isOfSatellite = text.size() > 5 && text.compare(3, 2, ": ") == 0;
+        notes +=
+            fmt::format("{}{} ({})", notes.empty() ? "" : "; ", isOfSatellite ? text.substr(5) : text, kind.epochs);
     }
+    if (!notes.empty()) lines.push_back("notes, with their epochs: " + notes);
     if (s.events > 0) lines.push_back(fmt::format("events: {}", s.events));
 }
 
