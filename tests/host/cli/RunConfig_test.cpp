@@ -77,8 +77,8 @@ TEST(RunConfig, SetsEveryFieldAndReadsBackWhatItPrints) {
         EXPECT_EQ(Fields(read.request.settings), Fields(settings.request.settings));
     }
     EXPECT_EQ(changed.request.disabledGPS, std::vector<GNSS::PRN>{GNSS::PRN(5)});
-    ASSERT_TRUE(changed.folder.reference);
-    EXPECT_NEAR(changed.folder.reference->GetZ(), 5233000.0, 2000.0);
+    ASSERT_TRUE(changed.referencePlace);
+    EXPECT_NEAR(changed.referencePlace->GetZ(), 5233000.0, 2000.0);
 
     // A file's name may be anything, a configuration may not.
     RunSettings latin;
