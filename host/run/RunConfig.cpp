@@ -161,6 +161,14 @@ std::string Comment(std::string_view text) {
 
 std::vector<std::string> ReadConfig(std::string_view text, const std::string& name, RunSettings& settings) {
     if (text.size() > MaxConfigSize) return {name + ": larger than 1 MiB, which no configuration is"};
+    // TOML allows none but these anywhere; the parser has not thought of all places.
+    const auto isControl = [](char c) {
+        return (static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' && c != '\r') || c == '\x7F';
+    };
+    if (const auto control = std::find_if(text.begin(), text.end(), isControl); control != text.end()) {
+        return {fmt::format("{}:{}: a control character, as no configuration has", name,
+                            1 + std::count(text.begin(), control, '\n'))};
+    }
     // The parser makes a table within a table for each dot of a name, and takes them apart by recursion.
     if (CountDots(text) > MaxDots) return {name + ": has more dots in its names than any configuration"};
     const toml::parse_result result = toml::parse(text);
