@@ -5,7 +5,6 @@ that holds 95 % of its bootstrap values; whole hours are drawn, because errors o
 
 usage: GNSS_TEST_DATA=... scripts/accuracy_of_runs.py [PROGRAM]"""
 import csv
-import datetime
 import io
 import math
 import os
@@ -23,7 +22,6 @@ FIGURES = ["horizontal RMS", "95 %", "vertical RMS", "95 %", "3-D RMS"]
 ESBC = ["ESBC00DNK_R_20201770000_01D_30S_MO_GR.rnx.gz", "ESBC00DNK_R_20201770000_01D_MN.rnx.gz"]
 ESBC_PLACE = (3582104.922, 532590.181, 5232755.363)
 TSUKUBA_PLACE = (-3869297.5138, 3436571.3345, 3717369.3757)  # message 1005 of the RTCM log
-GPS_EPOCH = datetime.datetime(1980, 1, 6)
 
 # WGS 84
 A, F = 6378137.0, 1 / 298.257223563
@@ -72,15 +70,12 @@ def run(sources, *options):
     text = subprocess.run(command, check=True, capture_output=True, text=True).stdout
     positions, counts = {}, {"epochs": 0, "rejected": 0, "passed": 0, "uv": 0.0, "tested": 0}
     for row in csv.DictReader(io.StringIO(text)):
-        value = {name.split("_deg")[0]: v for name, v in row.items()}
         counts["epochs"] += 1
-        if not value["latitude"]:
+        if not row["x_m"]:
             continue
-        time = datetime.datetime.strptime(row["time_GPST"], "%Y-%m-%d %H:%M:%S.%f")
-        place = to_ecef(math.radians(float(value["latitude"])), math.radians(float(value["longitude"])),
-                        float(row["height_m"]))
-        positions[round((time - GPS_EPOCH).total_seconds())] = place
-        counts["rejected"] += int(row["gps_rejected"]) + int(row["glonass_rejected"])
+        time = gps_seconds(int(row["gps_week"]), float(row["gps_time_s"]))
+        positions[time] = float(row["x_m"]), float(row["y_m"]), float(row["z_m"])
+        counts["rejected"] += int(row["rejected_gps"]) + int(row["rejected_glonass"])
         counts["passed"] += row["test"] == "passed"
         if row["unit_variance"]:
             counts["uv"] += float(row["unit_variance"])
@@ -157,7 +152,7 @@ def part_of_day(values, remainder):
 def say_counts(name, counts, positions):
     mean = counts["uv"] / max(counts["tested"], 1)
     print(f"| {name} | {counts['epochs']} | {len(positions)} | {counts['rejected']} | "
-          f"{100 * counts['passed'] / max(len(positions), 1):.1f} % | {mean:.2f} |")
+          f"{100 * counts['passed'] / max(len(positions), 1):.2f} % | {mean:.2f} |")
 
 
 def main():

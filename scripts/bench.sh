@@ -3,5 +3,5 @@
 set -eu
 cd "$(dirname "$0")/.."
 echo "machine: $(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1), $(nproc) cores"
-echo "compiler: $(g++ --version | head -n 1), $(sed -n 's/^CMAKE_CXX_FLAGS_RELEASE:[^=]*=//p' build/release/CMakeCache.txt) (release preset)"
+echo "compiler: $(g++ --version | head -n 1), $(grep -m 1 '"command"' build/release/compile_commands.json | grep -oE -e ' -(O|f|m|DNDEBUG)[^ ]*' | tr -d '\n') (release preset)"
 exec build/release/bench/gnss_bench "$@"

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Proves the direction of the #include lines.
 
-Every folder may include from itself and from the folders below it in BELOW; no file may include itself by way of
-others; inside the project, files are named by their path from the root. Headers under gnss/ show no foreign library.
+Every folder of the library may include from itself and from the folders that it stands on; the folders of the host
+have an order, whichever, with the commands on top; no file may include itself by way of others; inside the project,
+files are named by their path from the root. Headers under gnss/ show no foreign library.
 """
 import re
 import sys
@@ -24,6 +25,8 @@ STANDS_ON = {
     "gnss/store": ["gnss/almanac", "gnss/ephemeris", "gnss/measurement", "gnss/health"],
     "gnss/display": ["gnss/position", "gnss/store"],
 }
+# The commands: what they share with others stands below them.
+TOP_OF_HOST = "host/cli"
 # The umbrella header and the forward declarations stand above and below everything.
 LIBRARY = "gnss"
 PUBLIC_FOREIGN = re.compile(r"^(Eigen|boost|cairo|pango|spdlog|fmt|CLI|nlohmann|toml|zlib|httplib|gtest|benchmark)\b")
@@ -60,8 +63,30 @@ def allowed(source, target):
     if there == "tests":
         return here == "tests"
     if there == "host":
+        if here == "host" and target.startswith(TOP_OF_HOST + "/"):
+            return source.startswith(TOP_OF_HOST + "/")
         return here in ("host", "tests", "bench", "fuzz")
     return there in STANDS_ON or there == LIBRARY
+
+
+def cycles(graph):
+    """The circles that a depth-first search meets."""
+    found = []
+    state = {}
+
+    def visit(name, trail):
+        state[name] = "open"
+        for target in graph[name]:
+            if state.get(target) == "open":
+                found.append("include cycle: " + " -> ".join([*trail[trail.index(target):], target]))
+            elif target not in state:
+                visit(target, [*trail, target])
+        state[name] = "done"
+
+    for name in graph:
+        if name not in state:
+            visit(name, [name])
+    return found
 
 
 def main():
@@ -95,21 +120,16 @@ def main():
             if not allowed(name, target):
                 faults.append(f"{where}: {folder_of(name)} may not include {target}")
 
-    # Cycles, by depth-first search.
-    state = {}
-
-    def visit(name, trail):
-        state[name] = "open"
-        for target in graph[name]:
-            if state.get(target) == "open":
-                faults.append("include cycle: " + " -> ".join([*trail[trail.index(target):], target]))
-            elif target not in state:
-                visit(target, [*trail, target])
-        state[name] = "done"
-
-    for name in graph:
-        if name not in state:
-            visit(name, [name])
+    faults += cycles(graph)
+    # An include of another folder of the host is one between the folders.
+    folders = {}
+    for name, targets in graph.items():
+        for target in targets:
+            if name.startswith("host/") and target.startswith("host/"):
+                here, there = name.rsplit("/", 1)[0], target.rsplit("/", 1)[0]
+                folders.setdefault(there, set())
+                folders.setdefault(here, set()).update({there} - {here})
+    faults += cycles(folders)
 
     for fault in faults:
         print(fault, file=sys.stderr)

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the named groups need and that are missing; does nothing when all are there.
-# Groups: build (library, program, examples), test (tests, fuzz targets, checks), docs, coverage.
+# Groups: build (library, program, examples), test (tests, fuzz targets, checks), bench (another program of the field to
+# compare with), docs, coverage.
 set -eu
 
 wanted=()
@@ -15,7 +16,11 @@ for group in "$@"; do
     test)
         reasons+=("to test and check")
         wanted+=(g++ cmake ninja-build ccache pkg-config libeigen3-dev libboost-dev libgtest-dev libbenchmark-dev
-            libgeographiclib-dev liberfa-dev locales clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 python3 git)
+            libgeographiclib-dev liberfa-dev locales clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 python3 git faketime)
+        ;;
+    bench)
+        reasons+=("to compare the speed")
+        wanted+=(rtklib time python3)
         ;;
     docs)
         reasons+=("to make the reference documentation")

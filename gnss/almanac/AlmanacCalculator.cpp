@@ -1,5 +1,6 @@
 #include "gnss/almanac/AlmanacCalculator.h"
 
+#include "gnss/almanac/AlmanacIono.h"
 #include "gnss/platform/CriticalSection.h"
 
 namespace GNSS {
@@ -49,7 +50,10 @@ bool Almanac::Calculator::CalculatePosn(const Glonass::Slot& slot, const GPSTime
 
 bool Almanac::Calculator::CalculateIonoDelay(const GPSTime& t, const Latitude& lat, const Longitude& lon,
                                              const Angle& elevation, const Angle& azimuth, double& delay) const {
-    return Current().CalculateIonoDelay(t, lat, lon, elevation, azimuth, delay);
+    // The model alone is copied in the critical section: a copy of the handle would enter it twice more.
+    const Iono iono = CurrentIono();
+    delay = iono.CalculateDelay(t, lat, lon, elevation, azimuth);
+    return true;
 }
 
 bool Almanac::Calculator::CalcUTC(const GPSTime& t, TimeDate& utc) const {
@@ -69,6 +73,11 @@ void Almanac::Calculator::SetAlmanac(const Almanac& almanac) {
     Almanac exchanged = almanac;  // the last handle of the old body goes after the lock
     const pt::mutexlock lock(CriticalSection());
     almanac_.inner_.Swap(exchanged.inner_);
+}
+
+Almanac::Iono Almanac::Calculator::CurrentIono() const {
+    const pt::mutexlock lock(CriticalSection());
+    return almanac_.GetIono();
 }
 
 Almanac Almanac::Calculator::Current() const {

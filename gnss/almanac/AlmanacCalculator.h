@@ -53,6 +53,7 @@ public:
 
 private:
     [[nodiscard]] Almanac Current() const;
+    [[nodiscard]] Iono CurrentIono() const;
 
     Almanac almanac_;  // exchanged and copied in the critical section only
 };

@@ -1,5 +1,7 @@
 #include "gnss/geodesy/LocalGrid.h"
 
+#include <array>
+
 #include "gnss/geodesy/GridCovar.h"
 
 namespace GNSS {
@@ -87,7 +89,21 @@ ECEF::Delta LocalGrid::GetECEFDelta(const Grid::Delta& delta) const {
 }
 
 bool LocalGrid::GetGridCovarFromECEF(const Corvane::Matrix& ecefCovariance, Grid::Covar& covar) const {
-    return covar.SetFromMatrix(ecefCovariance.GetSubMatrix(0, 0, 3, 3).TransformBy(GetRotation()));
+    if (ecefCovariance.NmrRow() < 3 || ecefCovariance.NmrColumn() < 3) return false;
+    // Every fix asks for it twice; products of general matrices take ten times as long.
+    const std::array axes{&east_, &north_, &up_};
+    Corvane::Matrix turned(3, 3);
+    for (int row = 0; row < 3; ++row) {
+        const ECEF::Delta& axis = *axes[static_cast<std::size_t>(row)];
+        const auto product = [&](int column) {
+            return axis.GetX() * ecefCovariance(0, column) + axis.GetY() * ecefCovariance(1, column) +
+                   axis.GetZ() * ecefCovariance(2, column);
+        };
+        const ECEF::Delta half(product(0), product(1), product(2));
+        for (int column = 0; column < 3; ++column)
+            turned.SetValue(row, column, half.Dot(*axes[static_cast<std::size_t>(column)]));
+    }
+    return covar.SetFromMatrix(turned);
 }
 
 }  // namespace GNSS

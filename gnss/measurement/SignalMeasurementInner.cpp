@@ -70,7 +70,9 @@ int SignalMeasurement<System>::Inner::AddSV(const Id& id, Angle azi, Angle elev)
 
 template <typename System>
 int SignalMeasurement<System>::Inner::AddSV(const SV& sv) {
+    const int before = NmrSV();
     const int index = ObtainSV(sv);
+    if (index == before) return index;  // a new one, which is a copy already
     if (SV* const there = ChangeSV(index)) *there = SV(sv);
     return index;
 }

@@ -95,6 +95,7 @@ bool Component::DoCycle() {
 }
 
 void Component::CheckQueue() {
+    if (NmrQueued() == 0) return;
     const WriteLock turn(*this, WriteLock::Try);
     const std::uint64_t nmrLeaves = nmrLeaves_.load(std::memory_order_acquire);
     if (!turn.IsTaken() || !MayHandle()) return;

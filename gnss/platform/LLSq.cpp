@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 
 #include <Eigen/Core>
-#include <Eigen/Householder>
 
 namespace Corvane {
 
@@ -16,12 +14,57 @@ using Eigen::Index;
 using MatrixMap = Eigen::Map<Eigen::MatrixXd>;
 using VectorMap = Eigen::Map<Eigen::VectorXd>;
 
+// The systems are small, five unknowns as a rule, for which Eigen's products of any size take several times as long.
+
 double LargestColumnSum(const MatrixMap& matrix) {
-    return matrix.cwiseAbs().colwise().sum().maxCoeff();
+    double largest = 0.0;
+    for (Index j = 0; j < matrix.cols(); ++j) {
+        double sum = 0.0;
+        for (Index i = 0; i < matrix.rows(); ++i) sum += std::abs(matrix(i, j));
+        largest = std::max(largest, sum);
+    }
+    return largest;
+}
+
+// Two sums, which need not wait for each other.
+double Dot(const double* a, const double* b, Index n) {
+    double even = 0.0;
+    double odd = 0.0;
+    Index i = 0;
+    for (; i + 1 < n; i += 2) {
+        even += a[i] * b[i];
+        odd += a[i + 1] * b[i + 1];
+    }
+    if (i < n) even += a[i] * b[i];
+    return even + odd;
+}
+
+// Householder's reflection of a column by the vector (1, essential).
+void Reflect(double* column, const double* essential, double tau, Index rows) {
+    const double share = tau * (column[0] + Dot(column + 1, essential, rows - 1));
+    column[0] -= share;
+    for (Index i = 1; i < rows; ++i) column[i] -= share * essential[i - 1];
+}
+
+// Makes the vector of the reflection that leaves nothing of a column but its first value, which is returned. It stands
+// where the column was, without its leading 1.
+double MakeReflection(double* column, double& tau, Index rows) {
+    const double first = column[0];
+    const double tail = Dot(column + 1, column + 1, rows - 1);
+    if (tail <= std::numeric_limits<double>::min()) {
+        tau = 0.0;
+        std::fill(column + 1, column + rows, 0.0);
+        return first;
+    }
+    const double length = std::sqrt(first * first + tail);
+    const double left = first >= 0.0 ? -length : length;
+    for (Index i = 1; i < rows; ++i) column[i] /= first - left;
+    tau = (left - first) / left;
+    return left;
 }
 
 double Dot(std::span<const double> a, const double* b) {
-    return std::inner_product(a.begin(), a.end(), b, 0.0);
+    return Dot(a.data(), b, static_cast<Index>(a.size()));
 }
 
 }  // namespace
@@ -37,15 +80,16 @@ struct LLSq::Factors {
           square(root.data() + root.size(), unknown, unknown),
           scale(square.data() + square.size(), unknown),
           tau(scale.data() + unknown, unknown),
-          row(tau.data() + unknown, unknown),
-          scratch(row.data() + unknown, unknown) {}
+          row(tau.data() + unknown, unknown) {}
     static std::size_t Size(std::size_t obs, std::size_t unknown) {
-        return obs * (unknown + 1) + 3 * unknown * unknown + 4 * unknown;
+        return obs * (unknown + 1) + 3 * unknown * unknown + 3 * unknown;
     }
 
     [[nodiscard]] bool Factorise();
     void Triangularise();
     void FormBasis();
+    void Square();
+    void Invert();
 
     MatrixMap q;          // A, then its orthonormal basis
     VectorMap rightSide;  // the weighted observations, then the unknowns at its head
@@ -55,7 +99,6 @@ struct LLSq::Factors {
     VectorMap scale;      // of the columns
     VectorMap tau;        // of the Householder vectors
     VectorMap row;
-    VectorMap scratch;
     double condition = 0.0;  // of A with its columns scaled, from above
 };
 
@@ -63,47 +106,77 @@ struct LLSq::Factors {
 bool LLSq::Factors::Factorise() {
     const Index n = q.cols();
     for (Index j = 0; j < n; ++j) {
-        const double squaredLength = q.col(j).squaredNorm();
+        double* const column = q.col(j).data();
+        const double squaredLength = Dot(column, column, q.rows());
         if (!std::isnormal(squaredLength)) return false;
         scale(j) = 1.0 / std::sqrt(squaredLength);
-        q.col(j) *= scale(j);
+        for (Index i = 0; i < q.rows(); ++i) column[i] *= scale(j);
     }
     Triangularise();
     if (!r.allFinite() || (r.diagonal().array() == 0.0).any()) return false;
 
-    square.noalias() = r.transpose() * r;
+    Square();
     const double norm = LargestColumnSum(square);
-    root.setIdentity();
-    r.triangularView<Eigen::Upper>().solveInPlace(root);
-    square.noalias() = root * root.transpose();
+    Invert();
+    for (Index j = 0; j < n; ++j) {
+        for (Index i = 0; i <= j; ++i) {
+            double sum = 0.0;
+            for (Index k = j; k < n; ++k) sum += root(i, k) * root(j, k);
+            square(i, j) = square(j, i) = sum;
+        }
+    }
     if (!square.allFinite()) return false;
     const double squaredCondition = norm * LargestColumnSum(square);
     if (!(squaredCondition * Matrix::MinReciprocalCondition <= 1.0)) return false;
     condition = std::sqrt(squaredCondition);
 
-    auto unknowns = rightSide.head(n);
-    r.triangularView<Eigen::Upper>().solveInPlace(unknowns);
-    unknowns.array() *= scale.array();
+    for (Index i = n - 1; i >= 0; --i) {
+        for (Index j = i + 1; j < n; ++j) rightSide(i) -= r(i, j) * rightSide(j);
+        rightSide(i) /= r(i, i);
+    }
+    for (Index j = 0; j < n; ++j) rightSide(j) *= scale(j);
     for (Index j = 0; j < n; ++j) {
-        root.col(j).array() *= scale.array();
-        for (Index i = 0; i < n; ++i) square(i, j) *= scale(i) * scale(j);
+        for (Index i = 0; i < n; ++i) {
+            root(i, j) *= scale(i);
+            square(i, j) *= scale(i) * scale(j);
+        }
     }
     FormBasis();
     return root.allFinite() && square.allFinite();
 }
 
-// Leaves the Householder vectors in q, R in r, and Q' times the observations in rightSide. As Eigen's HouseholderQR,
-// which allocates.
+// The normal matrix R'R.
+void LLSq::Factors::Square() {
+    for (Index j = 0; j < r.cols(); ++j) {
+        for (Index i = 0; i <= j; ++i) square(i, j) = square(j, i) = Dot(r.col(i).data(), r.col(j).data(), i + 1);
+    }
+}
+
+// The inverse of R into root, column by column.
+void LLSq::Factors::Invert() {
+    const Index n = r.cols();
+    root.setZero();
+    for (Index j = 0; j < n; ++j) {
+        root(j, j) = 1.0 / r(j, j);
+        for (Index i = j - 1; i >= 0; --i) {
+            double sum = 0.0;
+            for (Index k = i + 1; k <= j; ++k) sum += r(i, k) * root(k, j);
+            root(i, j) = -sum / r(i, i);
+        }
+    }
+}
+
+// Leaves the Householder vectors in q, R in r, and Q' times the observations in rightSide.
 void LLSq::Factors::Triangularise() {
     const Index n = q.cols();
     r.setZero();
     for (Index k = 0; k < n; ++k) {
         const Index rows = q.rows() - k;
-        q.col(k).tail(rows).makeHouseholderInPlace(tau(k), r(k, k));
-        const auto essential = q.col(k).tail(rows - 1);
-        q.block(k, k + 1, rows, n - k - 1).applyHouseholderOnTheLeft(essential, tau(k), scratch.data());
-        rightSide.tail(rows).applyHouseholderOnTheLeft(essential, tau(k), scratch.data());
-        r.col(k).head(k) = q.col(k).head(k);
+        double* const column = q.col(k).data() + k;
+        r(k, k) = MakeReflection(column, tau(k), rows);
+        for (Index j = k + 1; j < n; ++j) Reflect(q.col(j).data() + k, column + 1, tau(k), rows);
+        Reflect(rightSide.data() + k, column + 1, tau(k), rows);
+        for (Index i = 0; i < k; ++i) r(i, k) = q(i, k);
     }
 }
 
@@ -112,11 +185,11 @@ void LLSq::Factors::FormBasis() {
     const Index n = q.cols();
     for (Index k = n - 1; k >= 0; --k) {
         const Index rows = q.rows() - k;
-        auto essential = q.col(k).tail(rows - 1);
-        q.block(k, k + 1, rows, n - k - 1).applyHouseholderOnTheLeft(essential, tau(k), scratch.data());
-        essential *= -tau(k);
-        q(k, k) = 1.0 - tau(k);
-        q.col(k).head(k).setZero();
+        double* const column = q.col(k).data() + k;
+        for (Index j = k + 1; j < n; ++j) Reflect(q.col(j).data() + k, column + 1, tau(k), rows);
+        for (Index i = 1; i < rows; ++i) column[i] *= -tau(k);
+        column[0] = 1.0 - tau(k);
+        std::fill(q.col(k).data(), column, 0.0);
     }
 }
 
@@ -258,17 +331,18 @@ void LLSq::WorkOutResid(int obs, Factors& factors, int usedRow, double nonCentra
 
     // The square of the row is the variance of the adjusted observation, in that of the observation.
     if (o.rejected) {
-        const Eigen::Map<const Eigen::VectorXd> row(Row(obs).data(), nmrUnknown_);
-        factors.row.noalias() = factors.root.transpose() * row;
-        factors.row /= o.sd;
+        const auto row = Row(obs);
+        for (Index j = 0; j < nmrUnknown_; ++j)
+            factors.row(j) = Dot(factors.root.col(j).data(), row.data(), j + 1) / o.sd;
     } else {
-        factors.row = factors.q.row(usedRow).transpose();
+        for (Index j = 0; j < nmrUnknown_; ++j) factors.row(j) = factors.q(usedRow, j);
     }
-    const double adjusted = factors.row.squaredNorm();
+    const double adjusted = Dot(factors.row.data(), factors.row.data(), nmrUnknown_);
     // What the redundancy number is, or would be if the observation were taken back.
     const double share = o.rejected ? 1.0 / (1.0 + adjusted) : std::clamp(1.0 - adjusted, 0.0, 1.0);
-    const double sd = o.sd * (o.rejected ? 1.0 / std::sqrt(share) : std::sqrt(share));
-    const double mdb = nonCentrality * o.sd / std::sqrt(share);
+    const double rootOfShare = std::sqrt(share);
+    const double sd = o.sd * (o.rejected ? 1.0 / rootOfShare : rootOfShare);
+    const double mdb = nonCentrality * o.sd / rootOfShare;
 
     const double v = Misclosure(obs, unknowns_.data());
     const bool testable = stats_.IsTestable() && share >= MinRedundancy && std::isfinite(v / sd) && std::isfinite(mdb);
@@ -281,9 +355,10 @@ void LLSq::WorkOutResid(int obs, Factors& factors, int usedRow, double nonCentra
     resid.statistics_ = {v, v / sd, sd, mdb, resid.GetRedundancy()};
     resid.wTest_ = WPassed;
     if (o.rejected) return;
-    VectorMap column(effect.data(), nmrUnknown_);
-    column.noalias() = factors.root * factors.row;
-    column *= mdb / o.sd;
+    for (Index j = 0; j < nmrUnknown_; ++j) {
+        const double part = factors.row(j) * (mdb / o.sd);
+        for (Index i = 0; i <= j; ++i) effect[static_cast<std::size_t>(i)] += factors.root(i, j) * part;
+    }
     std::copy_n(effect.begin(), std::min(width, resid.extRel_.size()), resid.extRel_.begin());
 }
 

@@ -5,8 +5,8 @@
 
 #include <fmt/format.h>
 
-#include "host/cli/Satellites.h"
-#include "host/cli/TimeText.h"
+#include "host/text/Satellites.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 

@@ -8,12 +8,12 @@
 #include "host/cli/Commands.h"
 #include "host/cli/ContentsReport.h"
 #include "host/cli/Inputs.h"
-#include "host/cli/LeapRule.h"
 #include "host/cli/LogFile.h"
 #include "host/cli/StreamContents.h"
-#include "host/cli/TimeText.h"
+#include "host/receiver/LeapRule.h"
 #include "host/receiver/RinexNavigation.h"
 #include "host/receiver/StreamFormat.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "gnss/geodesy/HelmertShift.h"
-#include "host/cli/LeapRule.h"
 #include "host/receiver/EphemerisSet.h"
 #include "host/receiver/FileReport.h"
+#include "host/receiver/LeapRule.h"
 
 namespace Host {
 

@@ -10,11 +10,11 @@
 #include "host/cli/Commands.h"
 #include "host/cli/Inputs.h"
 #include "host/cli/Progress.h"
-#include "host/cli/Satellites.h"
-#include "host/cli/TimeText.h"
 #include "host/receiver/EphemerisSet.h"
 #include "host/report/Rows.h"
 #include "host/report/Sink.h"
+#include "host/text/Satellites.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 

@@ -11,9 +11,9 @@
 #include "gnss/time/GloTime.h"
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
-#include "host/cli/Satellites.h"
 #include "host/receiver/LeapSeconds.h"
 #include "host/receiver/RecordMaker.h"
+#include "host/text/Satellites.h"
 
 namespace Host {
 

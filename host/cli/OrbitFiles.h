@@ -7,8 +7,8 @@
 
 #include "gnss/display/DopArt.h"
 #include "gnss/time/GPSTime.h"
-#include "host/cli/LeapRule.h"
 #include "host/fix/OrbitSource.h"
+#include "host/receiver/LeapRule.h"
 
 namespace Host {
 

@@ -14,10 +14,9 @@
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
 #include "host/cli/OrbitFiles.h"
-#include "host/cli/PlaceText.h"
 #include "host/cli/PlanTables.h"
+#include "host/cli/PlanText.h"
 #include "host/cli/SkyOptions.h"
-#include "host/cli/TimeText.h"
 #include "host/fix/OrbitSource.h"
 #include "host/plan/PlanPlot.h"
 #include "host/plan/VisibilityPlan.h"
@@ -25,6 +24,8 @@
 #include "host/render/PictureFile.h"
 #include "host/report/Rows.h"
 #include "host/report/Sink.h"
+#include "host/text/PlaceText.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 

@@ -15,12 +15,13 @@
 #include "host/cli/Progress.h"
 #include "host/cli/RunOptions.h"
 #include "host/cli/StopSignal.h"
-#include "host/cli/TimeText.h"
 #include "host/run/Pipeline.h"
 #include "host/run/PositionRows.h"
 #include "host/run/RunConfig.h"
 #include "host/run/RunSettings.h"
 #include "host/run/RunSummary.h"
+#include "host/run/RunText.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 
@@ -79,6 +80,17 @@ int PrintSettings(const RunSettings& settings) {
     return Complain("standard output cannot be written"), 1;
 }
 
+// Why there is nothing.
+std::string DescribeNothing(const RunFacts& facts) {
+    std::int64_t records = 0;
+    for (const RunInput& input : facts.inputs) records += input.records;
+    if (records == 0) return "the inputs hold no measurements that could be used";
+    return fmt::format(
+        "the inputs hold no measurements that could be used, but {} navigation records: gnss decode and gnss store "
+        "read them",
+        records);
+}
+
 int Run(const RunOptions& options) {
     RunSettings settings;
     const std::vector<std::string> faults = options.Read(settings);
@@ -92,7 +104,7 @@ int Run(const RunOptions& options) {
         return Complain(settings.positions + ": is an input, which the positions would overwrite"), 2;
 
     // Who takes what the run produces.
-    RunSummary summary;
+    RunSummary summary(settings.referencePlace);
     EventLines events(settings.allWarnings);
     std::vector<RunOutput*> outputs{&events, &summary};
     std::optional<PositionRows> rows;
@@ -108,7 +120,7 @@ int Run(const RunOptions& options) {
         settings.folder.isStopped = [] { return StopSignal::Get() != 0; };
         stop.emplace();
         pipeline.SetStop(settings.folder.isStopped);
-        folder.emplace(settings.folder);
+        folder.emplace(settings.folder, summary);
         if (!folder->GetFailure().empty()) return Complain(folder->GetFailure()), 1;
     }
     // The folder last: when the positions cannot be written, it is not made, and they are what is complained of.
@@ -117,46 +129,54 @@ int Run(const RunOptions& options) {
     std::optional<Progress> progress(std::in_place, "bytes", pipeline.GetFacts().bytesTotal);
     const std::string failure = pipeline.Run([&](const RunFacts& facts) { progress->SetDone(facts.bytesDone); });
     progress.reset();
-    if (!settings.quiet) Tell(folder ? folder->GetSummaryText() : summary.Print());
     if (!failure.empty()) return Complain(failure), 1;
-    if (summary.NmrEpochs() == 0) return Complain("the inputs hold no measurements that could be used"), 1;
-    if (summary.NmrFixes() == 0) return Complain("no epoch has a position; the notes and events say why"), 1;
+    const RunFigures& figures = summary.GetFigures();
+    if (!settings.quiet) Tell(PrintSummary(figures, summary.GetSeries(), pipeline.GetFacts()));
+    if (figures.epochs == 0) return Complain(DescribeNothing(pipeline.GetFacts())), 1;
+    if (figures.fixes == 0) return Complain("no epoch has a position; the notes and events say why"), 1;
     return 0;
 }
+
+constexpr const char* Footer =
+    R"(Several sources are merged by their own times: observations from one, navigation from another. The ephemerides of a
+log are known from its beginning, as those of a navigation file are; with --as-received, and on standard input, from
+when they come. Without ionosphere parameters none is taken off, which a note says. RTCM 3 tells no week: where no
+GLONASS ephemeris or message 1013 in it does, it is taken from the other sources, or from --date.
+
+  gnss run station.20o.gz station.20n.gz --output day     observations and ephemerides, report with pictures
+  gnss run receiver.ubx --form csv --positions out.csv    one table
+  cat receiver.ubx | gnss run -                           from a pipe
+
+A row for each epoch, with GPS time and UTC; its place is WGS 84. A summary and what went wrong, with its time and
+place, go to standard error. --output makes a folder of
+  positions.csv, .ndjson   each epoch: position, covariance, DOP, tests, reliability, velocity
+  satellites.csv           each satellite of each epoch: direction, residual, w, MDE, effect, why it was not used
+  journal.csv              alarms, remarks and events in the order of their time; notes.csv, events.log
+  summary.json             the run in figures
+  report.html              for reading and printing, with the pictures, which are there as SVG (or PNG) too
+Its rows go to standard output or a file only where --positions names one. The folder is made when the run has ended in
+good order; a signal (Ctrl-C) leaves none. Times are GPS time in report and pictures, both GPS time and UTC in tables.
+
+Every setting may stand in a file as well; --print-config shows them all, with what they mean. To begin one:
+  gnss run --mask 15 --print-config > my.toml
+  gnss run --config my.toml LOG --output DIR
+Such a file may be as short as
+  [fix]
+  mask = 15
+  [satellites]
+  disabled = ["G05", "R03"]
+A name in it that is no setting, or a value that is not allowed, ends the run before it begins. Only the file that
+--config names is read, so that a command line says all about a run.
+
+Exit code: 0 when there is at least one position; 1 when there is none, a source cannot be used or an output cannot be
+written; 2 when the command line or the configuration is wrong.)";
 
 }  // namespace
 
 void AddRunCommand(CLI::App& program, int& exitCode) {
     CLI::App* command = program.add_subcommand("run", "positions, with their quality, from receivers' logs");
     const auto options = std::make_shared<RunOptions>(*command);
-    command->footer(
-        "Several sources are merged by their own times: observations from one, navigation from another. The "
-        "ephemerides\n"
-        "of a log are known from its beginning, as those of a navigation file are; with --as-received, and on "
-        "standard\n"
-        "input, from when they come. Without ionosphere parameters none is taken off, which a note says.\n"
-        "\n"
-        "A row for each epoch; its time is GPS time, its place WGS 84. A summary and what went wrong, with its time "
-        "and\n"
-        "place, go to standard error. With --output rows go to standard output or a file only where --positions names "
-        "one.\n"
-        "\n"
-        "Every setting may stand in a file as well; --print-config shows them all, with what they mean. To begin one:\n"
-        "  gnss run --mask 15 --print-config > my.toml\n"
-        "  gnss run --config my.toml LOG --output DIR\n"
-        "Such a file may be as short as\n"
-        "  [fix]\n"
-        "  mask = 15\n"
-        "  [satellites]\n"
-        "  disabled = [\"G05\", \"R03\"]\n"
-        "A name in it that is no setting, or a value that is not allowed, ends the run before it begins. Only the file "
-        "that\n"
-        "--config names is read, so that a command line says all about a run.\n"
-        "\n"
-        "With --output the folder is made when the run has ended in good order; a signal (Ctrl-C) leaves none.\n"
-        "\n"
-        "Exit code: 0 when there is at least one position; 1 when there is none, a source cannot be used or an output\n"
-        "cannot be written; 2 when the command line or the configuration is wrong.");
+    command->footer(Footer);
     command->callback([=, &exitCode] { exitCode = Run(*options); });
 }
 

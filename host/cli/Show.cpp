@@ -25,12 +25,12 @@
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
 #include "host/cli/StoreLog.h"
-#include "host/cli/TimeText.h"
 #include "host/render/ClipboardSinks.h"
 #include "host/render/Palette.h"
 #include "host/render/PictureFile.h"
 #include "host/report/RecordText.h"
 #include "host/report/Sink.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 

@@ -10,14 +10,14 @@
 #include "host/cli/Commands.h"
 #include "host/cli/Inputs.h"
 #include "host/cli/OrbitFiles.h"
-#include "host/cli/PlaceText.h"
 #include "host/cli/RowTable.h"
-#include "host/cli/Satellites.h"
 #include "host/cli/SkyOptions.h"
-#include "host/cli/TimeText.h"
 #include "host/fix/SkyScan.h"
 #include "host/render/PictureFile.h"
 #include "host/render/SkyPage.h"
+#include "host/text/PlaceText.h"
+#include "host/text/Satellites.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 

@@ -6,8 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/cli/Satellites.h"
 #include "host/render/CairoDC.h"
+#include "host/text/Satellites.h"
 
 namespace Host {
 

@@ -17,8 +17,8 @@
 #include "host/cli/RowTable.h"
 #include "host/cli/StoreLog.h"
 #include "host/cli/StoreTables.h"
-#include "host/cli/TimeText.h"
 #include "host/stores/StoreWatch.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "host/receiver/ReceiverSink.h"
 #include "host/receiver/RecordMaker.h"
 #include "host/receiver/RinexNavigation.h"

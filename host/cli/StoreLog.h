@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "gnss/time/GPSTime.h"
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "host/stores/StoreTree.h"
 
 namespace Host {

@@ -9,7 +9,7 @@
 #include "gnss/almanac/AlmanacUTC.h"
 #include "gnss/time/GloTime.h"
 #include "host/cli/RowTable.h"
-#include "host/cli/TimeText.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 

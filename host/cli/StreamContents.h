@@ -11,7 +11,7 @@
 #include <tuple>
 #include <utility>
 
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "host/receiver/ReceiverSink.h"
 #include "host/receiver/RecordMaker.h"
 #include "host/receiver/RecordSink.h"

@@ -39,6 +39,13 @@ std::string ListCommands(const CLI::App& program, const char* last) {
 int Run(int argc, char** argv) {
     CLI::App program("GPS and GLONASS computations. `gnss COMMAND --help` tells more of each command.", "gnss");
     program.require_subcommand(1);
+    program.set_version_flag("--version", "gnss " GNSS_VERSION, "print the version");
+    program.footer(
+        "To begin with:\n"
+        "  gnss decode LOG                               what a receiver's log holds\n"
+        "  gnss run LOG --output DIR                     positions with their quality, report and pictures\n"
+        "  gnss run OBSERVATIONS NAVIGATION --output DIR the same from RINEX files\n"
+        "  gnss sky NAVIGATION --at LAT,LON,HEIGHT --time T --output sky.svg");
     int exitCode = 0;
     Host::AddRunCommand(program, exitCode);
     Host::AddOrbitCommand(program, exitCode);
@@ -55,7 +62,7 @@ int Run(int argc, char** argv) {
         Host::Complain("say which command: " + ListCommands(program, "or") + "; --help tells more");
         return 2;
     }
-    if (first != "-h" && first != "--help" && program.get_subcommands(isCommand).empty()) {
+    if (first != "-h" && first != "--help" && first != "--version" && program.get_subcommands(isCommand).empty()) {
         Host::Complain(Host::Quoted(first) + " is no command; there are " + ListCommands(program, "and"));
         return 2;
     }

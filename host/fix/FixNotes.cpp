@@ -60,9 +60,11 @@ void AddSatelliteNotes(GNSS::Notes& notes, const FixSatellite& satellite, const 
         case SatelliteUse::NoRange:
             Add(notes, FixNote::NoRange, satellite, ": no range on the signals asked for");
             break;
+        case SatelliteUse::LowSignal:
+            Add(notes, FixNote::WeakSignal, satellite, ": signal too weak");
+            break;
         case SatelliteUse::SystemOff:
         case SatelliteUse::BelowMask:
-        case SatelliteUse::LowSignal:
             break;
     }
 }
@@ -145,7 +147,6 @@ GNSS::Notes MakeNotes(const FixResult& result, const FixSettings& settings) {
 bool IsAlarm(FixNote note) {
     switch (note) {
         case FixNote::NoFix:
-        case FixNote::FTestFailed:
         case FixNote::FaultNotPlaced:
         case FixNote::NotTestable:
         case FixNote::NotIdentifiable:

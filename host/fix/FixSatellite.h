@@ -36,6 +36,7 @@ struct FixSatellite {
     int number = 0;              // PRN or slot
     std::optional<int> channel;  // GLONASS frequency channel, where it is known
     SatelliteUse use = SatelliteUse::Used;
+    std::optional<bool> healthy;  // by its messages; nothing without any
 
     // What was measured.
     double range = None;       // m: one signal's, or the ionosphere-free combination

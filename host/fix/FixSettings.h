@@ -65,9 +65,8 @@ struct FixSettings {
     double hdopLimit = 2.0;
     double pdopLimit = 3.0;
     int minSatellites = 6;
-    // An ephemeris whose reference time is further away is not used, s; one that is used beyond half of it
-    // after that time has a note. (The records
-    // have limits of their own.)
+    // An ephemeris whose reference time is further away is not used, s; one that is used beyond half of it after that
+    // time has a note. (The records have limits of their own.)
     double maxAgeGPS = 7500.0;
     double maxAgeGlonass = 1800.0;
 

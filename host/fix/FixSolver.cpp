@@ -207,13 +207,14 @@ bool FixSolver::Step(std::array<double, MaxUnknown>& step) {
     return std::all_of(step.begin(), step.end(), [](double s) { return std::isfinite(s); });
 }
 
-bool FixSolver::Converge(const GNSS::GPSTime& t, const FixInputs& inputs, bool coarse) {
+// Where the satellites' directions are those from the place already, the first step takes them.
+bool FixSolver::Converge(const GNSS::GPSTime& t, const FixInputs& inputs, bool coarse, bool hasDirections) {
     double sinceCorrected = CorrectionStep;
     for (int i = 0; i < MaxIterations; ++i) {
         if (!coarse && sinceCorrected >= CorrectionStep) {
             for (Row& row : rows_) {
                 if (row.satellite == nullptr) continue;
-                LookAt(*row.satellite);
+                if (i > 0 || !hasDirections) LookAt(*row.satellite);
                 Correct(t, inputs, row);
             }
             sinceCorrected = 0.0;
@@ -303,7 +304,7 @@ bool FixSolver::Find(const GNSS::GPSTime& t, const FixInputs& inputs, std::vecto
     for (int choice = 0; choice < MaxChoices; ++choice) {
         Choose(satellites);
         if (nmrObs_ < nmrUnknown_ || nmrUnknown_ == 3) return Fail(FixFailure::TooFewSatellites);
-        if (!Converge(t, inputs, false) || !Snoop(t, inputs, false)) return false;
+        if (!Converge(t, inputs, false, true) || !Snoop(t, inputs, false)) return false;
         LookAtAll(satellites);
         if (IsChoiceRight(satellites)) break;
     }

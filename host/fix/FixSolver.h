@@ -83,7 +83,7 @@ private:
     void LookAtAll(std::vector<FixSatellite>& satellites) const;
     [[nodiscard]] bool IsChoiceRight(const std::vector<FixSatellite>& satellites) const;
     void Correct(const GNSS::GPSTime& t, const FixInputs& inputs, Row& row) const;
-    bool Converge(const GNSS::GPSTime& t, const FixInputs& inputs, bool coarse);
+    bool Converge(const GNSS::GPSTime& t, const FixInputs& inputs, bool coarse, bool hasDirections = false);
     void Linearise(Row& row, bool coarse) const;
     bool Step(std::array<double, MaxUnknown>& step);
     bool Adjust(bool coarse);

@@ -33,9 +33,8 @@ struct OrbitState {
     double clock = 0.0;                     // satellite minus system time, of ephemerides and GPS almanacs
 };
 
-// Files are added first (host/cli/OrbitFiles.h reads them), then Complete; from then on it is only asked, by as many
-// threads as like. The leap-second rule in force is that of the time asked for (LeapRule::SetFor), by which GLONASS is
-// right. Questions allocate nothing.
+// Files are added first, then Complete; from then on it is only asked, by as many threads as like. The leap-second rule
+// in force is that of the time asked for (LeapRule::SetFor), by which GLONASS is right. Questions allocate nothing.
 class OrbitSource {
 public:
     // Beyond these ages an almanac does not answer any more, in days. A GPS almanac is some degrees off by then

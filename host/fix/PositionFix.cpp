@@ -39,6 +39,9 @@ void AddTo(Constellation& constellation, const FixSatellite& satellite) {
     }
 }
 
+// How much |w| differ at most, as a share, that are equal but for rounding.
+constexpr double SameW = 1e-8;
+
 FixTest TestOf(const Corvane::LLSq::Stats& stats) {
     if (!stats.IsTestable()) return FixTest::NotTestable;
     bool failed = stats.FTestFailed();
@@ -158,7 +161,8 @@ void PositionFix::TakeStatistics() {
     for (int i = 0; i < stats.NmrResid(); ++i) {
         const Corvane::LLSq::Resid& resid = stats.GetResid(i);
         if (resid.IsRejected() || resid.GetWTest() == Corvane::LLSq::WNotTestable) continue;
-        if (result_.maxWRow < 0 || std::abs(resid.GetStandardised()) > std::abs(result_.maxW)) {
+        // Ranges whose faults cannot be told apart have the same |w| but for rounding: of these the first.
+        if (result_.maxWRow < 0 || std::abs(resid.GetStandardised()) > std::abs(result_.maxW) * (1.0 + SameW)) {
             result_.maxW = resid.GetStandardised();
             result_.maxWRow = i;
         }

@@ -201,20 +201,28 @@ void TakeCorrection(const FixCorrections& corrections, const GPSTime& t, FixSate
     }
 }
 
-// Whether the operator, or the health that the stores have put together, allows the satellite.
 template <typename Id>
-SatelliteUse CheckHealth(const GNSS::SVHealth::Set& health, const Id& id) {
-    const GNSS::SVHealth* record = nullptr;
+const GNSS::SVHealth* FindHealth(const GNSS::SVHealth::Set& health, const Id& id) {
     if constexpr (std::is_same_v<Id, GNSS::PRN>) {
-        if (const int index = health.FindSV(id); index >= 0) record = &health.GetSV(index);
+        if (const int index = health.FindSV(id); index >= 0) return &health.GetSV(index);
     } else {
-        if (const int index = health.FindSlot(id); index >= 0) record = &health.GetSlot(index);
+        if (const int index = health.FindSlot(id); index >= 0) return &health.GetSlot(index);
     }
-    if (record == nullptr) return SatelliteUse::Used;
-    if (!record->IsEnabled()) return SatelliteUse::Disabled;
+    return nullptr;
+}
+
+// Whether the operator, or the health that the stores have put together, allows a satellite whose use is known as far
+// as its ephemeris goes.
+void CheckHealth(const GNSS::SVHealth* record, FixSatellite& satellite) {
+    if (satellite.use == SatelliteUse::Unhealthy) satellite.healthy = false;
+    if (satellite.use == SatelliteUse::Used) satellite.healthy = true;
+    if (record == nullptr) return;
     // Without any health word the ephemeris answers, if there is one.
-    const bool known = record->HasEphemeris() || record->HasAlmanac();
-    return known && !record->IsHealthy() ? SatelliteUse::Unhealthy : SatelliteUse::Used;
+    if (record->HasEphemeris() || record->HasAlmanac()) {
+        satellite.healthy = record->IsHealthy();
+        if (!record->IsHealthy()) satellite.use = SatelliteUse::Unhealthy;
+    }
+    if (!record->IsEnabled()) satellite.use = SatelliteUse::Disabled;
 }
 
 template <typename Part>
@@ -242,13 +250,10 @@ void FindOf(const typename Part::Meas::Set& set, bool wanted, const FixInputs& i
         } else {
             // The state of a satellite that is not used is found all the same, for its place in the sky.
             const SatelliteUse measured = satellite.use;
-            const SatelliteUse health = CheckHealth(inputs.health, id);
             TakeState<Part>(id, set.GetTime(), settings, ephemerides.get(), satellite);
-            if (health != SatelliteUse::Used) {
-                satellite.use = health;
-            } else if (measured != SatelliteUse::Used) {
-                satellite.use = measured;
-            }
+            const SatelliteUse found = satellite.use;
+            CheckHealth(FindHealth(inputs.health, id), satellite);
+            if (satellite.use == found && measured != SatelliteUse::Used) satellite.use = measured;
             if (satellite.use == SatelliteUse::Used && inputs.corrections != nullptr) {
                 TakeCorrection(*inputs.corrections, set.GetTime(), satellite);
             }

@@ -33,14 +33,17 @@ struct FixFigures {
     Largest extRel3D;
     Largest extRelHeight;
 
-    // 95 %: the ellipse with the factor of two dimensions, the height with that of one.
+    // 95 %: the ellipse with the factor of two dimensions, the height with that of one, the ellipsoid with that of
+    // three.
     double ellipseMajor = None;    // m
     double ellipseMinor = None;    // m
     double ellipseBearing = None;  // degrees, of the major axis
     double height95 = None;        // m
+    double ellipsoidMajor = None;  // m, its longest semi-axis
 };
 
-// Standard deviations that hold 95 % in two dimensions and in one.
+// Standard deviations that hold 95 % in three dimensions, in two and in one.
+inline constexpr double EllipsoidFactor95 = 2.7955;
 inline constexpr double EllipseFactor95 = 2.4477;
 inline constexpr double LineFactor95 = 1.9600;
 

@@ -1,7 +1,10 @@
 #include "host/report/FixRows.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <string_view>
 
 #include "gnss/position/PositionVelocityInfo.h"
 #include "gnss/position/UKOOAResid.h"
@@ -11,16 +14,22 @@ namespace Host {
 
 namespace {
 
-Column Text(const char* name) {
-    return {name, "", 12, 0, true};
+// As wide as the name at least.
+Column Make(std::string_view name, const char* unit, int width, int decimals, bool isLeft) {
+    return {std::string(name), unit, std::max(width, static_cast<int>(name.size())), decimals, isLeft};
+}
+
+Column Text(const char* name, int width = 4) {
+    return Make(name, "", width, 0, true);
 }
 
 Column Whole(const char* name) {
-    return {name, "", 6, 0, false};
+    return Make(name, "", 2, 0, false);
 }
 
-Column Real(const char* name, const char* unit, int decimals) {
-    return {name, unit, 12, decimals, false};
+// With a sign and so many digits before the point.
+Column Real(const char* name, const char* unit, int decimals, int digits = 3) {
+    return Make(name, unit, digits + decimals + 2, decimals, false);
 }
 
 double Degrees(double radians) {
@@ -32,10 +41,10 @@ double SD(double variance) {
     return std::sqrt(variance);
 }
 
-const char* NameOfWTest(Corvane::LLSq::WTest test) {
+const char* NameOfWTest(Corvane::LLSq::WTest test, int redundancy) {
     switch (test) {
         case Corvane::LLSq::WPassed:
-            return "passed";
+            return redundancy > 1 ? "passed" : "not identifiable";
         case Corvane::LLSq::WFailedLargest:
             return "failed, largest";
         case Corvane::LLSq::WFailed:
@@ -51,12 +60,12 @@ const char* NameOfWTest(Corvane::LLSq::WTest test) {
 std::vector<Column> FixRow::Columns() {
     return {
         Whole("gps_week"),
-        Real("gps_time", "s", 4),
-        Text("utc"),
+        Real("gps_time", "s", 4, 6),
+        Text("utc", 24),
         Whole("fix"),
-        Text("failure"),
-        Text("mode"),
-        Text("test"),
+        Text("failure", 24),
+        Text("mode", 7),
+        Text("test", 16),
         // What was measured and used.
         Whole("used"),
         Whole("used_gps"),
@@ -71,10 +80,10 @@ std::vector<Column> FixRow::Columns() {
         // Where.
         Real("latitude", "deg", 9),
         Real("longitude", "deg", 9),
-        Real("height", "m", 4),
-        Real("x", "m", 4),
-        Real("y", "m", 4),
-        Real("z", "m", 4),
+        Real("height", "m", 4, 4),
+        Real("x", "m", 4, 8),
+        Real("y", "m", 4, 8),
+        Real("z", "m", 4, 8),
         Real("sd_east", "m", 4),
         Real("sd_north", "m", 4),
         Real("sd_up", "m", 4),
@@ -116,6 +125,8 @@ std::vector<Column> FixRow::Columns() {
         Real("ellipse95_factor", "", 4),
         Real("height95", "m", 3),
         Real("height95_factor", "", 4),
+        Real("ellipsoid95_major", "m", 3),
+        Real("ellipsoid95_factor", "", 4),
         // How fast.
         Real("v_east", "m/s", 4),
         Real("v_north", "m/s", 4),
@@ -129,6 +140,20 @@ std::vector<Column> FixRow::Columns() {
         Whole("rates_used"),
         Whole("rates_rejected"),
     };
+}
+
+std::vector<std::size_t> FixRow::ChiefColumns() {
+    constexpr std::array Chief{"gps_week",     "gps_time",      "utc",     "latitude", "longitude", "height",
+                               "sd_east",      "sd_north",      "sd_up",   "pdop",     "hdop",      "used_gps",
+                               "used_glonass", "unit_variance", "f_limit", "test",     "max_w",     "max_w_satellite",
+                               "ext_rel_2d",   "ext_rel_3d",    "notes",   "failure"};
+    const std::vector<Column> columns = Columns();
+    std::vector<std::size_t> places;
+    for (const std::string_view name : Chief) {
+        const auto found = std::ranges::find(columns, name, &Column::name);
+        if (found != columns.end()) places.push_back(static_cast<std::size_t>(found - columns.begin()));
+    }
+    return places;
 }
 
 void FixRow::Add(const FixResult& result, const FixFigures::Largest& largest, std::string& name) {
@@ -164,7 +189,9 @@ void FixRow::AddStatistics(const FixResult& result, const FixFigures& figures) {
     Add(figures.redundancy > 0 ? Cell(result.fLimit) : Cell());
     Add(std::string_view(Name(figures.fTest)));
     Add(std::string_view(Name(figures.wTest)));
-    Add(result, {result.maxWRow < 0 ? FixFigures::None : result.maxW, result.maxWRow}, maxW_);
+    // With a redundancy of 1 all |w| are alike: a fault has no place.
+    Add(result, {result.maxWRow < 0 ? FixFigures::None : result.maxW, figures.redundancy > 1 ? result.maxWRow : -1},
+        maxW_);
     Add(result.wLimit);
     Add(result.ukooa.RMS());
     Add(std::int64_t{figures.nmrUnchecked});
@@ -181,6 +208,8 @@ void FixRow::AddStatistics(const FixResult& result, const FixFigures& figures) {
     Add(EllipseFactor95);
     Add(figures.height95);
     Add(LineFactor95);
+    Add(figures.ellipsoidMajor);
+    Add(EllipsoidFactor95);
 }
 
 void FixRow::AddVelocity(const PublishedFix& fix) {
@@ -235,6 +264,7 @@ std::vector<Column> SatelliteRow::Columns() {
         Text("satellite"),
         Whole("channel"),
         Text("use"),
+        Text("health"),
         Real("azimuth", "deg", 2),
         Real("elevation", "deg", 2),
         Real("cn0", "dBHz", 1),
@@ -265,6 +295,7 @@ std::span<const Cell> SatelliteRow::Fill(const FixResult& result, const FixSatel
     add(std::string_view(name_));
     add(satellite.channel ? Cell(std::int64_t{*satellite.channel}) : Cell());
     add(std::string_view(Name(satellite.use)));
+    add(std::string_view(!satellite.healthy ? "" : *satellite.healthy ? "healthy" : "unhealthy"));
     add(Degrees(satellite.azimuth));
     add(Degrees(satellite.elevation));
     add(satellite.snr);
@@ -280,7 +311,9 @@ std::span<const Cell> SatelliteRow::Fill(const FixResult& result, const FixSatel
         add(resid.GetResidual());
         add(resid.GetRedundancy());
         add(isTestable ? Cell(resid.GetStandardised()) : Cell());
-        add(std::string_view(NameOfWTest(resid.GetWTest())));
+        add(std::string_view(satellite.use == SatelliteUse::Rejected
+                                 ? "rejected"
+                                 : NameOfWTest(resid.GetWTest(), result.ukooa.NmrFreedom())));
         add(satellite.use == SatelliteUse::Rejected ? Cell(satellite.rejectedW) : Cell());
         add(resid.GetMDB() >= 0.0 ? Cell(resid.GetMDB()) : Cell());
         if (isTestable && !resid.IsRejected()) {

@@ -12,11 +12,13 @@
 
 namespace Host {
 
-// One fix as a row of positions.csv and positions.ndjson. One object for all rows.
+// One fix as a row: of positions.csv and positions.ndjson, and of what a run prints. One object for all rows.
 class FixRow {
 public:
-    static constexpr std::size_t NmrColumns = 74;
+    static constexpr std::size_t NmrColumns = 76;
     [[nodiscard]] static std::vector<Column> Columns();
+    // Which of them a table for people shows, in its order.
+    [[nodiscard]] static std::vector<std::size_t> ChiefColumns();
     // Cells in the order of the columns, good until the next call. An epoch without a position has its time, what was
     // tracked, the notes and the reason.
     [[nodiscard]] std::span<const Cell> Fill(const PublishedFix& fix, const FixFigures& figures);
@@ -39,7 +41,7 @@ private:
 // One measured satellite of a fix as a row of satellites.csv.
 class SatelliteRow {
 public:
-    static constexpr std::size_t NmrColumns = 22;
+    static constexpr std::size_t NmrColumns = 23;
     [[nodiscard]] static std::vector<Column> Columns();
     [[nodiscard]] std::span<const Cell> Fill(const FixResult& result, const FixSatellite& satellite);
 

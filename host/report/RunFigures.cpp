@@ -12,16 +12,6 @@ namespace Host {
 
 namespace {
 
-double Quantile(std::vector<double>& values, double part) {
-    std::erase_if(values, [](double value) { return !std::isfinite(value); });
-    if (values.empty()) return FixFigures::None;
-    std::ranges::sort(values);
-    const double at = part * static_cast<double>(values.size() - 1);
-    const auto below = static_cast<std::size_t>(at);
-    const std::size_t above = std::min(below + 1, values.size() - 1);
-    return values[below] + (at - static_cast<double>(below)) * (values[above] - values[below]);
-}
-
 double Median(const RunSeries& series, const std::function<double(const RunEpoch&)>& figure) {
     std::vector<double> values;
     for (const RunEpoch& epoch : series.GetEpochs()) {
@@ -56,7 +46,7 @@ void SummarisePositions(const RunSeries& series, const RunReference& reference, 
     std::array<double, 3> squares{};
     GNSS::ECEF::Delta places;
     for (const RunEpoch& epoch : series.GetEpochs()) {
-        if (!epoch.IsFix()) continue;
+        if (!series.IsCounted(epoch)) continue;
         const std::array<double, 3> d = reference.Difference(series, epoch);
         for (std::size_t i = 0; i < 3; ++i) {
             sum[i] += d[i];
@@ -67,6 +57,7 @@ void SummarisePositions(const RunSeries& series, const RunReference& reference, 
         vertical.push_back(std::abs(d[2]));
     }
     if (horizontal.empty()) return;
+    summary.counted = static_cast<std::int64_t>(horizontal.size());
     const auto n = static_cast<double>(horizontal.size());
     summary.mean = *series.GetOrigin() + places * (1.0 / n);
     for (std::size_t i = 0; i < 3; ++i) {
@@ -78,7 +69,7 @@ void SummarisePositions(const RunSeries& series, const RunReference& reference, 
     std::array<double, 3> variance{};
     double covariance = 0.0;
     for (const RunEpoch& epoch : series.GetEpochs()) {
-        if (!epoch.IsFix()) continue;
+        if (!series.IsCounted(epoch)) continue;
         std::array<double, 3> d = reference.Difference(series, epoch);
         for (std::size_t i = 0; i < 3; ++i) {
             d[i] -= summary.axes[i].mean;
@@ -175,7 +166,7 @@ void FindSpells(const RunSeries& series, const FixSettings& settings, RunFigures
         "F-test failed", "of its limit", [](const RunEpoch& e) { return e.fTest == FixTest::Failed; },
         [](const RunEpoch& e) { return static_cast<double>(e.unitVariance / e.fLimit); }));
     add(finder.Find(
-        "w-test failed", "|w|", [](const RunEpoch& e) { return e.wTest == FixTest::Failed; },
+        "w-test failed (the largest |w|)", "", [](const RunEpoch& e) { return e.wTest == FixTest::Failed; },
         [](const RunEpoch& e) { return std::abs(static_cast<double>(e.maxW)); }));
     add(finder.Find("Not testable (redundancy 0)", "",
                     [](const RunEpoch& e) { return e.test == FixTest::NotTestable; }));
@@ -183,19 +174,31 @@ void FindSpells(const RunSeries& series, const FixSettings& settings, RunFigures
                     [](const RunEpoch& e) { return e.test == FixTest::NotIdentifiable; }));
     add(finder.Find(
         fmt::format("HDOP above {:g}", settings.hdopLimit), "",
-        [&](const RunEpoch& e) { return static_cast<double>(e.hdop) > settings.hdopLimit; }, [](const RunEpoch& e) { return e.hdop; }));
+        [&](const RunEpoch& e) { return static_cast<double>(e.hdop) > settings.hdopLimit; },
+        [](const RunEpoch& e) { return e.hdop; }));
     add(finder.Find(
         fmt::format("PDOP above {:g}", settings.pdopLimit), "",
-        [&](const RunEpoch& e) { return static_cast<double>(e.pdop) > settings.pdopLimit; }, [](const RunEpoch& e) { return e.pdop; }));
+        [&](const RunEpoch& e) { return static_cast<double>(e.pdop) > settings.pdopLimit; },
+        [](const RunEpoch& e) { return e.pdop; }));
     add(finder.Find(fmt::format("Fewer than {} satellites used", settings.minSatellites), "",
                     [&](const RunEpoch& e) { return e.IsFix() && e.NmrUsed() < settings.minSatellites; }));
     const double large = 2.0 * summary.medianExtRel;
     add(finder.Find(
         fmt::format("Horizontal external reliability above {:.1f} m, twice the run's median", large), "m",
-        [&](const RunEpoch& e) { return static_cast<double>(e.extRel2D) > large; }, [](const RunEpoch& e) { return e.extRel2D; }));
+        [&](const RunEpoch& e) { return static_cast<double>(e.extRel2D) > large; },
+        [](const RunEpoch& e) { return e.extRel2D; }));
 }
 
 }  // namespace
+
+DifferenceFigures DifferencesFrom(const RunSeries& series, const GNSS::ECEF& place) {
+    DifferenceTally tally;
+    const RunReference reference(series, place);
+    for (const RunEpoch& epoch : series.GetEpochs()) {
+        if (series.IsCounted(epoch)) tally.Add(reference.Difference(series, epoch));
+    }
+    return tally.Summarise();
+}
 
 RunFigures Summarise(const RunSeries& series, const RunReference& reference, const FixSettings& settings) {
     RunFigures summary;

@@ -10,6 +10,7 @@
 #include "gnss/geodesy/ECEF.h"
 #include "gnss/platform/Ellipse.h"
 #include "host/fix/FixSettings.h"
+#include "host/report/PositionDifferences.h"
 #include "host/report/RunSeries.h"
 
 namespace Host {
@@ -56,23 +57,36 @@ struct RunFigures {
     GNSS::GPSTime from, to;
     Test fTest, wTest, both;
 
+    // The fixes that mean, scatter and differences are of: those that passed the w-test with a redundancy of 2 at
+    // least, or all where none did. What failed or could not be checked would say nothing about the others.
+    std::int64_t counted = 0;
     bool isReferenceGiven = false;
-    std::optional<GNSS::ECEF> mean;  // of all fixes
-    std::array<Axis, 3> axes;        // east, north, up
+    std::optional<GNSS::ECEF> mean;
+    std::array<Axis, 3> axes;  // east, north, up
     // 95 % of the differences from the reference are smaller.
     double horizontal95 = 0.0;
     double vertical95 = 0.0;
     double horizontalRms = 0.0;
-    // Of one standard deviation, from the scatter of the fixes themselves.
+    // Of one standard deviation, from the scatter of those fixes themselves.
     Corvane::Ellipse scatter;
 
     double medianExtRel = 0.0;  // horizontal, m
     double medianHdop = 0.0, medianPdop = 0.0;
     double medianUsed = 0.0;
     std::vector<RunSpells> spells;  // those kinds that occurred
+
+    // Beside the series; Summarise leaves them empty.
+    std::int64_t events = 0;
+    std::int64_t receiverFixes = 0;         // the receiver's own, of different times
+    DifferenceFigures receiver;             // ours minus those, where both are of one time
+    std::optional<GNSS::ECEF> statedPlace;  // of the antenna by the data themselves, where no reference was given
+    DifferenceFigures stated;               // from it
 };
 
 [[nodiscard]] RunFigures Summarise(const RunSeries& series, const RunReference& reference, const FixSettings& settings);
+
+// Of the positions that count.
+[[nodiscard]] DifferenceFigures DifferencesFrom(const RunSeries& series, const GNSS::ECEF& place);
 
 // "99.7 %" of a part; "-" of nothing.
 [[nodiscard]] std::string Percent(std::int64_t part, std::int64_t whole);

@@ -58,6 +58,7 @@ std::vector<TimePanel> DopPanels(const FixSettings& settings) {
 std::vector<TimePanel> ReliabilityPanels() {
     TimePanel reliability;
     reliability.title = "External reliability, m";
+    reliability.curves.push_back({"in space", [](const RunEpoch& e) { return e.extRel3D; }, TimeCurve::Kind::Line, 2});
     reliability.curves.push_back(
         {"height", [](const RunEpoch& e) { return e.extRelHeight; }, TimeCurve::Kind::Line, 1});
     reliability.curves.push_back(
@@ -65,9 +66,11 @@ std::vector<TimePanel> ReliabilityPanels() {
     TimePanel precision;
     precision.title = "95 % precision, m";
     precision.curves.push_back(
+        {"ellipsoid (factor 2.7955)", [](const RunEpoch& e) { return e.ellipsoidMajor; }, TimeCurve::Kind::Line, 2});
+    precision.curves.push_back(
         {"height (factor 1.960)", [](const RunEpoch& e) { return e.height95; }, TimeCurve::Kind::Line, 1});
-    precision.curves.push_back({"semi-major axis of the ellipse (factor 2.4477)",
-                                [](const RunEpoch& e) { return e.ellipseMajor; }, TimeCurve::Kind::Line, 0});
+    precision.curves.push_back(
+        {"ellipse (factor 2.4477)", [](const RunEpoch& e) { return e.ellipseMajor; }, TimeCurve::Kind::Line, 0});
     return {reliability, precision};
 }
 
@@ -115,11 +118,11 @@ std::vector<RunPicture> MakeRunPictures(const RunSeries& series, const RunRefere
                             [plot](Corvane::DC& dc, const Palette& palette) { plot->Draw(dc, palette); }});
     };
     const auto scatter = std::make_shared<const ScatterPlot>(series, reference, summary);
-    pictures.push_back({"scatter",
-                        "Horizontal scatter of all positions. The ellipse holds 95 % of them if they scatter normally: "
-                        "its axes are 2.4477 standard deviations of the scatter itself.",
-                        ScatterPlot::GetSize(),
-                        [scatter](Corvane::DC& dc, const Palette& palette) { scatter->Draw(dc, palette); }});
+    pictures.push_back(
+        {"scatter",
+         "Horizontal scatter of the positions that count. The ellipse holds 95 % of them if they scatter normally: "
+         "its axes are 2.4477 standard deviations of the scatter itself.",
+         ScatterPlot::GetSize(), [scatter](Corvane::DC& dc, const Palette& palette) { scatter->Draw(dc, palette); }});
     addPlot("position", "Position", span + ", against " + reference.Describe(),
             "East, north and up against the reference. In the band lie 95 % of the differences if the weights are "
             "right.",
@@ -130,7 +133,7 @@ std::vector<RunPicture> MakeRunPictures(const RunSeries& series, const RunRefere
             TestPanels());
     addPlot("reliability", "Reliability and precision", span,
             "External reliability: how far the largest fault that the w-test may miss moves the position. Precision: "
-            "what the scatter of the ranges does to it.",
+            "what the scatter of the ranges does to it; of ellipse and ellipsoid the longest semi-axis.",
             ReliabilityPanels());
     addPlot("dop", "Dilution of precision", span, "The geometry of the satellites used, and its working limits.",
             DopPanels(settings));

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "gnss/geodesy/Spheroid.h"
+#include "gnss/position/UKOOAResid.h"
 #include "host/fix/FixNotes.h"
 
 namespace Host {
@@ -17,6 +18,17 @@ std::uint8_t Byte(int count) {
 
 float Float(double value) {
     return static_cast<float>(value);
+}
+
+void AddStatistics(const FixResult& result, const FixSatellite& satellite, RunSeries::Satellite& tally) {
+    if (satellite.row < 0) return;
+    const GNSS::UKOOA::Resid& resid = result.ukooa.GetResid(satellite.row);
+    tally.squares += resid.GetResidual() * resid.GetResidual();
+    tally.variances += satellite.sd * satellite.sd;
+    if (resid.GetMDB() < 0.0) return;
+    tally.largestMde = std::max(tally.largestMde, resid.GetMDB());
+    const GNSS::Grid& effect = resid.GetExtRel();
+    tally.largestEffect = std::max(tally.largestEffect, std::hypot(effect.GetEast(), effect.GetNorth()));
 }
 
 }  // namespace
@@ -48,7 +60,8 @@ void RunSeries::Add(const PublishedFix& fix, const FixFigures& figures) {
         epoch.wLimit = Float(result.wLimit);
         if (result.maxWRow >= 0) {
             epoch.maxW = Float(result.maxW);
-            if (const FixSatellite* satellite = result.FindRow(result.maxWRow); satellite != nullptr)
+            const FixSatellite* satellite = figures.redundancy > 1 ? result.FindRow(result.maxWRow) : nullptr;
+            if (satellite != nullptr)
                 epoch.maxWSatellite =
                     static_cast<std::int16_t>(satellite->number + (satellite->glonass ? GlonassParam : 0));
         }
@@ -58,17 +71,32 @@ void RunSeries::Add(const PublishedFix& fix, const FixFigures& figures) {
     epoch.extRelHeight = Float(figures.extRelHeight.value);
     epoch.ellipseMajor = Float(figures.ellipseMajor);
     epoch.height95 = Float(figures.height95);
+    epoch.extRel3D = Float(figures.extRel3D.value);
+    epoch.ellipsoidMajor = Float(figures.ellipsoidMajor);
+    if (epoch.IsChecked()) ++nmrChecked_;
 
     for (const FixSatellite& satellite : result.satellites) {
         Satellite& tally = satellites_[{satellite.glonass, satellite.number}];
         ++tally.tracked;
         if (!result.valid) continue;
-        if (satellite.use == SatelliteUse::Used) ++tally.used;
+        if (satellite.use == SatelliteUse::Used) {
+            ++tally.used;
+            AddStatistics(result, satellite, tally);
+            if (figures.redundancy > 1 && satellite.row == result.maxWRow) ++tally.mostSuspect;
+        }
         if (satellite.use != SatelliteUse::Rejected) continue;
         if (++tally.rejected == 1 || std::abs(satellite.rejectedW) > std::abs(tally.largestW)) {
             tally.largestW = satellite.rejectedW;
             tally.largestAt = result.time;
         }
+    }
+    for (int i = 0; i < fix.notes.NmrNote(); ++i) {
+        const GNSS::Notes::Note& note = fix.notes[i];
+        NoteKind& kind = noteKinds_[note.GetId()];
+        // Several satellites may have the same at one epoch.
+        if (kind.lastEpoch == epochs_.size()) continue;
+        if (kind.epochs++ == 0) kind.text = note.GetText().ToUTF8();
+        kind.lastEpoch = epochs_.size();
     }
     history_.Update(result.time.GetTimeDate(), fix.notes);
 }
@@ -95,7 +123,7 @@ RunReference::RunReference(const RunSeries& series, const std::optional<GNSS::EC
     GNSS::ECEF::Delta sum;
     double count = 0.0;
     for (const RunEpoch& epoch : series.GetEpochs()) {
-        if (!epoch.IsFix()) continue;
+        if (!series.IsCounted(epoch)) continue;
         sum += epoch.place;
         count += 1.0;
     }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -33,6 +34,8 @@ struct RunEpoch {
     float extRelHeight = 0.0F;                                  // m
     float ellipseMajor = 0.0F;                                  // m, 95 %
     float height95 = 0.0F;                                      // m
+    float extRel3D = 0.0F;                                      // m
+    float ellipsoidMajor = 0.0F;                                // m, 95 %
     std::int16_t maxWSatellite = -1;                            // as a note's parameter; -1 for none and for the height
     std::array<std::uint8_t, 2> tracked{}, used{}, rejected{};  // GPS, GLONASS
     FixTest test = FixTest::None;
@@ -40,6 +43,8 @@ struct RunEpoch {
     FixTest wTest = FixTest::None;
 
     [[nodiscard]] bool IsFix() const { return test != FixTest::None; }
+    // Each range was checked, with two observations to spare at least, and none failed.
+    [[nodiscard]] bool IsChecked() const { return wTest == FixTest::Passed; }
     [[nodiscard]] int NmrUsed() const { return used[0] + used[1]; }
 };
 
@@ -52,7 +57,20 @@ public:
         std::int64_t rejected = 0;
         double largestW = 0.0;  // of those with which it was rejected
         GNSS::GPSTime largestAt;
+        // Of the epochs in which it was used.
+        double squares = 0.0;    // of its residuals, m2
+        double variances = 0.0;  // of its range, m2
+        double largestMde = 0.0;
+        double largestEffect = 0.0;    // of such a fault, horizontally, m
+        std::int64_t mostSuspect = 0;  // epochs in which its |w| was the largest
     };
+    // How often a kind of note was there, whichever satellites it was about.
+    struct NoteKind {
+        std::string text;  // of the first
+        std::int64_t epochs = 0;
+        std::size_t lastEpoch = 0;  // counted from 1
+    };
+    using NoteKinds = std::map<int, NoteKind>;                     // by FixNote
     using Satellites = std::map<std::pair<bool, int>, Satellite>;  // by GLONASS or not, and number
 
     RunSeries() { history_.SetValidTime(Corvane::Time(1e11)); }
@@ -68,8 +86,15 @@ public:
     [[nodiscard]] const std::optional<GNSS::ECEF>& GetOrigin() const { return origin_; }
     [[nodiscard]] GNSS::ECEF PlaceOf(const RunEpoch& epoch) const { return *origin_ + epoch.place; }
     [[nodiscard]] const Satellites& GetSatellites() const { return satellites_; }
+    [[nodiscard]] const NoteKinds& GetNoteKinds() const { return noteKinds_; }
     // In GPS time.
     [[nodiscard]] const GNSS::Notes::History& GetHistory() const { return history_; }
+
+    // Whether a position counts for mean, scatter and differences: those that are checked, or all where none is.
+    [[nodiscard]] bool IsCounted(const RunEpoch& epoch) const {
+        return nmrChecked_ > 0 ? epoch.IsChecked() : epoch.IsFix();
+    }
+    [[nodiscard]] std::int64_t NmrChecked() const { return nmrChecked_; }
 
     // The usual step between epochs, s: the median of the steps forwards; 0 with fewer than two epochs.
     [[nodiscard]] double GetInterval() const;
@@ -85,7 +110,9 @@ private:
     double first_ = 0.0;   // s from start_
     double last_ = 0.0;
     std::optional<GNSS::ECEF> origin_;
+    std::int64_t nmrChecked_ = 0;
     Satellites satellites_;
+    NoteKinds noteKinds_;
     GNSS::Notes::History history_;
 };
 

@@ -46,7 +46,7 @@ void ScatterPlot::Draw(DC& dc, const Palette& palette) const {
     std::vector<std::pair<double, double>> places;
     std::vector<double> sizes;
     for (const RunEpoch& epoch : series_.GetEpochs()) {
-        if (!epoch.IsFix()) continue;
+        if (!series_.IsCounted(epoch)) continue;
         const std::array<double, 3> d = reference_.Difference(series_, epoch);
         places.emplace_back(d[0], d[1]);
         sizes.push_back(std::max(std::abs(d[0]), std::abs(d[1])));
@@ -95,7 +95,7 @@ void ScatterPlot::Draw(DC& dc, const Palette& palette) const {
     }
 
     const Corvane::Ellipse ellipse = summary_.scatter.ScaledBy(EllipseFactor95);
-    constexpr int Corners = 120;
+    constexpr int Corners = 360;
     std::vector<Point> outline;
     for (int i = 0; i < Corners; ++i) {
         const double angle = 2.0 * std::numbers::pi * i / Corners;
@@ -126,7 +126,7 @@ void ScatterPlot::Draw(DC& dc, const Palette& palette) const {
         dc.DrawText({Width - Right, y}, String::FromUTF8(value), RightMiddle);
         y += LinePitch + 4;
     };
-    row("positions", fmt::format("{}", summary_.fixes));
+    row("positions", fmt::format("{}", summary_.counted));
     if (summary_.isReferenceGiven) {
         row("mean east", fmt::format("{:+.2f} m", summary_.axes[0].mean));
         row("mean north", fmt::format("{:+.2f} m", summary_.axes[1].mean));

@@ -60,7 +60,12 @@ std::vector<std::vector<ColumnRange>> ThinCurve(const RunSeries& series, const E
     return stretches;
 }
 
-std::vector<ColumnSpan> FindFaultColumns(const RunSeries& series, const TimeAxis& axis) {
+namespace {
+
+// The columns of epochs that are meant; from one to the next all is meant where both are, or where isGapMeant and
+// epochs are missing.
+template <class IsMeant>
+std::vector<ColumnSpan> FindColumns(const RunSeries& series, const TimeAxis& axis, bool isGapMeant, IsMeant isMeant) {
     std::vector<ColumnSpan> spans;
     const auto add = [&spans](std::int32_t from, std::int32_t to) {
         if (!spans.empty() && from <= spans.back().to + 1 && from >= spans.back().from) {
@@ -73,14 +78,26 @@ std::vector<ColumnSpan> FindFaultColumns(const RunSeries& series, const TimeAxis
     const std::vector<RunEpoch>& epochs = series.GetEpochs();
     for (std::size_t i = 0; i < epochs.size(); ++i) {
         const std::int32_t x = axis.Place(series.TimeOf(epochs[i]));
-        const bool isForward = i > 0 && epochs[i].time > epochs[i - 1].time;
-        // From one epoch without a position to the next all is shaded, as it is where epochs are missing.
-        if (isForward &&
-            (RunSeries::IsGap(epochs[i - 1], epochs[i], interval) || (!epochs[i].IsFix() && !epochs[i - 1].IsFix())))
-            add(axis.Place(series.TimeOf(epochs[i - 1])), x);
-        if (!epochs[i].IsFix()) add(x, x);
+        if (i > 0 && epochs[i].time > epochs[i - 1].time) {
+            const bool isGap = RunSeries::IsGap(epochs[i - 1], epochs[i], interval);
+            const bool areBoth = isMeant(epochs[i]) && isMeant(epochs[i - 1]);
+            if (isGap ? isGapMeant : areBoth) add(axis.Place(series.TimeOf(epochs[i - 1])), x);
+        }
+        if (isMeant(epochs[i])) add(x, x);
     }
     return spans;
+}
+
+}  // namespace
+
+std::vector<ColumnSpan> FindFaultColumns(const RunSeries& series, const TimeAxis& axis) {
+    return FindColumns(series, axis, true, [](const RunEpoch& epoch) { return !epoch.IsFix(); });
+}
+
+std::vector<ColumnSpan> FindUncheckedColumns(const RunSeries& series, const TimeAxis& axis) {
+    return FindColumns(series, axis, false, [](const RunEpoch& epoch) {
+        return epoch.test == FixTest::NotTestable || epoch.test == FixTest::NotIdentifiable;
+    });
 }
 
 namespace RunPlotStyle {
@@ -128,20 +145,29 @@ void DrawTimeGrid(DC& dc, const Palette& palette, const TimeAxis& axis, const Re
     }
 }
 
-void DrawFaults(DC& dc, const Palette& palette, const std::vector<ColumnSpan>& faults, const Rect& panel) {
+void DrawColumns(DC& dc, Colour colour, const std::vector<ColumnSpan>& columns, const Rect& panel) {
     dc.SetPen(Pen::None);
-    dc.SetBrush(Faded(palette.alert, 70));
-    for (const ColumnSpan& span : faults)
+    dc.SetBrush(colour);
+    for (const ColumnSpan& span : columns)
         dc.DrawRectangle({{span.from, panel.at.y}, {std::max(2, span.to - span.from), panel.size.height}});
     dc.SetBrush(Corvane::Brush::None);
 }
 
-void DrawFaultKey(DC& dc, const Palette& palette, std::int32_t y) {
+std::int32_t DrawShadeKey(DC& dc, Colour colour, const char* text, Point at) {
     dc.SetPen(Pen::None);
-    dc.SetBrush(Faded(palette.alert, 70));
-    dc.DrawRectangle({{Left, y - 6}, {28, 12}});
+    dc.SetBrush(colour);
+    dc.DrawRectangle({{at.x, at.y - 6}, {28, 12}});
     dc.SetBrush(Corvane::Brush::None);
-    dc.DrawText({Left + 36, y}, "no position or no measurements", LeftMiddle);
+    dc.DrawText({at.x + 36, at.y}, text, LeftMiddle);
+    return at.x + 36 + dc.TextExtent(text).width + 24;
+}
+
+Colour FaultShade(const Palette& palette) {
+    return Faded(palette.alert, 70);
+}
+
+Colour UncheckedShade(const Palette& palette) {
+    return Faded(palette.faint, 60);
 }
 
 }  // namespace RunPlotStyle
@@ -162,8 +188,9 @@ public:
         ChooseRange(series);
     }
 
-    void Draw(const std::vector<ColumnSpan>& faults, bool isLast) {
-        DrawFaults(dc_, palette_, faults, at_);
+    void Draw(const std::vector<ColumnSpan>& faults, const std::vector<ColumnSpan>& unchecked, bool isLast) {
+        DrawColumns(dc_, FaultShade(palette_), faults, at_);
+        DrawColumns(dc_, UncheckedShade(palette_), unchecked, at_);
         DrawTimeGrid(dc_, palette_, axis_, at_, isLast);
         DrawScale();
         for (std::size_t i = 0; i < curves_.size(); ++i) DrawCurve(panel_.curves[i], curves_[i]);
@@ -356,14 +383,18 @@ void TimePlot::Draw(DC& dc, const Palette& palette) const {
     if (series_.GetEpochs().empty()) return;
     const TimeAxis axis(series_.GetStart(), series_.GetSpan(), Left, Width - Left - Right);
     const std::vector<ColumnSpan> faults = FindFaultColumns(series_, axis);
+    const std::vector<ColumnSpan> unchecked = FindUncheckedColumns(series_, axis);
     std::int32_t y = Head;
     for (const TimePanel& panel : panels_) {
         const Rect at{{Left, y + PanelHead}, {Width - Left - Right, panel.height}};
-        PanelDrawing(dc, palette, series_, panel, at, axis).Draw(faults, &panel == &panels_.back());
+        PanelDrawing(dc, palette, series_, panel, at, axis).Draw(faults, unchecked, &panel == &panels_.back());
         y += PanelHead + panel.height + PanelGap;
     }
     const std::int32_t keyY = GetSize().height - 14;
-    if (!faults.empty()) DrawFaultKey(dc, palette, keyY);
+    std::int32_t keyX = Left;
+    if (!faults.empty()) keyX = DrawShadeKey(dc, FaultShade(palette), "no position or no measurements", {keyX, keyY});
+    if (!unchecked.empty())
+        static_cast<void>(DrawShadeKey(dc, UncheckedShade(palette), "redundancy of 1 or 0: not passed", {keyX, keyY}));
     dc.SetTextColour(palette.faint);
     dc.DrawText({Width - Right, keyY}, "GPS time", RightMiddle);
 }

@@ -35,6 +35,8 @@ struct ColumnSpan {
     std::int32_t to = 0;
 };
 [[nodiscard]] std::vector<ColumnSpan> FindFaultColumns(const RunSeries& series, const TimeAxis& axis);
+// In the same way, those with an epoch whose position cannot be tested, or whose fault could not be placed.
+[[nodiscard]] std::vector<ColumnSpan> FindUncheckedColumns(const RunSeries& series, const TimeAxis& axis);
 
 struct TimeCurve {
     enum class Kind : std::uint8_t {
@@ -93,10 +95,14 @@ void Begin(Corvane::DC& dc, const Palette& palette, const std::string& title, co
 // Labels and grid of the axis of time through a panel; labels only under the last one.
 void DrawTimeGrid(Corvane::DC& dc, const Palette& palette, const TimeAxis& axis, const Corvane::Rect& panel,
                   bool isLast);
-// Shades where there is no position.
-void DrawFaults(Corvane::DC& dc, const Palette& palette, const std::vector<ColumnSpan>& faults,
-                const Corvane::Rect& panel);
-void DrawFaultKey(Corvane::DC& dc, const Palette& palette, std::int32_t y);
+// Shades columns of a panel in a colour that what is under it shows through.
+void DrawColumns(Corvane::DC& dc, Corvane::Colour colour, const std::vector<ColumnSpan>& columns,
+                 const Corvane::Rect& panel);
+// A shade and what it means, at x; returns where the next key can begin.
+std::int32_t DrawShadeKey(Corvane::DC& dc, Corvane::Colour colour, const char* text, Corvane::Point at);
+// Where there is no position, and where its test says nothing.
+[[nodiscard]] Corvane::Colour FaultShade(const Palette& palette);
+[[nodiscard]] Corvane::Colour UncheckedShade(const Palette& palette);
 
 }  // namespace RunPlotStyle
 

@@ -1,19 +1,19 @@
 // PositionRows: one row for each epoch of a run, with the quality of its position.
 #pragma once
 
+#include <cstddef>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "host/report/FixRows.h"
 #include "host/report/Rows.h"
 #include "host/report/Sink.h"
 #include "host/run/RunOutput.h"
 
 namespace Host {
 
-// An epoch without a position has a row with its time, its counts and the reason. The table for people shows the chief
-// columns, the files all. Times are GPS time.
+// The rows of FixRow. The table for people shows the chief columns, the files all.
 class PositionRows : public RunOutput {
 public:
     // To a file, or standard output for an empty path.
@@ -24,9 +24,10 @@ public:
     [[nodiscard]] bool IsGood() const override { return sink_.IsGood(); }
 
 private:
-    bool isTable_;
+    std::vector<std::size_t> shown_;  // columns; all when empty
     Sink sink_;
     std::unique_ptr<RowWriter> writer_;
+    FixRow row_;
     std::vector<Cell> cells_;
 };
 

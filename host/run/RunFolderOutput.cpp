@@ -11,23 +11,14 @@
 #include "host/report/RunPlots.h"
 #include "host/report/SafeText.h"
 #include "host/run/RunReport.h"
-#include "host/run/RunText.h"
 
 namespace Host {
 
 namespace {
 
-constexpr std::array TableNames{"positions.csv", "positions.ndjson", "satellites.csv", "events.csv", "events.log"};
-constexpr std::array OtherNames{"notes.csv", "note_intervals.csv", "summary.json", "report.html"};
+constexpr std::array TableNames{"positions.csv", "positions.ndjson", "satellites.csv", "events.log"};
+constexpr std::array OtherNames{"notes.csv", "journal.csv", "summary.json", "report.html"};
 constexpr std::array PictureNames{"sky", "scatter", "position", "tests", "reliability", "dop", "satellites", "notes"};
-
-std::vector<Column> EventColumns() {
-    return {{"gps_week", "", 6, 0, false},
-            {"gps_time", "s", 12, 3, false},
-            {"utc", "", 24, 0, true},
-            {"source", "", 16, 0, true},
-            {"text", "", 60, 0, true}};
-}
 
 // Of a GPS calendar's time.
 std::string PrintStart(const Corvane::TimeDate& time) {
@@ -62,7 +53,8 @@ std::vector<std::string> RunFolderOutput::FileNames() {
     return names;
 }
 
-RunFolderOutput::RunFolderOutput(RunFolderOptions options) : options_(std::move(options)) {
+RunFolderOutput::RunFolderOutput(RunFolderOptions options, const RunSummary& summary)
+    : options_(std::move(options)), summary_(summary) {
     failure_ = folder_.Open(options_.folder, options_.overwrite, FileNames());
     if (!failure_.empty()) return;
     const auto open = [this](Table table, std::optional<Form> form, std::vector<Column> columns) {
@@ -72,7 +64,6 @@ RunFolderOutput::RunFolderOutput(RunFolderOptions options) : options_(std::move(
     open(PositionsCsv, Form::Csv, FixRow::Columns());
     open(PositionsNdjson, Form::Ndjson, FixRow::Columns());
     if (options_.satellites) open(Satellites, Form::Csv, SatelliteRow::Columns());
-    open(EventsCsv, Form::Csv, EventColumns());
     open(EventsLog, std::nullopt, {});
 }
 
@@ -101,15 +92,13 @@ bool RunFolderOutput::IsGood() const {
 
 void RunFolderOutput::OnFix(const PublishedFix& fix) {
     if (!folder_.IsOpen()) return;
-    const FixFigures figures = FiguresOf(fix.result);
-    const std::span<const Cell> cells = fixRow_.Fill(fix, figures);
+    const std::span<const Cell> cells = fixRow_.Fill(fix, FiguresOf(fix.result));
     writers_[PositionsCsv]->Write(cells);
     writers_[PositionsNdjson]->Write(cells);
     if (writers_[Satellites]) {
         for (const FixSatellite& satellite : fix.result.satellites)
             writers_[Satellites]->Write(satelliteRow_.Fill(fix.result, satellite));
     }
-    series_.Add(fix, figures);
     if (!fix.result.valid) return;
     const auto distance = [this](const GNSS::GPSTime& time) { return std::abs((time - *options_.skyTime).Seconds()); };
     if (skyTime_ && options_.skyTime && distance(fix.result.time) >= distance(*skyTime_)) return;
@@ -120,15 +109,10 @@ void RunFolderOutput::OnFix(const PublishedFix& fix) {
 
 void RunFolderOutput::OnEvent(const RunEvent& event) {
     if (!folder_.IsOpen()) return;
+    journal_.Add(event);
     const std::string source = CleanText(event.source);
     const std::string text = CleanText(event.text);
     const std::string utc = event.time ? PrintUTC(*event.time) : std::string();
-    const std::string sourceCell = CellText(source);
-    const std::string textCell = CellText(text);
-    const std::array<Cell, 5> cells{event.time ? Cell(std::int64_t{event.time->GetWeek()}) : Cell(),
-                                    event.time ? Cell(event.time->GetSeconds()) : Cell(), std::string_view(utc),
-                                    std::string_view(sourceCell), std::string_view(textCell)};
-    writers_[EventsCsv]->Write(cells);
     sinks_[EventsLog]->Write(fmt::format("{:<24}  {}: {}\n", event.time ? utc : "-", source, text));
 }
 
@@ -139,9 +123,14 @@ void RunFolderOutput::WriteFile(const std::string& name, std::string_view bytes)
     Fail(sink.Close());
 }
 
+void RunFolderOutput::WriteJournal() {
+    Sink sink(folder_.PathOf(OtherNames[1]));
+    Host::WriteJournal(journal_.Collect(summary_.GetSeries()), sink);
+    Fail(sink.Close());
+}
+
 void RunFolderOutput::WriteNotes() {
-    Sink notesSink(folder_.PathOf(OtherNames[0]));
-    Sink intervalsSink(folder_.PathOf(OtherNames[1]));
+    Sink sink(folder_.PathOf(OtherNames[0]));
     const auto notes = RowWriter::Make(Form::Csv,
                                        {{"note", "", 6, 0, false},
                                         {"satellite", "", 6, 0, true},
@@ -151,19 +140,10 @@ void RunFolderOutput::WriteNotes() {
                                         {"last_utc", "", 24, 0, true},
                                         {"intervals", "", 6, 0, false},
                                         {"lasting", "s", 10, 3, false}},
-                                       notesSink);
-    const auto intervals = RowWriter::Make(Form::Csv,
-                                           {{"note", "", 6, 0, false},
-                                            {"satellite", "", 6, 0, true},
-                                            {"text", "", 40, 0, true},
-                                            {"interval", "", 6, 0, false},
-                                            {"begin_utc", "", 24, 0, true},
-                                            {"end_utc", "", 24, 0, true},
-                                            {"lasting", "s", 10, 3, false}},
-                                           intervalsSink);
+                                       sink);
     // An interval ends with the last epoch that it holds, which counts.
-    const double interval = series_.GetInterval();
-    const GNSS::Notes::History& history = series_.GetHistory();
+    const double interval = summary_.GetSeries().GetInterval();
+    const GNSS::Notes::History& history = summary_.GetSeries().GetHistory();
     for (int i = 0; i < history.NmrNote(); ++i) {
         const GNSS::Notes::History::HistoricalNote& historical = history[i];
         const GNSS::Notes::Note& note = historical.GetNote();
@@ -171,29 +151,23 @@ void RunFolderOutput::WriteNotes() {
         const std::string satellite = note.HasParam() && id != FixNote::NoFix ? SatelliteName(note.GetParam()) : "";
         const std::string text = CellText(CleanText(note.GetText().ToUTF8()));
         double sum = 0.0;
-        for (int k = 0; k < historical.NmrInterval(); ++k) {
-            const GNSS::Notes::History::Interval span = historical.GetInterval(k);
-            const double lasting = span.GetExtent().Seconds() + interval;
-            sum += lasting;
-            const std::string begin = PrintStart(span.GetStart());
-            const std::string end = PrintStart(span.GetEnd());
-            intervals->Write(std::array<Cell, 7>{std::int64_t{note.GetId()}, std::string_view(satellite),
-                                                 std::string_view(text), std::int64_t{k + 1}, std::string_view(begin),
-                                                 std::string_view(end), lasting});
-        }
+        for (int k = 0; k < historical.NmrInterval(); ++k)
+            sum += historical.GetInterval(k).GetExtent().Seconds() + interval;
         const std::string first = PrintStart(historical.GetInterval(0).GetStart());
         const std::string last = PrintStart(historical.GetLastInterval().GetEnd());
         notes->Write(std::array<Cell, 8>{std::int64_t{note.GetId()}, std::string_view(satellite), IsAlarm(id),
                                          std::string_view(text), std::string_view(first), std::string_view(last),
                                          std::int64_t{historical.NmrInterval()}, sum});
     }
-    Fail(notesSink.Close());
-    Fail(intervalsSink.Close());
+    Fail(sink.Close());
 }
 
-void RunFolderOutput::WritePictures(const RunFacts& facts, const RunReference& reference, const RunFigures& summary) {
+void RunFolderOutput::WritePictures(const RunFacts& facts) {
+    const RunSeries& series = summary_.GetSeries();
+    const RunFigures& figures = summary_.GetFigures();
+    const RunReference reference = summary_.GetReference();
     std::vector<RunPicture> pictures;
-    if (summary.epochs > 0) pictures = MakeRunPictures(series_, reference, summary, settings_);
+    if (figures.epochs > 0) pictures = MakeRunPictures(series, reference, figures, settings_);
     std::vector<ReportPicture> reported;
     std::string failure;
     const PictureKind kind = options_.png ? PictureKind::Png : PictureKind::Svg;
@@ -222,8 +196,11 @@ void RunFolderOutput::WritePictures(const RunFacts& facts, const RunReference& r
         if (!ruler) return Fail("not enough memory for a picture");
         const Corvane::Size size = SkyPage(*ruler, content).GetSize();
         write("sky",
-              options_.skyTime ? "The satellites at the fix next to the time asked for."
-                               : "The satellites at the last fix.",
+              std::string(options_.skyTime ? "The satellites at the fix next to the time asked for."
+                                           : "The satellites at the last fix.") +
+                  " A satellite with too weak a signal counts as below the mask, one without a usable ephemeris or "
+                  "range as unhealthy, and one that a test rejected, which has a colour of its own, stands as "
+                  "unhealthy in the table.",
               size, [&content](Corvane::DC& dc, bool isDark) {
                   content.isDark = isDark;
                   SkyPage(dc, content).Draw(dc);
@@ -232,7 +209,8 @@ void RunFolderOutput::WritePictures(const RunFacts& facts, const RunReference& r
     for (const RunPicture& picture : pictures)
         write(picture.name, picture.caption, picture.size,
               [&picture](Corvane::DC& dc, bool isDark) { picture.draw(dc, isDark ? Palette::Dark : Palette::Light); });
-    if (failure_.empty()) WriteFile("report.html", MakeReport(summary, series_, facts, reported));
+    if (failure_.empty())
+        WriteFile("report.html", MakeReport(figures, series, journal_.Collect(series), facts, reported));
 }
 
 std::string RunFolderOutput::Finish(const RunFacts& facts) {
@@ -247,12 +225,11 @@ std::string RunFolderOutput::Finish(const RunFacts& facts) {
         folder_.Discard();
         return failure_;
     }
-    const RunReference reference(series_, options_.reference);
-    const RunFigures summary = Summarise(series_, reference, settings_);
-    summaryText_ = PrintSummary(summary, facts);
     WriteNotes();
-    if (failure_.empty()) WriteFile("summary.json", MakeSummaryJson(summary, series_, facts));
-    if (failure_.empty() && options_.pictures) WritePictures(facts, reference, summary);
+    WriteJournal();
+    if (failure_.empty())
+        WriteFile("summary.json", MakeSummaryJson(summary_.GetFigures(), summary_.GetSeries(), facts));
+    if (failure_.empty() && options_.pictures) WritePictures(facts);
     if (isStopped()) Fail(stopped);
     if (failure_.empty()) failure_ = folder_.Commit();
     folder_.Discard();

@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "gnss/geodesy/ECEF.h"
 #include "gnss/position/Constellation.h"
 #include "gnss/position/DOP.h"
 #include "gnss/time/GPSTime.h"
@@ -16,9 +15,10 @@
 #include "host/report/Rows.h"
 #include "host/report/RunFigures.h"
 #include "host/report/RunFolder.h"
-#include "host/report/RunSeries.h"
 #include "host/report/Sink.h"
+#include "host/run/RunJournal.h"
 #include "host/run/RunOutput.h"
+#include "host/run/RunSummary.h"
 
 namespace Host {
 
@@ -29,7 +29,6 @@ struct RunFolderOptions {
     bool pictures = true;                  // and report.html
     bool png = false;                      // the pictures as PNG, of double density, instead of SVG
     bool isDark = false;                   // the files of the pictures; those in the report are for paper
-    std::optional<GNSS::ECEF> reference;   // of the differences; the run's own mean without
     std::function<bool()> isStopped;       // asked now and then: whether to give up; never without
     std::optional<GNSS::GPSTime> skyTime;  // of the sky plot: the fix next to it; the last one without
 };
@@ -37,15 +36,16 @@ struct RunFolderOptions {
 // Writes
 //   positions.csv, positions.ndjson  a line for every epoch, with all figures of its fix
 //   satellites.csv                   a line for every satellite of every epoch
-//   events.csv, events.log           what happened on the way
-//   notes.csv, note_intervals.csv    the remarks, and when each held
+//   journal.csv                      alarms, remarks and events in the order of their time
+//   notes.csv                        each alarm and remark once, with how often and how long it held
+//   events.log                       what happened on the way, for reading
 //   summary.json, report.html        the run in figures, and for reading and printing
 //   sky, scatter, position, tests, reliability, dop, satellites, notes: pictures (.svg or .png)
 // The folder appears when Finish has succeeded (see RunFolder); an object destroyed before leaves nothing.
 class RunFolderOutput : public RunOutput {
 public:
-    // Opens the folder; what went wrong is in GetFailure.
-    explicit RunFolderOutput(RunFolderOptions options);
+    // Opens the folder; what went wrong is in GetFailure. The summary is an output of the same run, before this one.
+    RunFolderOutput(RunFolderOptions options, const RunSummary& summary);
     ~RunFolderOutput() override;
 
     void Begin(const RunFacts& facts) override { settings_ = facts.request.settings; }
@@ -56,34 +56,33 @@ public:
 
     // Empty while all is well.
     [[nodiscard]] const std::string& GetFailure() const { return failure_; }
-    // For the terminal, once Finish has been called.
-    [[nodiscard]] const std::string& GetSummaryText() const { return summaryText_; }
     // Every name of a file that may be in such a folder.
     [[nodiscard]] static std::vector<std::string> FileNames();
 
 private:
-    enum Table : std::size_t { PositionsCsv, PositionsNdjson, Satellites, EventsCsv, EventsLog, NmrTables };
+    enum Table : std::size_t { PositionsCsv, PositionsNdjson, Satellites, EventsLog, NmrTables };
 
     void WriteNotes();
-    void WritePictures(const RunFacts& facts, const RunReference& reference, const RunFigures& summary);
+    void WriteJournal();
+    void WritePictures(const RunFacts& facts);
     void WriteFile(const std::string& name, std::string_view bytes);
     void CloseTables();
     void Fail(const std::string& failure);
 
     RunFolderOptions options_;
+    const RunSummary& summary_;
+    RunJournal journal_;
     FixSettings settings_;
     RunFolder folder_;
     std::array<std::unique_ptr<Sink>, NmrTables> sinks_;
     std::array<std::unique_ptr<RowWriter>, NmrTables> writers_;  // none for the log
     FixRow fixRow_;
     SatelliteRow satelliteRow_;
-    RunSeries series_;
     // For the sky plot.
     std::optional<GNSS::GPSTime> skyTime_;
     GNSS::Constellation sky_;
     GNSS::DOP skyDop_;
     std::string failure_;
-    std::string summaryText_;
 };
 
 }  // namespace Host

@@ -24,6 +24,14 @@ std::string JsonTest(const RunFigures::Test& t) {
                        t.notIdentifiable, t.notTestable);
 }
 
+std::string JsonDifferences(const DifferenceFigures& d) {
+    return fmt::format(R"("positions":{},"mean_east_m":{},"mean_north_m":{},"mean_up_m":{},"horizontal_mean_m":{},)"
+                       R"("horizontal_rms_m":{},"horizontal_95_m":{},"vertical_rms_m":{},"vertical_95_m":{})",
+                       d.count, Json(d.mean[0], 4), Json(d.mean[1], 4), Json(d.mean[2], 4), Json(d.horizontalMean, 4),
+                       Json(d.horizontalRms, 4), Json(d.horizontal95, 4), Json(d.verticalRms, 4),
+                       Json(d.vertical95, 4));
+}
+
 }  // namespace
 
 std::string MakeSummaryJson(const RunFigures& s, const RunSeries& series, const RunFacts& facts) {
@@ -43,6 +51,7 @@ std::string MakeSummaryJson(const RunFigures& s, const RunSeries& series, const 
     add("f_test", JsonTest(s.fTest));
     add("w_test", JsonTest(s.wTest));
     add("test", JsonTest(s.both));
+    add("positions_counted", fmt::format("{}", s.counted));
     if (s.mean) {
         const GNSS::LocalGrid grid(*s.mean, GNSS::Spheroid::WGS84);
         const GNSS::Geog& mean = grid.GetOrigin();
@@ -67,7 +76,17 @@ std::string MakeSummaryJson(const RunFigures& s, const RunSeries& series, const 
         add("median_pdop", Json(s.medianPdop, 3));
         add("median_ext_rel_2d_m", Json(s.medianExtRel, 3));
     }
+    if (s.statedPlace)
+        add("from_stated_place", fmt::format(R"({{"x_m":{:.4f},"y_m":{:.4f},"z_m":{:.4f},{}}})", s.statedPlace->GetX(),
+                                             s.statedPlace->GetY(), s.statedPlace->GetZ(), JsonDifferences(s.stated)));
+    add("from_receiver", fmt::format(R"({{"receiver_fixes":{},{}}})", s.receiverFixes, JsonDifferences(s.receiver)));
+    add("events", fmt::format("{}", s.events));
     std::string list;
+    for (const auto& [id, kind] : series.GetNoteKinds())
+        list += fmt::format("{}\n    {{\"note\":{},\"text\":{},\"epochs\":{}}}", list.empty() ? "" : ",", id,
+                            JsonText(CleanText(kind.text)), kind.epochs);
+    add("notes", "[" + list + "]");
+    list.clear();
     for (const RunSpells& spells : s.spells) {
         list += fmt::format("{}\n    {{\"what\":{},\"times\":{},\"epochs\":{},\"seconds\":{},\"windows\":[",
                             list.empty() ? "" : ",", JsonText(spells.what), spells.count, spells.epochs,
@@ -80,13 +99,14 @@ std::string MakeSummaryJson(const RunFigures& s, const RunSeries& series, const 
         }
         list += "]}";
     }
-    add("spells", "[" + list + "]");
+    add("worst_windows", "[" + list + "]");
     list.clear();
     for (const auto& [name, tally] : series.GetSatellites())
         list += fmt::format(R"({}{}{{"satellite":"{}","tracked":{},"used":{},"rejected":{},"largest_w":{}}})",
                             list.empty() ? "" : ",", "\n    ", SatelliteName(name.first, name.second), tally.tracked,
                             tally.used, tally.rejected, tally.rejected > 0 ? Json(tally.largestW, 3) : "null");
     add("satellites", "[" + list + "]");
+    add("disabled", JsonText(DescribeDisabled(facts.request)));
     list.clear();
     for (const RunInput& input : facts.inputs)
         list += fmt::format(

@@ -27,6 +27,7 @@ table { border-collapse: collapse; width: 100%; margin: 4px 0 8px; font-variant-
 th, td { text-align: left; vertical-align: top; padding: 3px 10px 3px 0; border-bottom: 1px solid #d8d8d8;
   overflow-wrap: anywhere; }
 th { font-weight: bold; border-bottom-color: #8c8c8c; } td.n, th.n { text-align: right; white-space: nowrap; }
+td.t { white-space: nowrap; } table.small { font-size: 11px; }
 tr { break-inside: avoid; }
 .tiles { display: flex; flex-wrap: wrap; gap: 10px; margin: 12px 0; }
 .tile { border: 1px solid #8c8c8c; border-radius: 4px; padding: 6px 10px; flex: 1 1 105px; }
@@ -37,7 +38,8 @@ dl { display: grid; grid-template-columns: max-content 1fr; gap: 2px 14px; font-
 dd { margin: 0; }
 @media print { body { margin: 0; padding: 0; max-width: none; font-size: 11px; }
   h1 { font-size: 16px; } h2 { font-size: 13px; margin-top: 16px; } .tile b { font-size: 16px; }
-  .tile span, figcaption, dl { font-size: 10px; } figure { margin: 10px 0; } }
+  .tile span, figcaption, dl { font-size: 9px; } table, table.small { font-size: 8px; } td, th { padding: 1px 6px 1px 0; }
+  .figures { display: flex; flex-wrap: wrap; gap: 3mm; } figure { margin: 0; width: 88mm; } }
 )";
 
 // Elements, one after the other; what is given as text is escaped.
@@ -48,16 +50,19 @@ public:
         html_ += fmt::format("<{}{}>{}</{}>\n", name, kind[0] != 0 ? fmt::format(" class=\"{}\"", kind) : "",
                              HtmlText(text), name);
     }
-    void BeginTable(const std::vector<const char*>& heads, std::size_t firstNumber) {
+    void BeginTable(const std::vector<const char*>& heads, std::size_t firstNumber, bool isSmall = false) {
         firstNumber_ = firstNumber;
-        html_ += "<table>\n";
+        html_ += isSmall ? "<table class=\"small\">\n" : "<table>\n";
         if (!heads.empty()) Row(std::vector<std::string>(heads.begin(), heads.end()), "th");
     }
     void Row(const std::vector<std::string>& cells, const char* name = "td") {
         html_ += "<tr>";
         for (std::size_t i = 0; i < cells.size(); ++i)
-            html_ +=
-                fmt::format("<{}{}>{}</{}>", name, i >= firstNumber_ ? " class=\"n\"" : "", HtmlText(cells[i]), name);
+            html_ += fmt::format("<{}{}>{}</{}>", name,
+                                 i >= firstNumber_  ? " class=\"n\""
+                                 : IsTime(cells[i]) ? " class=\"t\""
+                                                    : "",
+                                 HtmlText(cells[i]), name);
         html_ += "</tr>\n";
     }
     void EndTable() { html_ += "</table>\n"; }
@@ -68,6 +73,9 @@ public:
     [[nodiscard]] std::string Take() { return std::move(html_); }
 
 private:
+    // "2020-06-25 00:00:30", which is not broken.
+    static bool IsTime(std::string_view cell) { return cell.size() >= 19 && cell[4] == '-' && cell[13] == ':'; }
+
     std::string html_;
     std::size_t firstNumber_ = 0;
 };
@@ -88,7 +96,7 @@ void AddTiles(Page& page, const RunFigures& s) {
     test("w-test", s.wTest);
     if (s.fixes > 0) {
         page.Tile(fmt::format("{:.2f} m", s.horizontal95),
-                  fmt::format("95 % of positions are within this of {}, horizontally",
+                  fmt::format("95 % of {} positions are within this of {}, horizontally", s.counted,
                               s.isReferenceGiven ? "the reference" : "the run's own mean"));
         page.Tile(fmt::format("{:.2f} m", s.vertical95), "and within this in height");
     }
@@ -100,10 +108,10 @@ void AddPosition(Page& page, const RunFigures& s) {
     const GNSS::LocalGrid grid(*s.mean, GNSS::Spheroid::WGS84);
     const GNSS::Geog& mean = grid.GetOrigin();
     page.Element("h2", "Position");
-    page.Element("p", fmt::format("Mean of {} positions (WGS 84): {:.8f}\u00b0, {:.8f}\u00b0, {:.3f} m; "
+    page.Element("p", fmt::format("Mean of {} (WGS 84): {:.8f}\u00b0, {:.8f}\u00b0, {:.3f} m; "
                                   "X {:.3f} m, Y {:.3f} m, Z {:.3f} m.",
-                                  s.fixes, mean.GetPhi().Degrees(), mean.GetLambda().Degrees(), mean.GetHeight(),
-                                  s.mean->GetX(), s.mean->GetY(), s.mean->GetZ()));
+                                  DescribeCounted(s), mean.GetPhi().Degrees(), mean.GetLambda().Degrees(),
+                                  mean.GetHeight(), s.mean->GetX(), s.mean->GetY(), s.mean->GetZ()));
     page.BeginTable({"m", "mean difference", "standard deviation", "RMS"}, 1);
     const std::array names{"East", "North", "Up"};
     for (std::size_t i = 0; i < names.size(); ++i) {
@@ -122,6 +130,32 @@ void AddPosition(Page& page, const RunFigures& s) {
                              std::fmod(std::round(ellipse.GetOrientation().Degrees()), 180.0), s.medianHdop,
                              s.medianPdop, s.medianUsed, s.medianExtRel),
                  "faint");
+}
+
+void AddComparisons(Page& page, const RunFigures& s) {
+    if (s.receiver.count > 0 || s.stated.count > 0) {
+        page.BeginTable(
+            {"differences, m", "positions", "horizontal mean", "RMS", "95 %", "vertical mean", "RMS", "95 %"}, 1);
+        const auto row = [&page](const char* from, const DifferenceFigures& d) {
+            page.Row({from, fmt::format("{}", d.count), fmt::format("{:.2f}", d.horizontalMean),
+                      fmt::format("{:.2f}", d.horizontalRms), fmt::format("{:.2f}", d.horizontal95),
+                      fmt::format("{:+.2f}", d.mean[2]), fmt::format("{:.2f}", d.verticalRms),
+                      fmt::format("{:.2f}", d.vertical95)});
+        };
+        if (s.stated.count > 0) row("from the place that the data state", s.stated);
+        if (s.receiver.count > 0) row("from the receiver's own fixes of the same time", s.receiver);
+        page.EndTable();
+    }
+    if (s.statedPlace)
+        page.Element(
+            "p",
+            fmt::format("Antenna by the data (RINEX header or RTCM 1005/1006): X {:.4f} m, Y {:.4f} m, Z {:.4f} "
+                        "m. Such a place may be an approximation or of another frame, so it is not the "
+                        "reference.",
+                        s.statedPlace->GetX(), s.statedPlace->GetY(), s.statedPlace->GetZ()),
+            "faint");
+    if (s.receiverFixes > 0)
+        page.Element("p", fmt::format("Fixes of the receiver's own: {}.", s.receiverFixes), "faint");
 }
 
 void AddSpells(Page& page, const RunFigures& s) {
@@ -148,14 +182,13 @@ void AddSpells(Page& page, const RunFigures& s) {
     page.EndTable();
 }
 
-void AddRejected(Page& page, const RunSeries& series) {
+void AddRejected(Page& page, const RunSeries& series, const RunRequest& request) {
     page.Element("h2", "Rejected satellites");
     bool hasAny = false;
     for (const auto& [name, tally] : series.GetSatellites()) {
         if (tally.rejected == 0) continue;
         if (!hasAny)
-            page.BeginTable(
-                {"satellite", "epochs rejected", "of those it could have been used", "largest w", "at (GPS time)"}, 1);
+            page.BeginTable({"satellite", "epochs rejected", "share of its epochs", "largest w", "at (GPS time)"}, 1);
         hasAny = true;
         page.Row({SatelliteName(name.first, name.second), fmt::format("{}", tally.rejected),
                   Percent(tally.rejected, tally.rejected + tally.used), fmt::format("{:+.2f}", tally.largestW),
@@ -165,6 +198,50 @@ void AddRejected(Page& page, const RunSeries& series) {
         page.EndTable();
     else
         page.Element("p", "None.");
+    if (const std::string disabled = DescribeDisabled(request); !disabled.empty())
+        page.Element("p", "Disabled by the operator: " + disabled + ".");
+}
+
+void AddSatellites(Page& page, const RunSeries& series) {
+    page.Element("h2", "Satellites");
+    page.BeginTable({"satellite", "tracked", "used", "rejected", "most suspect", "residual RMS, m", "sigma, m",
+                     "largest MDE, m", "its effect, m"},
+                    1, true);
+    for (const auto& [name, tally] : series.GetSatellites()) {
+        const double n = static_cast<double>(std::max<std::int64_t>(tally.used, 1));
+        const auto metres = [&tally](double value) { return tally.used > 0 ? fmt::format("{:.2f}", value) : "-"; };
+        page.Row({SatelliteName(name.first, name.second), fmt::format("{}", tally.tracked),
+                  fmt::format("{}", tally.used), fmt::format("{}", tally.rejected),
+                  fmt::format("{}", tally.mostSuspect), metres(std::sqrt(tally.squares / n)),
+                  metres(std::sqrt(tally.variances / n)), metres(tally.largestMde), metres(tally.largestEffect)});
+    }
+    page.EndTable();
+    page.Element("p",
+                 "In epochs: measured, used, rejected, and with the largest |w| of those used. Residuals and standard "
+                 "deviations of the ranges used; the smallest fault that would have been found at worst, and what it "
+                 "would have done to the position horizontally.",
+                 "faint");
+}
+
+void AddJournal(Page& page, const std::vector<JournalEntry>& journal) {
+    constexpr std::size_t Most = 40;
+    page.Element("h2", "Alarms and events");
+    std::size_t nmr = 0;
+    for (const JournalEntry& entry : journal) {
+        if (entry.kind == JournalEntry::Kind::Remark || ++nmr > Most) continue;
+        if (nmr == 1) page.BeginTable({"from (GPS time)", "lasting", "what"}, NoNumbers, true);
+        page.Row({entry.begin ? PrintInstant(*entry.begin) : "before", entry.end ? PrintSpan(entry.lasting) : "",
+                  entry.source.empty() ? entry.text : entry.source + ": " + entry.text});
+    }
+    if (nmr == 0) {
+        page.Element("p", "None.");
+    } else {
+        page.EndTable();
+    }
+    page.Element("p",
+                 (nmr > Most ? fmt::format("{} more. ", nmr - Most) : std::string()) +
+                     "journal.csv has all of them, and the remarks, in their order.",
+                 "faint");
 }
 
 void AddInputs(Page& page, const RunFacts& facts) {
@@ -195,14 +272,20 @@ void AddExplanations(Page& page, const FixSettings& settings) {
                               "fails is rejected and the position solved again.",
                               LLSq::GetWLimit(settings.confidence), 100.0 * LLSq::GetProbability(settings.confidence)));
     add("F-test",
-        "The unit variance against its limit for the redundancy. It confirms model and weights, and rejects "
-        "nothing by itself.");
+        fmt::format(
+            "The unit variance against its limit for the redundancy. It confirms model and weights, and "
+            "rejects nothing by itself.{}",
+            settings.fLimit == LLSq::FEqualPower
+                ? " With a limit of the w-test's power it also fails where nothing is wrong, the more often the "
+                  "higher the redundancy: without a w-test that fails it is a remark, not an alarm."
+                : ""));
     add("Internal reliability",
         fmt::format("The smallest fault of a range that the w-test finds with a power of {:g} %.",
                     100.0 * LLSq::GetProbability(settings.power)));
     add("External reliability", "What a fault of that size would do to the position, the worst observation's.");
     add("95 %",
-        "Factor 2.4477 on the axes of the ellipse, 1.960 on the height. (1.96 on an ellipse would hold 85.4 %.)");
+        "Factor 2.4477 on the axes of the ellipse, 1.960 on the height, 2.7955 on those of the ellipsoid. (1.96 on an "
+        "ellipse would hold 85.4 %.)");
     add("HDOP, PDOP",
         "What the geometry of the satellites makes of one metre of range error, horizontally and in space.");
     page.Raw("</dl>\n");
@@ -240,8 +323,8 @@ std::string InlineSvg(std::string_view svg, std::string_view prefix) {
     return result;
 }
 
-std::string MakeReport(const RunFigures& summary, const RunSeries& series, const RunFacts& facts,
-                       const std::vector<ReportPicture>& pictures) {
+std::string MakeReport(const RunFigures& summary, const RunSeries& series, const std::vector<JournalEntry>& journal,
+                       const RunFacts& facts, const std::vector<ReportPicture>& pictures) {
     Page page;
     page.Raw(
         "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
@@ -268,16 +351,21 @@ std::string MakeReport(const RunFigures& summary, const RunSeries& series, const
                      "faint");
         AddTiles(page, summary);
         AddPosition(page, summary);
+        AddComparisons(page, summary);
         AddSpells(page, summary);
-        AddRejected(page, series);
+        AddRejected(page, series, facts.request);
     }
     std::size_t number = 0;
+    page.Raw("<div class=\"figures\">\n");
     for (const ReportPicture& picture : pictures) {
         page.Raw("<figure>\n");
         page.Raw(InlineSvg(picture.svg, fmt::format("p{}-", ++number)));
         page.Element("figcaption", picture.caption);
         page.Raw("</figure>\n");
     }
+    page.Raw("</div>\n");
+    if (summary.epochs > 0) AddSatellites(page, series);
+    AddJournal(page, journal);
     AddInputs(page, facts);
     AddExplanations(page, facts.request.settings);
     page.Raw("</body>\n</html>\n");

@@ -7,6 +7,7 @@
 
 #include "host/report/RunFigures.h"
 #include "host/report/RunSeries.h"
+#include "host/run/RunJournal.h"
 #include "host/run/RunOutput.h"
 
 namespace Host {
@@ -19,7 +20,8 @@ struct ReportPicture {
 };
 
 // Self-contained: no scripts, nothing from a network; texts of data are cleaned and escaped. On A4 when printed.
-[[nodiscard]] std::string MakeReport(const RunFigures& summary, const RunSeries& series, const RunFacts& facts,
+[[nodiscard]] std::string MakeReport(const RunFigures& summary, const RunSeries& series,
+                                     const std::vector<JournalEntry>& journal, const RunFacts& facts,
                                      const std::vector<ReportPicture>& pictures);
 
 // An SVG file as an element of a page: without declaration, as wide as its place, and with identifiers that begin with

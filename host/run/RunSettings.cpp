@@ -7,9 +7,9 @@
 
 #include "gnss/geodesy/LocalGrid.h"
 #include "gnss/geodesy/Spheroid.h"
-#include "host/cli/PlaceText.h"
-#include "host/cli/Satellites.h"
 #include "host/run/SettingKinds.h"
+#include "host/text/PlaceText.h"
+#include "host/text/Satellites.h"
 
 namespace Host {
 
@@ -44,7 +44,7 @@ Setting Sources() {
 
 Setting Disabled() {
     Setting setting = Make({"satellites", "disabled", "--disable", "satellites that are not used"}, Kind::List,
-                           "a list of satellites: G01 to G32, R01 to R24");
+                           "a list of satellites, G01 to G32 and R01 to R24: G05,R03");
     setting.print = [](const RunSettings& s) {
         std::string list;
         const auto add = [&list](char system, int number) {
@@ -99,8 +99,7 @@ Setting HeightAid() {
 
 Setting Reference() {
     Setting setting = Make({"output", "reference", "--reference",
-                            "the true position, for differences in the folder; without it they are from the run's own "
-                            "mean"},
+                            "the true position, for differences; without it they are from the run's own mean"},
                            Kind::Text,
                            "\"LAT,LON,HEIGHT\" in degrees and metres above the ellipsoid, or \"X,Y,Z\" in metres; \"\" "
                            "for none");
@@ -108,11 +107,11 @@ Setting Reference() {
     setting.set = [](RunSettings& s, const SettingValue& value) {
         const auto* text = std::get_if<std::string>(&value);
         if (text == nullptr) return false;
-        const std::optional<GNSS::Geog> place = ParsePlace(*text);
+        const std::optional<GNSS::Geog> place = ParsePlace(*text, true);
         if (!place && !text->empty()) return false;
         s.reference = *text;
-        s.folder.reference.reset();
-        if (place) s.folder.reference = GNSS::LocalGrid(*place, GNSS::Spheroid::WGS84).GetOriginECEF();
+        s.referencePlace.reset();
+        if (place) s.referencePlace = GNSS::LocalGrid(*place, GNSS::Spheroid::WGS84).GetOriginECEF();
         return true;
     };
     return setting;

@@ -3,12 +3,14 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
 
+#include "gnss/geodesy/ECEF.h"
 #include "host/report/Rows.h"
 #include "host/run/Pipeline.h"
 #include "host/run/RunFolderOutput.h"
@@ -18,8 +20,9 @@ namespace Host {
 struct RunSettings {
     RunRequest request;
     RunFolderOptions folder;
-    std::string reference;  // as it was written; `folder` has what it says
-    std::string positions;  // file of the positions; empty for standard output
+    std::string reference;                     // as it was written
+    std::optional<GNSS::ECEF> referencePlace;  // what it says
+    std::string positions;                     // file of the positions; empty for standard output
     Form form = Form::Table;
     bool allWarnings = false;
     bool quiet = false;

@@ -1,46 +1,41 @@
-// RunSummary: what a run came to, in a few lines.
+// RunSummary: what a run came to.
 #pragma once
 
-#include <array>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 
-#include "host/fix/FixNotes.h"
+#include "gnss/geodesy/ECEF.h"
+#include "host/report/PositionDifferences.h"
+#include "host/report/RunFigures.h"
+#include "host/report/RunSeries.h"
 #include "host/run/RunOutput.h"
 
 namespace Host {
 
+// Sums a run up for its other outputs: it comes before them, and is finished when they are told to finish. Keeps about
+// a hundred bytes of every epoch.
 class RunSummary : public RunOutput {
 public:
+    // The reference is the true position, where it is known; without it differences are from the run's own mean.
+    explicit RunSummary(const std::optional<GNSS::ECEF>& reference = std::nullopt) : given_(reference) {}
+
     void OnFix(const PublishedFix& fix) override;
     void OnEvent(const RunEvent& event) override { nmrEvents_ += event.text.empty() ? 0 : 1; }
+    void OnReceiverFix(const ReceiverFix& fix) override { comparison_.Add(fix); }
+    [[nodiscard]] std::string Finish(const RunFacts& facts) override;
 
-    [[nodiscard]] std::int64_t NmrEpochs() const { return nmrEpochs_; }
-    [[nodiscard]] std::int64_t NmrFixes() const { return nmrFixes_; }
-    [[nodiscard]] std::int64_t NmrOf(FixTest test) const { return tests_[static_cast<std::size_t>(test)]; }
-    // Epochs in which a satellite was rejected, by SatelliteName.
-    [[nodiscard]] const std::map<std::string, std::int64_t>& GetRejected() const { return rejected_; }
-
-    // Lines for people: epochs and fixes, the results of the tests in percent of the fixes, satellites rejected, the
-    // notes by their kind.
-    [[nodiscard]] std::string Print() const;
+    [[nodiscard]] const RunSeries& GetSeries() const { return series_; }
+    // Once finished.
+    [[nodiscard]] const RunFigures& GetFigures() const { return figures_; }
+    [[nodiscard]] RunReference GetReference() const { return {series_, given_}; }
 
 private:
-    struct NoteKind {
-        std::string text;  // of the first
-        std::int64_t nmrEpochs = 0;
-        std::int64_t lastEpoch = -1;
-    };
-
-    std::int64_t nmrEpochs_ = 0;
-    std::int64_t nmrFixes_ = 0;
+    std::optional<GNSS::ECEF> given_;
+    RunSeries series_;
+    ReceiverComparison comparison_;
     std::int64_t nmrEvents_ = 0;
-    std::optional<GNSS::GPSTime> first_, last_;
-    std::array<std::int64_t, 5> tests_{};
-    std::map<std::string, std::int64_t> rejected_;
-    std::map<int, NoteKind> notes_;  // by FixNote
+    RunFigures figures_;
 };
 
 }  // namespace Host

@@ -9,8 +9,8 @@
 
 #include <fmt/format.h>
 
-#include "host/cli/TimeText.h"
 #include "host/run/RunSettings.h"
+#include "host/text/TimeText.h"
 
 namespace Host::SettingKinds {
 

@@ -136,11 +136,11 @@ TEST(FixQuality, SaysWhatItCannotPlace) {
     EXPECT_TRUE(HasNote(fix, Plain(), FixNote::FTestFailed));
     EXPECT_LT(std::abs(fix.maxW), fix.wLimit);
 
-    for (const FixNote note : {FixNote::NoFix, FixNote::FTestFailed, FixNote::FaultNotPlaced, FixNote::NotTestable,
-                               FixNote::NotIdentifiable, FixNote::NotRejected}) {
+    for (const FixNote note : {FixNote::NoFix, FixNote::FaultNotPlaced, FixNote::NotTestable, FixNote::NotIdentifiable,
+                               FixNote::NotRejected}) {
         EXPECT_TRUE(IsAlarm(note));
     }
-    EXPECT_FALSE(IsAlarm(FixNote::RejectedSatellite));
+    for (const FixNote note : {FixNote::RejectedSatellite, FixNote::FTestFailed}) EXPECT_FALSE(IsAlarm(note));
     EXPECT_EQ(Host::SatelliteName(5) + Host::SatelliteName(Host::GlonassParam + 14), "G05R14");
 }
 

@@ -263,7 +263,7 @@ TEST(PositionFix, LeavesOutWhatIsNotToBeUsed) {
     const auto id = [](FixNote note) { return static_cast<int>(note); };
     for (const Case& each :
          {Case{false, 1, Disabled, id(FixNote::Disabled)}, Case{false, 2, Unhealthy, id(FixNote::Unhealthy)},
-          Case{false, 3, NoRange, id(FixNote::NoRange)}, Case{false, 4, LowSignal, 0},
+          Case{false, 3, NoRange, id(FixNote::NoRange)}, Case{false, 4, LowSignal, id(FixNote::WeakSignal)},
           Case{false, 5, ReceiverWarning, id(FixNote::ReceiverWarning)}, Case{false, 6, Used, 0},
           Case{false, 7, Used, 0}, Case{false, 8, NoRange, id(FixNote::NoRange)}, Case{false, 9, Used, 0},
           Case{false, 30, BelowMask, 0}, Case{false, 31, NoEphemeris, id(FixNote::NoEphemeris)},

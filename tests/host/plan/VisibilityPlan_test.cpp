@@ -14,9 +14,9 @@
 #include "gnss/geodesy/LocalGrid.h"
 #include "gnss/geodesy/Spheroid.h"
 #include "gnss/position/Constellation.h"
-#include "host/cli/LeapRule.h"
 #include "host/cli/OrbitFiles.h"
 #include "host/fix/OrbitSource.h"
+#include "host/receiver/LeapRule.h"
 #include "tests/support/TestData.h"
 
 namespace {

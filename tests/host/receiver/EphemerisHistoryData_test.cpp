@@ -11,7 +11,7 @@
 
 #include "gnss/ephemeris/GPSEphemeris.h"
 #include "gnss/ephemeris/GlonassEphemeris.h"
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "tests/host/receiver/NavigationData.h"
 #include "tests/host/receiver/Table.h"
 #include "tests/support/TestData.h"

@@ -10,7 +10,7 @@
 #include "gnss/ephemeris/GPSEphemeris.h"
 #include "gnss/ephemeris/GlonassEphemeris.h"
 #include "gnss/platform/Root.h"
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "tests/host/receiver/NavigationData.h"
 #include "tests/store/EphemerisParts.h"
 #include "tests/support/TestData.h"

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "host/run/RunReport.h"
+#include "host/run/RunText.h"
 #include "tests/host/report/MadeFix.h"
 
 namespace {
@@ -36,19 +37,26 @@ protected:
         facts.inputs[0].format = "UBX";
         facts.inputs[1].name = "=cmd|'/C calc'!A0";
         facts.inputs[1].failure = "\"quoted\" & \xff";
-        Host::RunFolderOutput output(options);
+        Host::RunSummary summary;
+        Host::RunFolderOutput output(options, summary);
         EXPECT_EQ(output.GetFailure(), "");
         output.Begin(facts);
         output.OnEvent({std::nullopt, "=1+1", "<b>bold</b>\r\nline, \"two\""});
         for (int i = 0; i < 60; ++i) {
             Host::PublishedFix fix = i == 30 ? tests::MakeNoFix(i) : tests::MakeFix(i, {0.1 * i, 0.0, 0.0});
             fix.notes.AddNote(99, Corvane::String("@SUM(A1) <i>\xb0\x07"));
+            summary.OnFix(fix);
             output.OnFix(fix);
         }
         output.OnEvent({GNSS::GPSTime(2111, 345600.0), "-", "end"});
         EXPECT_TRUE(output.IsGood());
+        EXPECT_EQ(summary.Finish(facts), "");
         EXPECT_EQ(output.Finish(facts), "");
-        EXPECT_EQ(output.GetSummaryText().find('\x1b'), std::string::npos);
+        const std::string text = Host::PrintSummary(summary.GetFigures(), summary.GetSeries(), facts);
+        EXPECT_EQ(text.find_first_of("\x1b\x07"), std::string::npos);
+        EXPECT_NE(text.find("60 epochs, 59 positions (98.3 %)\ntests passed 100.0 %"), std::string::npos) << text;
+        EXPECT_NE(text.find("\nrejected: G07 59x\n"), std::string::npos) << text;
+        EXPECT_NE(text.find("\nnote 60x: @SUM(A1) <i>"), std::string::npos) << text;
         std::map<std::string, std::string> files;
         for (const auto& entry : fs::directory_iterator(options.folder)) {
             std::ifstream file(entry.path());
@@ -62,7 +70,7 @@ protected:
 
 TEST_F(RunFolderOutputTest, EscapesForEachOutput) {
     auto files = Run({});
-    EXPECT_EQ(files.size(), 17U);
+    EXPECT_EQ(files.size(), 16U);
     for (const auto& [name, text] : files) {
         EXPECT_EQ(text.find('\x1b'), std::string::npos) << name;
         EXPECT_EQ(text.find('\r'), std::string::npos) << name;
@@ -80,8 +88,8 @@ TEST_F(RunFolderOutputTest, EscapesForEachOutput) {
     EXPECT_FALSE(ids.empty());
     for (std::size_t at = html.find("href=\"#"); at != std::string::npos; at = html.find("href=\"#", at + 1))
         ASSERT_TRUE(ids.contains(html.substr(at + 7, html.find('"', at + 7) - at - 7)));
-    EXPECT_NE(files["events.csv"].find(",,,'=1+1,\"<b>bold</b>  line, \"\"two\"\"\"\n"), std::string::npos);
-    EXPECT_NE(files["events.csv"].find(",'-,end\n"), std::string::npos);
+    EXPECT_NE(files["journal.csv"].find("event,,,'=1+1,\"<b>bold</b>  line, \"\"two\"\"\"\n"), std::string::npos);
+    EXPECT_NE(files["journal.csv"].find(",'-,end\n"), std::string::npos);
     EXPECT_NE(files["notes.csv"].find(",'@SUM(A1) <i>\u00b0 ,"), std::string::npos);
     EXPECT_NE(files["summary.json"].find("\"name\":\"<script>alert(1)</script> [2J.obs\""), std::string::npos);
     EXPECT_NE(files["notes.svg"].find("<svg"), std::string::npos);
@@ -109,12 +117,13 @@ TEST_F(RunFolderOutputTest, IsTheSameInEveryYearAndZone) {
 
 TEST_F(RunFolderOutputTest, LeavesNothingWhenItIsStopped) {
     bool isStopped = false;
+    const Host::RunSummary summary;
     Host::RunFolderOptions options;
     options.folder = (root_ / "out").string();
     options.isStopped = [&isStopped] { return isStopped; };
     for (const bool isFinished : {true, false}) {
         isStopped = false;
-        Host::RunFolderOutput output(options);
+        Host::RunFolderOutput output(options, summary);
         output.OnFix(tests::MakeFix(0.0));
         isStopped = true;
         EXPECT_FALSE(output.IsGood());
@@ -125,7 +134,7 @@ TEST_F(RunFolderOutputTest, LeavesNothingWhenItIsStopped) {
     EXPECT_TRUE(fs::is_empty(root_));
     isStopped = false;
     options.pictures = false;
-    Host::RunFolderOutput output(options);
+    Host::RunFolderOutput output(options, summary);
     EXPECT_EQ(output.Finish({}), "");  // no epochs
     EXPECT_FALSE(fs::exists(root_ / "out" / "report.html"));
     EXPECT_TRUE(fs::exists(root_ / "out" / "summary.json"));

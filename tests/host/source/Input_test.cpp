@@ -71,7 +71,9 @@ TEST_F(Inputs, GiveTheContentWhateverTheForm) {
         EXPECT_EQ(bytes.IsCut(), form.isCut);
         EXPECT_EQ(!bytes.GetFailure().empty(), form.isDamaged) << bytes.GetFailure();
         EXPECT_EQ(bytes.GetSize(), static_cast<std::int64_t>(form.bytes.size()));
-        if (!form.isDamaged) EXPECT_EQ(bytes.GetNmrRead(), bytes.GetSize());
+        if (!form.isDamaged) {
+            EXPECT_EQ(bytes.GetNmrRead(), bytes.GetSize());
+        }
     }
 }
 

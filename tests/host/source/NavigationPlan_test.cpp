@@ -9,7 +9,7 @@
 
 #include "gnss/ephemeris/GPSEphemeris.h"
 #include "gnss/ephemeris/GlonassEphemeris.h"
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "tests/host/receiver/NavigationData.h"
 #include "tests/support/TestData.h"
 
@@ -22,6 +22,7 @@ using Host::NavigationPlan;
 using References = std::map<int, std::vector<GPSTime>>;
 
 struct Sent : Host::RecordSink {
+    using RecordSink::OnRecord;
     void OnRecord(const GNSS::GPSEphemeride& record) override {
         ++nmr;
         refused += gps.Update(record) ? 0 : 1;

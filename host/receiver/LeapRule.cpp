@@ -1,4 +1,4 @@
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "host/cli/Satellites.h"
+#include "host/text/Satellites.h"
 
 #include <gtest/gtest.h>
 

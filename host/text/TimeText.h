@@ -1,4 +1,4 @@
-// Times on the command line.
+// Times as people write them.
 #pragma once
 
 #include <optional>

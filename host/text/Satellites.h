@@ -1,4 +1,4 @@
-// Satellites on the command line.
+// Satellites as people name them.
 #pragma once
 
 #include <optional>

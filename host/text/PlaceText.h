@@ -1,4 +1,4 @@
-// Places on the command line.
+// Places as people write them.
 #pragma once
 
 #include <optional>
@@ -14,9 +14,9 @@ namespace Host {
 //   "55 29 36.9 N, 8 27 24.6 E, 60"            degrees, minutes, seconds; with or without the marks of each
 //   "3582105.29,532589.73,5232754.81"          X, Y and Z (m), earth-centred: three numbers that lie within 20 km
 //                                              of the earth's surface
-// The height may be left out, for 0; longitudes go to 180, or to 360 as three numbers. Nothing when it is none of these
-// or the height is not within 20 km of the ellipsoid.
-[[nodiscard]] std::optional<GNSS::Geog> ParsePlace(std::string_view text);
+// The height may be left out, for 0, where it is not needed; longitudes go to 180, or to 360 as three numbers. Nothing
+// when it is none of these or the height is not within 20 km of the ellipsoid.
+[[nodiscard]] std::optional<GNSS::Geog> ParsePlace(std::string_view text, bool isHeightNeeded = false);
 
 // "55.493600, 8.456800, 60.0 m"
 [[nodiscard]] std::string PrintPlace(const GNSS::Geog& place);

@@ -1,4 +1,4 @@
-#include "host/cli/PlaceText.h"
+#include "host/text/PlaceText.h"
 
 #include <charconv>
 #include <cmath>
@@ -73,7 +73,7 @@ std::string WithPlainMarks(std::string_view text) {
     return plain;
 }
 
-std::optional<Geog> ReadMarked(std::string_view text) {
+std::optional<Geog> ReadMarked(std::string_view text, bool isHeightNeeded) {
     std::istringstream stream(WithPlainMarks(text));
     stream.imbue(std::locale::classic());
     const auto skip = [&stream] {
@@ -88,7 +88,9 @@ std::optional<Geog> ReadMarked(std::string_view text) {
     longitude.ScanFrom(stream);
     if (!stream) return std::nullopt;
     skip();
-    if (stream.peek() == std::istringstream::traits_type::eof()) return Geog(latitude, longitude, 0.0);
+    if (stream.peek() == std::istringstream::traits_type::eof()) {
+        return isHeightNeeded ? std::nullopt : std::optional<Geog>(Geog(latitude, longitude, 0.0));
+    }
     stream.clear();
     std::string rest;
     std::getline(stream, rest);
@@ -97,8 +99,8 @@ std::optional<Geog> ReadMarked(std::string_view text) {
     return Geog(latitude, longitude, height->front());
 }
 
-std::optional<Geog> ReadPlain(const std::vector<double>& numbers) {
-    if (numbers.size() != 2 && numbers.size() != 3) return std::nullopt;
+std::optional<Geog> ReadPlain(const std::vector<double>& numbers, bool isHeightNeeded) {
+    if (numbers.size() != 3 && (isHeightNeeded || numbers.size() != 2)) return std::nullopt;
     const double height = numbers.size() == 3 ? numbers[2] : 0.0;
     if (std::abs(numbers[0]) <= 90.0 && std::abs(numbers[1]) <= 360.0) {
         const double longitude = std::remainder(numbers[1], 360.0);
@@ -115,10 +117,11 @@ std::optional<Geog> ReadPlain(const std::vector<double>& numbers) {
 
 }  // namespace
 
-std::optional<Geog> ParsePlace(std::string_view text) {
+std::optional<Geog> ParsePlace(std::string_view text, bool isHeightNeeded) {
     const auto numbers = ReadNumbers(text);
     // A text of more than three numbers has minutes.
-    const auto place = numbers && numbers->size() <= 3 ? ReadPlain(*numbers) : ReadMarked(text);
+    const auto place =
+        numbers && numbers->size() <= 3 ? ReadPlain(*numbers, isHeightNeeded) : ReadMarked(text, isHeightNeeded);
     if (!place || !(std::abs(place->GetHeight()) <= MostHeight)) return std::nullopt;
     return place;
 }

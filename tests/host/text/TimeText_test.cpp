@@ -1,4 +1,4 @@
-#include "host/cli/TimeText.h"
+#include "host/text/TimeText.h"
 
 #include <gtest/gtest.h>
 
