@@ -75,8 +75,8 @@ std::string QuoteText(std::string_view text) {
     std::string quoted = "\"";
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
-        const auto code =
-            text.size() - i < 2 ? 0U : (static_cast<unsigned char>(c) << 8U | static_cast<unsigned char>(text[i + 1]));
+        const auto byte = [&text](std::size_t at) -> unsigned { return static_cast<unsigned char>(text[at]); };
+        const unsigned code = i + 1 < text.size() ? (byte(i) << 8U | byte(i + 1)) : 0U;
         if (code >= 0xC280U && code <= 0xC29FU) {
             // The other control characters, to which terminals listen as well.
             quoted += fmt::format("\\u{:04X}", code & 0xFFU);
