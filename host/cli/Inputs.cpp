@@ -5,15 +5,12 @@
 #include <fmt/format.h>
 
 #include "host/receiver/RinexNavigation.h"
+#include "host/report/SafeText.h"
 
 namespace Host {
 
 void Complain(const std::string& line) {
-    std::string text = "gnss: " + line;
-    for (char& c : text) {
-        if (static_cast<unsigned char>(c) < ' ' || c == '\x7F') c = ' ';
-    }
-    text += '\n';
+    const std::string text = "gnss: " + CleanText(line) + '\n';
     // Nobody is left to be told when this fails.
     static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
 }

@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <sys/stat.h>
 
 #include "host/cli/Commands.h"
 #include "host/cli/Inputs.h"
@@ -50,6 +51,22 @@ private:
     std::map<std::string, std::int64_t> nmr_;  // by source
 };
 
+// Whether the positions would be written over an input.
+bool IsInputOverwritten(const RunSettings& settings) {
+    struct stat output {};
+    if (settings.positions.empty() || settings.positions == StandardInput ||
+        ::stat(settings.positions.c_str(), &output) != 0 || !S_ISREG(output.st_mode)) {
+        return false;
+    }
+    for (const std::string& input : settings.request.inputs) {
+        struct stat info {};
+        const bool isThere =
+            input == StandardInput ? ::fstat(STDIN_FILENO, &info) == 0 : ::stat(input.c_str(), &info) == 0;
+        if (isThere && info.st_dev == output.st_dev && info.st_ino == output.st_ino) return true;
+    }
+    return false;
+}
+
 // A line that cannot be written is lost.
 void Tell(const std::string& lines) {
     static_cast<void>(std::fwrite(lines.data(), 1, lines.size(), stderr));
@@ -83,6 +100,8 @@ int Run(const RunOptions& options) {
     if (settings.request.inputs.empty())
         return Complain("say what to read: SOURCE ..., or [sources] in the file of --config"), 2;
     if (!IsReadOnce(settings.request.inputs)) return 2;
+    if (IsInputOverwritten(settings))
+        return Complain(settings.positions + ": is an input, which the positions would overwrite"), 2;
 
     // Who takes what the run produces.
     RunSummary summary(settings.referencePlace);
@@ -100,11 +119,13 @@ int Run(const RunOptions& options) {
     if (!settings.folder.folder.empty()) {
         settings.folder.isStopped = [] { return StopSignal::Get() != 0; };
         stop.emplace();
+        pipeline.SetStop(settings.folder.isStopped);
         folder.emplace(settings.folder, summary);
         if (!folder->GetFailure().empty()) return Complain(folder->GetFailure()), 1;
-        pipeline.AddOutput(*folder);
     }
+    // The folder last: when the positions cannot be written, it is not made, and they are what is complained of.
     if (!folder || !settings.positions.empty()) pipeline.AddOutput(rows.emplace(settings.form, settings.positions));
+    if (folder) pipeline.AddOutput(*folder);
     std::optional<Progress> progress(std::in_place, "bytes", pipeline.GetFacts().bytesTotal);
     const std::string failure = pipeline.Run([&](const RunFacts& facts) { progress->SetDone(facts.bytesDone); });
     progress.reset();

@@ -31,10 +31,12 @@ extern "C" void Remember(int number) {
 StopSignal::StopSignal() {
     received = 0;
     for (const int number : Signals) SetAction(number, Remember, static_cast<int>(SA_RESETHAND));
+    pipeBefore_ = std::signal(SIGPIPE, SIG_IGN);
 }
 
 StopSignal::~StopSignal() {
     for (const int number : Signals) SetAction(number, SIG_DFL, 0);
+    if (pipeBefore_ != SIG_ERR) static_cast<void>(std::signal(SIGPIPE, pipeBefore_));
 }
 
 int StopSignal::Get() {

@@ -3,8 +3,9 @@
 
 namespace Host {
 
-// While one stands, SIGINT, SIGTERM and SIGHUP do not end the program at once but are remembered; a second one does. At
-// most one stands at a time.
+// While one stands, SIGINT, SIGTERM and SIGHUP do not end the program at once but are remembered; a second one does. A
+// pipe that nobody reads any more (SIGPIPE) is no signal then, but an output that cannot be written. At most one stands
+// at a time.
 class StopSignal {
 public:
     StopSignal();
@@ -14,6 +15,9 @@ public:
 
     // The number of the signal that came; 0 before.
     [[nodiscard]] static int Get();
+
+private:
+    void (*pipeBefore_)(int);
 };
 
 }  // namespace Host

@@ -69,6 +69,13 @@ void FixComponent::Clear() {
     counts_ = {};
 }
 
+void FixComponent::BeginAnew() {
+    fix_.Reset();
+    last_.reset();
+    lastClock_.reset();
+    nmrBackward_ = 0;
+}
+
 // A whole almanac, as of a file: one that is not the built-in one has been received at some time.
 void FixComponent::OnAlmanac(const std::shared_ptr<const GNSS::Almanac>& almanac) {
     inputs_.hasIonosphere = inputs_.hasIonosphere || !(almanac->GetIono() == GNSS::Almanac::Iono());

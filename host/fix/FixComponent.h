@@ -59,6 +59,8 @@ public:
     [[nodiscard]] const FixSettings& GetSettings() const { return fix_.GetSettings(); }
     [[nodiscard]] const GNSS::Notes::History& GetHistory() const { return history_; }
 
+    // The stream begins anew: the next epoch may be of any time.
+    void BeginAnew();
     // Forgets positions and notes; the ephemerides are the stores'.
     void Clear() override;
 

@@ -100,7 +100,7 @@ bool RinexObservationDecoder::Decode(std::uint32_t /*kind*/, std::string_view me
     if (next_ == Next::FirstLine) {
         Fail("is not a RINEX file: no RINEX VERSION / TYPE on its first line");
     } else if (next_ != Next::Header && next_ != Next::Anything) {
-        Lose("a line of more than 16 KiB");
+        Lose("has a line of more than 16 KiB");
     }
     return false;
 }
@@ -180,7 +180,9 @@ bool RinexObservationDecoder::TakeEpochLine(std::string_view line) {
     if (isComplete_) Deliver();
     if (epoch) return BeginEpoch(*epoch, line);
     if (isHeader) return TakeFirstLine(line);
-    if (next_ != Next::Anything) Lose("is not readable: " + Quoted(line));
+    // Of a loss the rest of the epoch's lines is no news; the first line of another is.
+    const bool isOther = !IsVersion2() && line.starts_with('>');
+    if (next_ != Next::Anything || isOther) Lose("is not readable: " + Quoted(line));
     return false;
 }
 
@@ -301,7 +303,7 @@ void RinexObservationDecoder::Lose(std::string_view why) {
         EndSpecials();
     } else if (epoch_.flag != RinexEpochLine::CycleSlips || next_ == Next::Epoch) {
         ++counts_.lost;
-        const bool isBegun = next_ != Next::Epoch || isComplete_;
+        const bool isBegun = (next_ != Next::Epoch && next_ != Next::Anything) || isComplete_;
         warnings_.Add(isBegun ? epochLine_ : line_, "an epoch is left out: it " + std::string(why));
     }
     builder_.ForgetPhases();

@@ -164,6 +164,10 @@ bool Pipeline::Pump(Feed& feed) {
     return feed.isOpen;
 }
 
+void Pipeline::SetStop(const std::function<bool()>& isStopped) {
+    for (const auto& feed : feeds_) feed->input.SetStop(isStopped);
+}
+
 std::string Pipeline::Run(const OnProgress& onProgress) {
     for (RunOutput* output : outputs_) output->Begin(facts_);
     hasBegun_ = true;
@@ -178,10 +182,11 @@ std::string Pipeline::Run(const OnProgress& onProgress) {
     } else {
         PlayMerged(onProgress);
     }
+    facts_.isStopped = !AreOutputsGood();
     for (const auto& feed : feeds_) feed->Finish(request_.date);
     tree_.Drain();
     facts_.counts = fix_->GetCounts();
-    if (plan_.GetNmrRecords() == 0 &&
+    if (!facts_.isStopped && plan_.GetNmrRecords() == 0 &&
         std::ranges::all_of(facts_.inputs, [](const RunInput& input) { return input.records == 0; })) {
         Say(Source, "no navigation records: without ephemerides there is no position; add a RINEX navigation file");
     }
@@ -194,23 +199,38 @@ std::string Pipeline::Run(const OnProgress& onProgress) {
 }
 
 void Pipeline::PlayMerged(const OnProgress& onProgress) {
+    // What has no time yet goes first.
+    const auto isEarlier = [](const std::optional<GPSTime>& a, const std::optional<GPSTime>& b) {
+        return b && (!a || *a < *b);
+    };
     while (AreOutputsGood()) {
         Feed* next = nullptr;
         std::optional<GPSTime> earliest;
+        std::optional<GPSTime> second;  // the earliest of the others
+        bool isAlone = true;
         for (const auto& feed : feeds_) {
             while (feed->queue.IsEmpty() && Pump(*feed)) {
                 if (onProgress) onProgress(facts_);
             }
             if (feed->queue.IsEmpty()) continue;
             const std::optional<GPSTime> time = feed->queue.GetTime();
-            // What has no time yet goes first; of equals the one named first.
-            if (next == nullptr || (earliest && (!time || *time < *earliest))) {
+            // Of equals the one named first.
+            const bool isFirst = next == nullptr || isEarlier(time, earliest);
+            if (next != nullptr) {
+                const std::optional<GPSTime>& other = isFirst ? earliest : time;
+                if (isAlone || isEarlier(other, second)) second = other;
+                isAlone = false;
+            }
+            if (isFirst) {
                 next = feed.get();
                 earliest = time;
             }
         }
         if (next == nullptr) return;
-        next->queue.PopTo(*next);
+        // Its turn lasts until another's comes: with many inputs the choice costs more than the messages.
+        do {
+            next->queue.PopTo(*next);
+        } while (!next->queue.IsEmpty() && (isAlone || isEarlier(next->queue.GetTime(), second)));
     }
 }
 
@@ -240,6 +260,7 @@ bool Pipeline::IsFollowed(const GPSTime& time) {
             component.GetIdent() == GNSS::GPSEphemStore::ID || component.GetIdent() == GNSS::Glonass::EphemStore::ID;
         if (isStore) component.Clear();
     });
+    fix_->BeginAnew();
     plan_.Rewind();
     now_.reset();
     return true;

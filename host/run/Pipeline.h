@@ -45,6 +45,8 @@ public:
     [[nodiscard]] bool Open(std::string& reason);
     // One more output, before Run.
     void AddOutput(RunOutput& output) { outputs_.push_back(&output); }
+    // Asked while an input keeps one waiting: whether the run is to stop. After Open.
+    void SetStop(const std::function<bool()>& isStopped);
     // Once, after Open. Empty, or what went wrong with the outputs. Progress is told after each piece.
     [[nodiscard]] std::string Run(const OnProgress& onProgress);
 

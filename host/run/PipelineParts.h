@@ -134,7 +134,8 @@ public:
         // A stream that has told no time is dated as a whole.
         if (!hasTime_ && date && maker_.GetNmrWaiting() > 0) OnTime(*date);
         const std::string name = NameOf(input.GetPath());
-        if (!hasTime_) Say(name, "tells no time by which it could be dated; --date helps where it tells a part");
+        if (!hasTime_ && !pipeline_.facts_.isStopped)
+            Say(name, "tells no time by which it could be dated; --date helps where it tells a part");
         if (maker_.GetNmrRefused() > 0) {
             Say(name, fmt::format("navigation records left out that contradict themselves or the stream's time, or say "
                                   "what cannot be: {}",

@@ -20,6 +20,7 @@ namespace Host {
 namespace {
 
 constexpr std::size_t LineWidth = 100;
+constexpr std::size_t MaxDots = 1000;
 
 // The names that stand in a table, or those of the tables themselves.
 std::string ListNames(std::string_view table) {
@@ -115,6 +116,32 @@ private:
     std::vector<std::pair<std::uint64_t, std::string>> faults_;
 };
 
+// The dots that stand outside of texts and remarks: those of names and numbers.
+std::size_t CountDots(std::string_view text) {
+    std::size_t number = 0;
+    while (!text.empty()) {
+        const char c = text.front();
+        std::size_t length = 1;
+        if (c == '#') {
+            length = text.find('\n');
+        } else if (c == '"' || c == '\'') {
+            const bool isLong = text.size() >= 3 && text[1] == c && text[2] == c;
+            const std::string end(isLong ? 3 : 1, c);
+            length = end.size();
+            // A backslash keeps the next character from ending the text; the other kind of text has none.
+            while (length < text.size() && !text.substr(length).starts_with(end))
+                length += c == '"' && text[length] == '\\' ? 2 : 1;
+            length += end.size();
+            // A long text may have up to two of its quotes before those that end it.
+            for (int i = 0; isLong && i < 2 && length < text.size() && text[length] == c; ++i) ++length;
+        } else if (c == '.') {
+            ++number;
+        }
+        text.remove_prefix(std::min(length, text.size()));
+    }
+    return number;
+}
+
 // As lines that begin with "# ".
 std::string Comment(std::string_view text) {
     std::string lines;
@@ -134,6 +161,16 @@ std::string Comment(std::string_view text) {
 
 std::vector<std::string> ReadConfig(std::string_view text, const std::string& name, RunSettings& settings) {
     if (text.size() > MaxConfigSize) return {name + ": larger than 1 MiB, which no configuration is"};
+    // TOML allows none but these anywhere; the parser has not thought of all places.
+    const auto isControl = [](char c) {
+        return (static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' && c != '\r') || c == '\x7F';
+    };
+    if (const auto control = std::find_if(text.begin(), text.end(), isControl); control != text.end()) {
+        return {fmt::format("{}:{}: a control character, as no configuration has", name,
+                            1 + std::count(text.begin(), control, '\n'))};
+    }
+    // The parser makes a table within a table for each dot of a name, and takes them apart by recursion.
+    if (CountDots(text) > MaxDots) return {name + ": has more dots in its names than any configuration"};
     const toml::parse_result result = toml::parse(text);
     if (!result) {
         const toml::parse_error& error = result.error();

@@ -218,7 +218,7 @@ std::string RunFolderOutput::Finish(const RunFacts& facts) {
     settings_ = facts.request.settings;
     CloseTables();
     // A run that was stopped, or whose tables could not be written, is not summed up.
-    const auto isStopped = [this] { return options_.isStopped && options_.isStopped(); };
+    const auto isStopped = [&] { return facts.isStopped || (options_.isStopped && options_.isStopped()); };
     const std::string stopped = options_.folder + ": not made, as the run was stopped";
     if (isStopped()) Fail(stopped);
     if (!failure_.empty()) {

@@ -43,6 +43,7 @@ struct RunFacts {
     // Antenna reference point, where an input tells it (RINEX header, RTCM 1005).
     std::optional<StationPosition> station;
     FixComponent::Counts counts;
+    bool isStopped = false;       // before the inputs had ended: by a signal, or an output that cannot be written
     std::int64_t bytesDone = 0;   // of the inputs as they lie on the disk, compressed ones so
     std::int64_t bytesTotal = 0;  // 0 when it is not known (standard input)
 };

@@ -73,8 +73,15 @@ std::optional<T> ParseWhole(std::string_view text) {
 
 std::string QuoteText(std::string_view text) {
     std::string quoted = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        const auto byte = [&text](std::size_t at) -> unsigned { return static_cast<unsigned char>(text[at]); };
+        const unsigned code = i + 1 < text.size() ? (byte(i) << 8U | byte(i + 1)) : 0U;
+        if (code >= 0xC280U && code <= 0xC29FU) {
+            // The other control characters, to which terminals listen as well.
+            quoted += fmt::format("\\u{:04X}", code & 0xFFU);
+            ++i;
+        } else if (c == '"' || c == '\\') {
             quoted += '\\';
             quoted += c;
         } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {

@@ -9,7 +9,7 @@ namespace Host {
 namespace {
 
 // How much of a stream may come before its first message.
-constexpr std::size_t MaxGarbage = std::size_t{64} << 20;
+constexpr std::size_t MaxGarbage = std::size_t{16} << 20;
 // Messages by which a protocol is known.
 constexpr std::int64_t EnoughMessages = 3;
 // The content is decoded so many bytes at a time, between which damage is looked for: the precision of its place.

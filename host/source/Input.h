@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "gnss/time/GPSTime.h"
 #include "host/receiver/FileReport.h"
@@ -29,7 +30,7 @@ public:
     using Tell = std::function<void(const std::string&)>;
     static constexpr std::int64_t MaxTold = 10;
     // The most that a navigation file may hold.
-    static constexpr std::size_t MaxText = std::size_t{256} << 20;
+    static constexpr std::size_t MaxText = std::size_t{64} << 20;
 
     explicit Input(std::string path) : path_(std::move(path)) {}
 
@@ -53,6 +54,8 @@ public:
     // Whom a stream's messages go to from now on. Sink and listener must outlive the input.
     void Connect(ReceiverSink& sink, Tell tell);
     void SetApproximateTime(const GNSS::GPSTime& time) { decoder_->SetApproximateTime(time); }
+    // See InputBytes.
+    void SetStop(std::function<bool()> isStopped) { bytes_.SetStop(std::move(isStopped)); }
     // Decodes the next piece. False, and the stream is finished, when there is none.
     bool Pump();
 

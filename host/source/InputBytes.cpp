@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <span>
 #include <unistd.h>
 
@@ -73,10 +74,26 @@ bool InputBytes::Open(const std::string& path, FileError& error) {
     return true;
 }
 
+// False when the run is to stop before there is anything to read. A signal may come just before the wait begins, which
+// is why that is never long.
+bool InputBytes::WaitForMore() const {
+    constexpr int WaitMS = 100;
+    if (!isStopped_ || size_ > 0) return true;
+    pollfd ready{file_, POLLIN, 0};
+    while (!isStopped_()) {
+        if (const int number = ::poll(&ready, 1, WaitMS); number > 0 || (number < 0 && errno != EINTR)) return true;
+    }
+    return false;
+}
+
 // Adds the file's next bytes to what is left; false at the end and when the system fails.
 bool InputBytes::ReadRaw() {
     if (packed_.empty()) packed_ = {raw_.get(), 0};
     const auto used = static_cast<std::size_t>(packed_.data() + packed_.size() - raw_.get());
+    if (!WaitForMore()) {
+        failure_ = "stopped by a signal";
+        return false;
+    }
     ssize_t got = -1;
     do {
         got = ::read(file_, raw_.get() + used, PieceSize - used);

@@ -3,9 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "host/receiver/FileReport.h"
 #include "host/receiver/GzipStream.h"
@@ -29,6 +31,8 @@ public:
     // False with the reason when it cannot be opened or read, or is compressed in another way than by gzip. Reads the
     // first bytes: of a pipe it waits for them.
     [[nodiscard]] bool Open(const std::string& path, FileError& error);
+    // Asked while a pipe or a terminal keeps one waiting: whether to wait no longer. Never without.
+    void SetStop(std::function<bool()> isStopped) { isStopped_ = std::move(isStopped); }
     // The next bytes of the content, valid until the next call; nothing at the end, and after a failure.
     [[nodiscard]] std::string_view Next();
 
@@ -43,6 +47,7 @@ public:
 
 private:
     [[nodiscard]] bool ReadRaw();
+    [[nodiscard]] bool WaitForMore() const;
 
     int file_ = -1;
     bool isOwn_ = false;  // the descriptor
@@ -51,6 +56,7 @@ private:
     std::int64_t nmrRead_ = 0;
     std::int64_t size_ = 0;
     std::string failure_;
+    std::function<bool()> isStopped_;
     std::unique_ptr<char[]> raw_;
     std::string_view packed_;  // what is left in raw_
     std::unique_ptr<GzipStream> gzip_;

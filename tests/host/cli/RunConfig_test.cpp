@@ -53,7 +53,7 @@ RunSettings ChangeAll() {
                                            std::string("2020-06-25T06:30:15.25Z"),
                                            std::string("dark"),
                                            std::string("ndjson"),
-                                           std::string("a \"b\"\t\\ \x7F \xC3\xB8.csv"),
+                                           std::string("a \"b\"\t\\ \x7F \xC2\x9B\xC3\xB8.csv"),
                                            std::vector<std::string>{"R03", "G05", "G05"}};
     const RunSettings defaults;
     RunSettings settings;
@@ -143,6 +143,7 @@ TEST(RunConfig, RefusesWithPlaceAndWhatIsAllowed) {
              Row{"[fix]\nmask = 5,5", {"a.toml:2: "}},
              Row{"[fix]\nmode = 'gps", {"a.toml:2: "}},
              Row{"[output]\nfolder = '\xF8'", {"a.toml:2: "}},
+             Row{"[fix]\n[\x14\x14", {"a.toml:2: a control character"}},
          }) {
         RunSettings settings;
         const auto faults = ReadConfig(std::string("") + row.text, "a.toml", settings);
@@ -152,6 +153,13 @@ TEST(RunConfig, RefusesWithPlaceAndWhatIsAllowed) {
         // A file with a fault changes nothing.
         EXPECT_EQ(Print(settings), Print({}));
     }
+    // Tables within tables are limited, wherever quotes end; dots within texts are not.
+    std::string deep = "x = \"\"\"a\"\"\"\"\nb";
+    for (int i = 0; i < 300000; ++i) deep += ".b";
+    RunSettings settings;
+    EXPECT_EQ(ReadConfig(deep + " = 1\ny = \"\"", "a", settings),
+              std::vector<std::string>{"a: has more dots in its names than any configuration"});
+    EXPECT_TRUE(ReadConfig("[sources] # '\nfiles = ['" + std::string(5000, '.') + "']", "a", settings).empty());
 }
 
 using RunOptions = tests::CommandRun;
@@ -196,6 +204,19 @@ TEST_F(RunOptions, GoBeforeTheFileAndTheFileBeforeTheDefaults) {
         EXPECT_NE(err_.find(row.fault), std::string::npos) << row.options << "\n" << err_;
         EXPECT_EQ(out_, "") << row.options;
     }
+}
+
+TEST_F(RunOptions, LeaveInputsAsTheyAreAndNothingHalfMade) {
+    EXPECT_EQ(Run("echo x >in; ln in same; $GNSS run in --positions same"), 2);
+    EXPECT_NE(err_.find("same: is an input"), std::string::npos) << err_;
+    EXPECT_EQ(Read("in"), "x\n");
+    // A signal while nothing comes from a pipe.
+    EXPECT_EQ(Run("mkfifo p; { printf '%-60sRINEX VERSION / TYPE\\n%2000s' '     3.04           OBSERVATION DATA    G' "
+                  "x; sleep 60; } >p & s=$!; $GNSS run p --output made & g=$!; "
+                  "for i in 1 2 3 4 5 6 7 8 9; do sleep 0.2; ls -d .made.*.run 2>/dev/null && break; done; "
+                  "kill -TERM $g; wait $g; e=$?; kill $s; [ $e = 1 ] && ! ls -d made .made.*"),
+              0);
+    EXPECT_NE(err_.find("made: not made, as the run was stopped"), std::string::npos) << err_;
 }
 
 }  // namespace

@@ -68,11 +68,17 @@ TEST_F(RunTrouble, OfObservationFiles) {
     };
     const std::string shuffled = begin + epoch(0) + epoch(2) + epoch(1) + epoch(2) + epoch(3);
     const std::string broken = begin + epoch(0) + epoch(1).substr(0, 300) + "garbage\n" + epoch(2) + epoch(3);
+    // The times of two epochs are of another century: one that can be, and one that cannot.
+    std::string wrong = few;
+    wrong.replace(epochs[5] - epochs[0] + begin.size() + 2, 4, "2099");
+    for (const std::size_t i : {10, 11}) wrong.replace(epochs[i] - epochs[0] + begin.size() + 2, 4, "2100");
     using Host::FixNote;
     for (const Case& each : {Case{"whole", few, true, 20, nullptr, FixNote::NoFix, 0},
                              Case{"no navigation", few, false, 0, "no navigation records", FixNote::NoEphemeris, 20},
                              Case{"order", shuffled, true, 3, "comes after a later one", FixNote::EpochOutOfOrder, 1},
                              Case{"order", shuffled, true, 3, "is repeated", FixNote::EpochRepeated, 1},
+                             Case{"times", wrong, true, 16, "go back in time", FixNote::EpochOutOfOrder, 1},
+                             Case{"times", wrong, true, 16, "left out: 2", FixNote::NoFix, 1},
                              Case{"damage", broken, true, 3, "line ", FixNote::NoFix, 0},
                              Case{"cut", few.substr(0, few.size() - 500), true, 19, "damaged", FixNote::NoFix, 0}}) {
         Host::RunRequest request;
