@@ -116,20 +116,26 @@ int Run(const RunOptions& options) {
     // are in it, and elsewhere only if that is asked for.
     std::optional<StopSignal> stop;
     std::optional<RunFolderOutput> folder;
-    if (!settings.folder.folder.empty()) {
+    // Rows on standard output end where a signal finds them; files are whole or not at all.
+    if (!settings.folder.folder.empty() || !settings.positions.empty()) {
         settings.folder.isStopped = [] { return StopSignal::Get() != 0; };
         stop.emplace();
         pipeline.SetStop(settings.folder.isStopped);
+    }
+    if (!settings.folder.folder.empty()) {
         folder.emplace(settings.folder, summary);
         if (!folder->GetFailure().empty()) return Complain(folder->GetFailure()), 1;
     }
     // The folder last: when the positions cannot be written, it is not made, and they are what is complained of.
-    if (!folder || !settings.positions.empty()) pipeline.AddOutput(rows.emplace(settings.form, settings.positions));
+    if (!folder || !settings.positions.empty()) {
+        pipeline.AddOutput(rows.emplace(settings.form, settings.positions, settings.folder.isStopped));
+    }
     if (folder) pipeline.AddOutput(*folder);
     std::optional<Progress> progress(std::in_place, "bytes", pipeline.GetFacts().bytesTotal);
     const std::string failure = pipeline.Run([&](const RunFacts& facts) { progress->SetDone(facts.bytesDone); });
     progress.reset();
     if (!failure.empty()) return Complain(failure), 1;
+    if (stop && StopSignal::Get() != 0) return Complain("the run was stopped; no file was made"), 1;
     const RunFigures& figures = summary.GetFigures();
     if (!settings.quiet) Tell(PrintSummary(figures, summary.GetSeries(), pipeline.GetFacts()));
     if (figures.epochs == 0) return Complain(DescribeNothing(pipeline.GetFacts())), 1;

@@ -58,7 +58,7 @@ void AddSatelliteNotes(GNSS::Notes& notes, const FixSatellite& satellite, const 
             Add(notes, FixNote::Lone, satellite, ": not used, the only one of its system");
             break;
         case SatelliteUse::NoRange:
-            Add(notes, FixNote::NoRange, satellite, ": no range on the signals asked for");
+            Add(notes, FixNote::NoRange, satellite, ": no usable range on the signals asked for");
             break;
         case SatelliteUse::LowSignal:
             Add(notes, FixNote::WeakSignal, satellite, ": signal too weak");

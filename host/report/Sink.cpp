@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
+
+#include <sys/stat.h>
 
 namespace Host {
 
@@ -12,17 +15,32 @@ namespace {
 
 constexpr std::size_t BufferSize = std::size_t{256} * 1024;
 
+// A device or a pipe cannot be replaced; a link would be, and what it leads to left as it was.
+bool CanBeReplaced(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+}
+
 }  // namespace
 
-Sink::Sink(const std::string& path) : name_(path.empty() || path == "-" ? "standard output" : path) {
-    file_ = path.empty() || path == "-" ? STDOUT_FILENO
-                                        : ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (file_ < 0) Fail("cannot be written");
+Sink::Sink(const std::string& path, Mode mode) : name_(path.empty() || path == "-" ? "standard output" : path) {
+    const bool isFile = !path.empty() && path != "-";
+    if (isFile && mode == Mode::Whole && CanBeReplaced(path)) part_ = path + ".part";
+    const std::string& opened = part_.empty() ? path : part_;
+    file_ = isFile ? ::open(opened.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) : STDOUT_FILENO;
+    if (file_ < 0) {
+        Fail("cannot be written");
+        part_.clear();
+    }
     buffer_.resize(BufferSize);
 }
 
 Sink::~Sink() {
-    static_cast<void>(Close());
+    if (part_.empty()) {
+        static_cast<void>(Close());
+    } else {
+        Discard();
+    }
 }
 
 char* Sink::Reserve(std::size_t size) {
@@ -62,7 +80,19 @@ std::string Sink::Close() {
         if (file_ != STDOUT_FILENO && ::close(file_) != 0) Fail("cannot be closed");
         file_ = -1;
     }
+    if (!part_.empty() && IsGood() && std::rename(part_.c_str(), name_.c_str()) != 0) Fail("cannot be made");
+    if (!part_.empty() && !IsGood()) ::unlink(part_.c_str());
+    part_.clear();
     return error_;
+}
+
+void Sink::Discard() {
+    if (part_.empty()) return;
+    used_ = 0;
+    if (file_ >= 0) ::close(file_);
+    file_ = -1;
+    ::unlink(part_.c_str());
+    part_.clear();
 }
 
 }  // namespace Host

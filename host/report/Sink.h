@@ -11,8 +11,13 @@ namespace Host {
 // after it is dropped, and Close tells.
 class Sink {
 public:
+    enum class Mode {
+        InPlace,  // what is written is in the file at once
+        Whole,    // a regular file appears under its name when Close has succeeded; until then it is FILE.part
+    };
+
     // Standard output for an empty path and for "-", otherwise a file that is made anew.
-    explicit Sink(const std::string& path);
+    explicit Sink(const std::string& path, Mode mode = Mode::InPlace);
     Sink(const Sink&) = delete;
     Sink& operator=(const Sink&) = delete;
     ~Sink();
@@ -26,12 +31,15 @@ public:
     [[nodiscard]] bool IsGood() const { return error_.empty(); }
     // Writes what is left and closes; empty, or what went wrong with the name of the file.
     [[nodiscard]] std::string Close();
+    // Closes and leaves no file of Mode::Whole; one that was there stays.
+    void Discard();
 
 private:
     void Flush();
     void Fail(const char* what);
 
     std::string name_;
+    std::string part_;  // what the file is called until it is whole; empty without
     int file_ = -1;
     std::string buffer_;
     std::size_t used_ = 0;

@@ -5,7 +5,8 @@
 
 namespace Host {
 
-PositionRows::PositionRows(Form form, const std::string& path) : sink_(path) {
+PositionRows::PositionRows(Form form, const std::string& path, std::function<bool()> isStopped)
+    : isStopped_(std::move(isStopped)), sink_(path, Sink::Mode::Whole) {
     std::vector<Column> columns = FixRow::Columns();
     if (form == Form::Table) {
         shown_ = FixRow::ChiefColumns();
@@ -26,6 +27,7 @@ void PositionRows::OnFix(const PublishedFix& fix) {
 
 std::string PositionRows::Finish(const RunFacts& /*facts*/) {
     writer_.reset();
+    if (isStopped_ && isStopped_()) sink_.Discard();
     return sink_.Close();
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,14 +17,16 @@ namespace Host {
 // The rows of FixRow. The table for people shows the chief columns, the files all.
 class PositionRows : public RunOutput {
 public:
-    // To a file, or standard output for an empty path.
-    PositionRows(Form form, const std::string& path);
+    // To a file, which appears when it is whole, or standard output for an empty path. A run that is stopped makes no
+    // file.
+    PositionRows(Form form, const std::string& path, std::function<bool()> isStopped = {});
 
     void OnFix(const PublishedFix& fix) override;
     [[nodiscard]] std::string Finish(const RunFacts& facts) override;
     [[nodiscard]] bool IsGood() const override { return sink_.IsGood(); }
 
 private:
+    std::function<bool()> isStopped_;
     std::vector<std::size_t> shown_;  // columns; all when empty
     Sink sink_;
     std::unique_ptr<RowWriter> writer_;
