@@ -28,4 +28,12 @@ scripts/smaller_png.py "$to/plan.png"
 "$gnss" show ephemeris "$data/oemv_200911218.gps" --width 1000 --palette dark \
     --output "$to/ephemerides.png" >/dev/null 2>&1 || { echo "no view is drawn" >&2; exit 1; }
 scripts/smaller_png.py "$to/ephemerides.png"
+run=$(mktemp -d)
+trap 'rm -rf "$run"' EXIT
+"$gnss" run "$data"/ESBC00DNK_R_20201770000_01D_30S_MO_GR.rnx.gz "$data"/ESBC00DNK_R_20201770000_01D_MN.rnx.gz \
+    --reference 3582104.922,532590.181,5232755.363 --output "$run/day" --png --quiet
+for picture in position tests; do
+    cp "$run/day/$picture.png" "$to/$picture.png"
+    scripts/smaller_png.py "$to/$picture.png"
+done
 ls -l "$to"
