@@ -113,6 +113,8 @@ protected:
     // Calls OnLimit then; nothing: never.
     void SetLimit(std::optional<SteadyTime> limit) { limit_ = limit; }
     void Tell(const std::string& text);
+    // Has told that it is silent, and does not repeat itself until data flow again.
+    [[nodiscard]] bool IsMuted() const { return mutedSince_.has_value(); }
     // The stream begins, in words: "connected to 192.0.2.1:2101".
     void Begin(const std::string& text);
     // Watches for silence from now on.

@@ -29,6 +29,8 @@ public:
     using OnContent = std::function<void(std::string_view)>;
     // The largest head that is read.
     static constexpr std::size_t MaxHead = 8192;
+    // The longest line that is a header, and not the stream, after "ICY 200 OK".
+    static constexpr std::size_t MaxIcyHeader = 1024;
 
     void Feed(std::string_view bytes, const OnContent& onContent);
 
@@ -47,7 +49,7 @@ private:
     // What the beginning of some bytes is.
     enum class Line : std::uint8_t { Whole, Partial, None };
 
-    void ReadHead(std::string_view& rest);
+    void ReadHead();
     [[nodiscard]] Line FindLine(std::size_t& end) const;
     [[nodiscard]] static Line FindIcyHeader(std::string_view bytes, std::size_t& end);
     void TakeFirstLine(std::string_view line);
@@ -56,12 +58,12 @@ private:
     void Refuse(Kind kind, std::string reason);
 
     Kind kind_ = Kind::Incomplete;
+    bool isHeadDone_ = false;
     Form form_ = Form::Unknown;
     std::string head_;      // what has not been understood yet
     std::size_t size_ = 0;  // of the head so far
     std::string status_;
     std::string reason_;
-    int code_ = 0;         // of HTTP
     std::string coding_;   // of the transfer, as it was written
     std::string packing_;  // of the content
     std::string type_;     // of the content, in small letters

@@ -26,6 +26,7 @@ public:
     ~NtripSource() override;
 
 protected:
+    void Close() override;
     void OnConnection() override;
     void OnReceived(std::string_view bytes) override;
     void OnEnd(const std::string& reason) override;
@@ -33,10 +34,11 @@ protected:
     void OnSilence() override;
 
 private:
-    void TakeContent(std::string_view content);
+    void TakeContent(NtripReply::Kind kind, std::string_view content);
     void BeginStream();
     void CheckReply();
-    void TellTable();
+    // There is a list instead of the stream: says what is near in it.
+    void DropByTable();
     void SendPosition();
     [[nodiscard]] std::string GetPosition() const;
 

@@ -60,5 +60,7 @@ struct SourceAddress {
 [[nodiscard]] std::string BracketHost(const std::string& host);
 // Letters, digits and -._~ as they are, all else as %XX.
 [[nodiscard]] std::string PercentEncode(std::string_view text);
+// The same, but that slashes stay.
+[[nodiscard]] std::string EncodePath(std::string_view text);
 
 }  // namespace Host

@@ -13,7 +13,7 @@ namespace Host {
 class SourceTable {
 public:
     static constexpr std::size_t MaxMounts = 20000;
-    static constexpr std::size_t MaxName = 100;
+    static constexpr std::size_t MaxName = 50;
 
     void Feed(std::string_view bytes);
     [[nodiscard]] bool IsEnded() const { return isEnded_; }

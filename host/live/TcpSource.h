@@ -33,6 +33,7 @@ protected:
     [[nodiscard]] const std::string& GetPeer() const { return peer_; }
     // Everything that was to be sent is on its way.
     [[nodiscard]] bool IsAllSent() const { return unsent_.empty(); }
+    // The connection may have ended by that.
     void Send(std::string_view bytes);
 
     void Open() override;
@@ -44,7 +45,8 @@ private:
     void OnAddresses();
     void ConnectNext(const std::string& failure);
     void OnConnectDone();
-    void Flush();
+    // False when the connection has ended by that.
+    bool Flush();
 
     SourceAddress address_;
     NameLookup::Function lookUp_;
@@ -54,6 +56,7 @@ private:
     std::string peer_;
     std::string unsent_;
     Descriptor socket_;
+    bool isConnected_ = false;
 };
 
 }  // namespace Host
