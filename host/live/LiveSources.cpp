@@ -20,7 +20,7 @@ std::unique_ptr<LiveSource> MakeLiveSource(const SourceAddress& address, LiveSet
         case SourceAddress::Kind::Udp:
             return std::make_unique<UdpSource>(address, settings, sink);
         case SourceAddress::Kind::Ntrip:
-            return std::make_unique<NtripSource>(address, password, settings, sink, position);
+            return std::make_unique<NtripSource>(address, settings, sink, password, position);
     }
     return nullptr;
 }

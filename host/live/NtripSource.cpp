@@ -15,7 +15,7 @@ constexpr std::size_t MaxNear = 5;
 
 }  // namespace
 
-NtripSource::NtripSource(SourceAddress address, Secret password, const LiveSettings& settings, LiveSink& sink,
+NtripSource::NtripSource(SourceAddress address, const LiveSettings& settings, LiveSink& sink, Secret password,
                          Position position, NameLookup::Function lookUp)
     : TcpSource(std::move(address), settings, sink, std::move(lookUp)),
       password_(std::move(password)),

@@ -21,7 +21,7 @@ public:
     // The sentence GGA of where the antenna is now; empty while that is not known.
     using Position = std::function<std::string()>;
 
-    NtripSource(SourceAddress address, Secret password, const LiveSettings& settings, LiveSink& sink,
+    NtripSource(SourceAddress address, const LiveSettings& settings, LiveSink& sink, Secret password,
                 Position position = {}, NameLookup::Function lookUp = NameLookup::AskSystem);
     ~NtripSource() override;
 

@@ -1,4 +1,5 @@
 // Sources on the loopback interface with a made clock: how they begin, end, wait and begin again.
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -6,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "host/cli/StopSignal.h"
 #include "host/live/RawRecorder.h"
 #include "host/live/TcpListenSource.h"
 #include "host/live/TcpSource.h"
@@ -227,6 +229,12 @@ TEST(LiveLoop, RunsWhatIsDueAndIsWoken) {
     Host::LiveLoop idle([&] { return bench.now; });
     idle.WakeUp();
     idle.RunOnce(-1ms);
+    // A signal that comes before the wait ends it as well.
+    const Host::StopSignal signals;
+    Host::StopSignal::WakeThrough(idle.GetWakeFile());
+    ASSERT_EQ(std::raise(SIGTERM), 0);
+    idle.RunOnce(-1ms);
+    EXPECT_EQ(Host::StopSignal::Get(), SIGTERM);
 }
 
 }  // namespace
