@@ -69,6 +69,9 @@ private:
     pid_t id_ = 0;
 };
 
+// Milliseconds without data after which str2str would end a connection by itself, on a busy machine too.
+constexpr const char* Patience = "120000";
+
 int FindFreePort() {
     return Server().GetPort();
 }
@@ -95,7 +98,7 @@ TEST(RealPeers, AStreamServer) {
     REQUIRE_PROGRAM(str2str, "str2str");
     const Server feeder;
     const int port = FindFreePort();
-    Program program({str2str, "-in", "tcpcli://127.0.0.1:" + std::to_string(feeder.GetPort()), "-out",
+    Program program({str2str, "-s", Patience, "-in", "tcpcli://127.0.0.1:" + std::to_string(feeder.GetPort()), "-out",
                      "tcpsvr://:" + std::to_string(port)});
     LiveBench bench;
     auto source = bench.Make<Host::TcpSource>("tcp://127.0.0.1:" + std::to_string(port));
@@ -125,8 +128,8 @@ TEST(RealPeers, AStreamClient) {
     auto source = bench.Make<Host::TcpListenSource>("tcp-listen://0");
     bench.loop.Add(source);
     source.Start();
-    const Program program({str2str, "-in", "tcpcli://127.0.0.1:" + std::to_string(feeder.GetPort()), "-out",
-                           "tcpcli://127.0.0.1:" + std::to_string(source.GetPort())});
+    const Program program({str2str, "-s", Patience, "-in", "tcpcli://127.0.0.1:" + std::to_string(feeder.GetPort()),
+                           "-out", "tcpcli://127.0.0.1:" + std::to_string(source.GetPort())});
     const Peer feed = feeder.Accept();
     ASSERT_TRUE(bench.RunToState(source, State::Connected));
     const std::string bytes = MakeBytes(20000);
@@ -138,8 +141,8 @@ TEST(RealPeers, ACaster) {
     REQUIRE_PROGRAM(str2str, "str2str");
     const Server feeder;
     const int port = FindFreePort();
-    const Program program({str2str, "-in", "tcpcli://127.0.0.1:" + std::to_string(feeder.GetPort()), "-out",
-                           "ntripc://me:sesame@:" + std::to_string(port) + "/MOUNT0:"});
+    const Program program({str2str, "-s", Patience, "-in", "tcpcli://127.0.0.1:" + std::to_string(feeder.GetPort()),
+                           "-out", "ntripc://me:sesame@:" + std::to_string(port) + "/MOUNT0:"});
     const Peer feed = feeder.Accept();
     const std::string place = "127.0.0.1:" + std::to_string(port);
     const std::string bytes = MakeBytes(20000);
