@@ -1,7 +1,10 @@
 #include "host/cli/StopSignal.h"
 
 #include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <unistd.h>
 
 namespace Host {
 
@@ -10,6 +13,7 @@ namespace {
 constexpr std::array Signals{SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t received = 0;
+volatile std::sig_atomic_t wakeFile = -1;
 
 // A signal that the program was started to ignore (nohup) stays ignored.
 void SetAction(int number, void (*action)(int), int flags) {
@@ -24,6 +28,12 @@ void SetAction(int number, void (*action)(int), int flags) {
 
 extern "C" void Remember(int number) {
     received = number;
+    const int file = wakeFile;
+    if (file < 0) return;
+    const int error = errno;
+    const std::uint64_t one = 1;
+    // Full is woken already.
+    if (::write(file, &one, sizeof(one)) < 0) errno = error;
 }
 
 }  // namespace
@@ -37,10 +47,15 @@ StopSignal::StopSignal() {
 StopSignal::~StopSignal() {
     for (const int number : Signals) SetAction(number, SIG_DFL, 0);
     if (pipeBefore_ != SIG_ERR) static_cast<void>(std::signal(SIGPIPE, pipeBefore_));
+    wakeFile = -1;
 }
 
 int StopSignal::Get() {
     return received;
+}
+
+void StopSignal::WakeThrough(int file) {
+    wakeFile = file;
 }
 
 }  // namespace Host

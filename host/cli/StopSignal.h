@@ -15,6 +15,9 @@ public:
 
     // The number of the signal that came; 0 before.
     [[nodiscard]] static int Get();
+    // From now on, while one stands, a signal also writes the number 1 in eight bytes to a descriptor (an eventfd), by
+    // which a wait with poll() ends wherever it has got to; -1 for none. The descriptor stays open until then.
+    static void WakeThrough(int file);
 
 private:
     void (*pipeBefore_)(int);

@@ -1,0 +1,43 @@
+// Secret: a password and the places that it may come from.
+#pragma once
+
+#include <string>
+#include <utility>
+
+namespace Host {
+
+// Is printed nowhere, for it has no way of printing; its bytes are wiped from memory in the end.
+class Secret {
+public:
+    Secret() = default;
+    explicit Secret(std::string text) : text_(std::move(text)) {}
+    Secret(const Secret&) = default;
+    Secret(Secret&& other) noexcept : text_(std::move(other.text_)) { other.Wipe(); }
+    Secret& operator=(const Secret& other);
+    Secret& operator=(Secret&& other) noexcept;
+    ~Secret() { Wipe(); }
+
+    [[nodiscard]] bool IsEmpty() const { return text_.empty(); }
+    // For the request that needs it.
+    [[nodiscard]] const std::string& Reveal() const { return text_; }
+
+private:
+    void Wipe();
+    std::string text_;
+};
+
+// Where the caster's password may stand; what is empty is not there. The first that is there holds.
+struct PasswordPlaces {
+    std::string file;        // --ntrip-password-file: a file whose first line it is
+    std::string configured;  // in the configuration file
+    std::string configFile;  // which that is
+};
+
+// Between the two: the variable of the environment.
+inline constexpr const char* PasswordVariable = "GNSS_NTRIP_PASSWORD";
+
+// An empty password when it stands nowhere. False, with a line for a person, when a file cannot be read, or may be read
+// by others than its owner.
+[[nodiscard]] bool FindPassword(const PasswordPlaces& places, Secret& password, std::string& reason);
+
+}  // namespace Host
