@@ -28,8 +28,8 @@ public:
 
     // Round the place, clockwise and level, beginning north of it.
     void SetCircle(double radius, double speed);
-    // From the place on, straight ahead and level at the start, at that course (degrees from north by east). The height
-    // of the place is kept as the earth falls away.
+    // From the place on along a great circle, at that course at the start (degrees from north by east). The height
+    // changes by 1.3 m in the first 50 km, and with the distance squared.
     void SetLine(double course, double speed);
 
     [[nodiscard]] State At(double t) const;

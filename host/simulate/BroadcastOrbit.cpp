@@ -111,11 +111,23 @@ Unknowns SolveLeastSquares(std::vector<Row>& rows, std::size_t columns) {
 
 }  // namespace
 
-Vector BroadcastOrbit::At(double tk) const {
+double BroadcastOrbit::GetEccentricAnomaly(double tk) const {
     const double a = sqrtA * sqrtA;
     const double M = M0 + (std::sqrt(SimulatedOrbits::Gravity / (a * a * a)) + deltaN) * tk;
-    double E = M;
-    for (int i = 0; i < 5; ++i) E -= (E - e * std::sin(E) - M) / (1.0 - e * std::cos(E));
+    // Newton's method: from an eccentricity of 0.02, 1e-16 after three steps.
+    double E = M + e * std::sin(M);
+    for (int i = 0; i < 3; ++i) E -= (E - e * std::sin(E) - M) / (1.0 - e * std::cos(E));
+    return E;
+}
+
+double BroadcastOrbit::GetRelativity(double tk) const {
+    constexpr double F = -4.442807633e-10;  // s/m^0.5
+    return F * e * sqrtA * std::sin(GetEccentricAnomaly(tk));
+}
+
+Vector BroadcastOrbit::At(double tk) const {
+    const double a = sqrtA * sqrtA;
+    const double E = GetEccentricAnomaly(tk);
     const double v = std::atan2(std::sqrt(1.0 - e * e) * std::sin(E), std::cos(E) - e);
     const double latitude = v + omega;
     const double s = std::sin(2.0 * latitude);

@@ -28,8 +28,12 @@ struct BroadcastOrbit {
     double Cuc = 0.0, Cus = 0.0;
     double Cic = 0.0, Cis = 0.0;
 
+    // Kepler's equation.
+    [[nodiscard]] double GetEccentricAnomaly(double tk) const;
     // tk seconds from the reference time, in the inertial axes that are earth-fixed at it, m.
     [[nodiscard]] SimulatedOrbits::Vector At(double tk) const;
+    // The relativistic part of the satellite's clock that the user works out from these, s (20.3.3.3.3.1).
+    [[nodiscard]] double GetRelativity(double tk) const;
     // Omega0 of the message: the node at the start of the week that the reference time belongs to, between minus and
     // plus pi.
     [[nodiscard]] double GetNodeAtWeekStart(double secondsOfWeek) const;
@@ -42,9 +46,9 @@ struct OrbitSample {
 };
 
 // Least squares on all elements, or on those of an almanac, from the state at the reference time on (inertial, in the
-// same axes). The corrections, the difference of the mean motion and the rates, which a third of a revolution determines
-// badly, are held near their usual values by weak observations of their own.
-[[nodiscard]] BroadcastOrbit FitBroadcastOrbit(const SimulatedOrbits::State& state, std::span<const OrbitSample> samples,
-                                               bool almanac);
+// same axes). The corrections, the difference of the mean motion and the rates, which a third of a revolution
+// determines badly, are held near their usual values by weak observations of their own.
+[[nodiscard]] BroadcastOrbit FitBroadcastOrbit(const SimulatedOrbits::State& state,
+                                               std::span<const OrbitSample> samples, bool almanac);
 
 }  // namespace Host

@@ -76,7 +76,7 @@ GPSSubframeBits MakeSubframe(const GPSBroadcast& b, int subframe, double seconds
             bits.Put({3, 11, 2}, 1);  // P code on L2
             bits.Put({3, 13, 4}, b.accuracy);
             bits.Put({3, 17, 6}, b.health);
-            bits.Put({3, 23, 2}, 0);
+            bits.Put({3, 23, 2}, b.issue >> 8);
             bits.Put({7, 17, 8}, b.groupDelay, EphSF::Tgd, true);
             bits.Put({8, 1, 8}, b.issue);
             bits.Put({8, 9, 16}, b.toe, EphSF::Toc, false);

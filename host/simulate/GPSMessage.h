@@ -42,7 +42,7 @@ private:
 struct GPSBroadcast {
     int week = 0;      // of transmission, full
     double toe = 0.0;  // seconds of week; toc is the same
-    int issue = 0;     // IODE and the lower part of IODC; 0 to 239
+    int issue = 0;     // IODC, whose lower eight bits are the IODE
     int health = 0;
     int accuracy = 0;  // URA index
     double groupDelay = 0.0;

@@ -31,9 +31,9 @@ struct GlonassAlmanacEntry {
     int slot = 0;
     int channel = 0;
     bool healthy = true;
-    double tau = 0.0;      // s
-    double lambda = 0.0;   // semicircles
-    double di = 0.0;       // semicircles, against 63 degrees
+    double tau = 0.0;     // s
+    double lambda = 0.0;  // semicircles
+    double di = 0.0;      // semicircles, against 63 degrees
     double e = 0.0;
     double w = 0.0;        // semicircles
     double tLambda = 0.0;  // s

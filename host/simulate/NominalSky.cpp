@@ -35,10 +35,11 @@ constexpr std::array<Slot, 32> GPSSlots{{
     {212.847, 135.346}, {212.847, 25.0},
 }};
 
-constexpr std::array<int, 24> Channels{1, -4, 5, 6, 1, -4, 5, 6, -2, -7, 0, -1, -2, -7, 0, -1, 4, -3, 3, 2, 4, -3, 3, 2};
+constexpr std::array<int, 24> Channels{1,  -4, 5, 6,  1, -4, 5, 6, -2, -7, 0, -1,
+                                       -2, -7, 0, -1, 4, -3, 3, 2, 4,  -3, 3, 2};
 
 struct Elements {
-    double axis;         // m
+    double axis;  // m
     double eccentricity;
     double inclination;  // rad
     double node;         // rad from the equinox

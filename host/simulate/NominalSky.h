@@ -11,11 +11,11 @@ namespace Host {
 
 struct SimulatedSatellite {
     char system = 'G';
-    int number = 0;      // PRN or slot
-    int channel = 0;     // of GLONASS
-    double clock = 0.0;  // satellite minus system time at the origin, without relativity, s
-    double drift = 0.0;  // s/s: a whole multiple of what the message can say
-    double groupDelay = 0.0;  // of GPS, s, likewise
+    int number = 0;                // PRN or slot
+    int channel = 0;               // of GLONASS
+    double clock = 0.0;            // satellite minus system time at the origin, without relativity, s
+    double drift = 0.0;            // s/s: a whole multiple of what the message can say
+    double groupDelay = 0.0;       // of GPS, s, likewise
     SimulatedOrbits::State state;  // inertial, at the origin
 };
 

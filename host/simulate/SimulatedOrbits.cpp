@@ -116,8 +116,7 @@ SimulatedOrbits::State SimulatedOrbits::At(std::size_t satellite, double t) {
     State state;
     state.posn = a.state.posn + a.state.vely * (H * u) + a.accel * (0.5 * H * H * u * u) +
                  (c3 + (c4 + c5 * u) * u) * (u * u * u);
-    state.vely =
-        a.state.vely + a.accel * (H * u) + (c3 * 3.0 + (c4 * 4.0 + c5 * (5.0 * u)) * u) * (u * u / H);
+    state.vely = a.state.vely + a.accel * (H * u) + (c3 * 3.0 + (c4 * 4.0 + c5 * (5.0 * u)) * u) * (u * u / H);
     return state;
 }
 

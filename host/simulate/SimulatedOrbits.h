@@ -21,9 +21,9 @@ public:
         Vector posn;  // m
         Vector vely;  // m/s
     };
-    static constexpr double Gravity = 3.986004418e14;   // m3/s2
-    static constexpr double EarthRadius = 6378137.0;    // m
-    static constexpr double J2 = 1.08262982e-3;         //
+    static constexpr double Gravity = 3.986004418e14;     // m3/s2
+    static constexpr double EarthRadius = 6378137.0;      // m
+    static constexpr double J2 = 1.08262982e-3;           //
     static constexpr double EarthRate = 7.2921151467e-5;  // rad/s
 
     // The inertial states at the origin, t = 0.
@@ -61,7 +61,7 @@ private:
     void Extend();
 
     GNSS::GPSTime origin_;
-    double sidereal_;  // at the origin
+    double sidereal_;         // at the origin
     std::int64_t first_ = 0;  // number of the first node kept
     std::deque<std::vector<Node>> nodes_;
     std::vector<State> states_;  // at the last node
