@@ -24,11 +24,12 @@ public:
 
     // Whether everything has been written so far.
     [[nodiscard]] bool IsGood() const { return error_.empty(); }
+    // Writes what has been collected.
+    void Flush();
     // Writes what is left and closes; empty, or what went wrong with the name of the file.
     [[nodiscard]] std::string Close();
 
 private:
-    void Flush();
     void Fail(const char* what);
 
     std::string name_;

@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "gnss/almanac/AlmanacGlonassSV.h"
+#include "gnss/icd/ICD.h"
 #include "gnss/platform/Number.h"
 #include "gnss/time/Constants.h"
 
@@ -243,7 +244,7 @@ String ControlSegment::GetString(std::size_t satellite, double moscow) {
         GlonassSystemTime time;
         time.dayOfAlmanac = dayNumber;
         time.tauC = -0x1p-25;
-        time.fourYears = (date.GetYear() - 1996) / 4 + 1;
+        time.fourYears = (date.Year() - 1996) / 4 + 1;
         time.tauGPS = -GlonassOffset;
         return MakeSystemString(time);
     }

@@ -28,7 +28,10 @@ public:
 
     void Put(const Place& place, std::int64_t number);
     // Rounded to whole units, in two's complement. A value that the field cannot hold becomes the nearest that it can.
-    void Put(const Place& place, double value, double unit, bool isSigned, const Place& rest = {});
+    void Put(const Place& place, double value, double unit, bool isSigned, const Place& rest);
+    void Put(const Place& place, double value, double unit, bool isSigned) {
+        Put(place, value, unit, isSigned, Place{});
+    }
 
     // The words as they are sent: parity in the lowest six bits, and where the last bit of the word before was 1, the
     // data inverted. The last words of the two halves end with two zeros, as each subframe's do.
