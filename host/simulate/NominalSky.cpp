@@ -91,6 +91,7 @@ std::vector<SimulatedSatellite> MakeNominalSky(const GPSTime& origin, const Simu
     const double sidereal = SiderealAngle(origin);
     const GPSTime epochGPS(703, 345600.0);      // 1 July 1993, 0 h
     const GPSTime epochGlonass(834, 172800.0);  // 2 January 1996, 0 h
+    const double toTwoHours = std::fmod(7200.0 - std::fmod(origin.GetSeconds(), 7200.0), 7200.0);
     const auto add = [&](SimulatedSatellite& satellite, const Elements& mean, const GPSTime& epoch) {
         satellite.state = StateOf(Move(mean, (origin - epoch).Seconds()), sidereal);
         sky.push_back(satellite);
@@ -102,8 +103,9 @@ std::vector<SimulatedSatellite> MakeNominalSky(const GPSTime& origin, const Simu
         const auto draw = [&](Draw what) { return noise.Uniform({'G', static_cast<std::uint64_t>(number), what}); };
         // Neighbours in the list of numbers are not so in the sky.
         const Slot& slot = GPSSlots[static_cast<std::size_t>(number * 11 % 32)];
-        satellite.clock = (draw(ClockOffset) - 0.5) * 8e-4;
-        satellite.drift = Whole((draw(ClockDrift) - 0.5) * 2e-11, 0x1p-43);
+        // The drift over two hours, and so the offset at every toc, is a whole number of the message's units.
+        satellite.drift = Whole((draw(ClockDrift) - 0.5) * 4e-11, 0x1p-36);
+        satellite.clock = Whole((draw(ClockOffset) - 0.5) * 8e-4, 0x1p-31) - satellite.drift * toTwoHours;
         satellite.groupDelay = Whole((draw(Delay) - 0.5) * 2.4e-8, 0x1p-31);
         add(satellite,
             {26559710.0, 0.002 + 0.01 * draw(Eccentricity), (54.5 + draw(Inclination)) * Degree, slot.node * Degree,
