@@ -39,11 +39,11 @@ private:
     struct Records : Host::RecordSink {
         explicit Records(SimulatedReception& owner) : owner_(owner) {}
         void OnRecord(const GNSS::GPSEphemeride& record) override {
-            if (gps_->Add(record)) owner_.inputs_.gps.SetImplementation(gps_);
+            if (gps_->Update(record)) owner_.inputs_.gps.SetImplementation(gps_);
         }
         void OnRecord(const GNSS::Glonass::Ephemeride& record, std::optional<int> channel) override {
             if (channel) owner_.inputs_.channels.Set(record.slot, *channel);
-            if (glonass_->Add(record)) owner_.inputs_.glonass.SetImplementation(glonass_);
+            if (glonass_->Update(record)) owner_.inputs_.glonass.SetImplementation(glonass_);
         }
 
     private:

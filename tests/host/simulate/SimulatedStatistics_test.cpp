@@ -70,23 +70,25 @@ TEST(SimulatedStatistics, ErrorsAreWhatTheyAreSaidToBe) {
         const Host::SimulatedTruth& truth = reception.GetTruth();
         const GNSS::LocalGrid grid(truth.posn, GNSS::Spheroid::WGS84);
         const GNSS::Grid::Delta posn = grid.GetGridDelta(result.ecef);
-        const GNSS::Grid true_ = grid.GetGrid(truth.vely);
+        const GNSS::Grid moving = grid.GetGrid(truth.vely);
         const double e = posn.GetEast();
         const double n = posn.GetNorth();
-        const std::array<double, 3> vely{result.velocity.vely.GetEast() - true_.GetEast(),
-                                         result.velocity.vely.GetNorth() - true_.GetNorth(),
-                                         result.velocity.vely.GetUp() - true_.GetUp()};
+        const std::array<double, 3> vely{result.velocity.vely.GetEast() - moving.GetEast(),
+                                         result.velocity.vely.GetNorth() - moving.GetNorth(),
+                                         result.velocity.vely.GetHeight() - moving.GetHeight()};
         const std::array<double, 3> sd{result.velocity.sd.GetEast(), result.velocity.sd.GetNorth(),
-                                       result.velocity.sd.GetUp()};
+                                       result.velocity.sd.GetHeight()};
         errors[0].Add(e);
         errors[1].Add(n);
-        errors[2].Add(posn.GetUp());
+        errors[2].Add(posn.GetHeight());
         for (std::size_t axis = 0; axis < 3; ++axis) {
             errors[3 + axis].Add(vely[axis]);
             inVelocity[axis].Count(std::abs(vely[axis]) < 1.959964 * sd[axis]);
         }
         // Within the ellipse that holds 95 % of a normal distribution of this covariance.
-        const double ee = result.covar.GetEE(), nn = result.covar.GetNN(), en = result.covar.GetEN();
+        const double ee = result.covar.GetVarianceEast();
+        const double nn = result.covar.GetVarianceNorth();
+        const double en = result.covar.GetCovarEastNorth();
         inEllipse.Count((e * e * nn - 2.0 * e * n * en + n * n * ee) / (ee * nn - en * en) < 5.991465);
     }
     const std::array names{"east", "north", "up", "velocity east", "velocity north", "velocity up"};
@@ -98,8 +100,7 @@ TEST(SimulatedStatistics, ErrorsAreWhatTheyAreSaidToBe) {
         }
     }
     EXPECT_NEAR(inEllipse.Percent(), 95.0, IsLong() ? 1.0 : inEllipse.Slack(95.0, 0.5));
-    for (const Share& share : inVelocity)
-        EXPECT_NEAR(share.Percent(), 95.0, IsLong() ? 1.0 : share.Slack(95.0, 0.5));
+    for (const Share& share : inVelocity) EXPECT_NEAR(share.Percent(), 95.0, IsLong() ? 1.0 : share.Slack(95.0, 0.5));
     if (IsLong()) {
         std::printf("%d epochs: %.2f %% within the ellipse; velocity %.2f %.2f %.2f %%\n", inEllipse.of,
                     inEllipse.Percent(), inVelocity[0].Percent(), inVelocity[1].Percent(), inVelocity[2].Percent());

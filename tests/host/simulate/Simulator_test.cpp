@@ -106,12 +106,14 @@ TEST(Simulator, BroadcastsWhereTheSatellitesAre) {
             clock.Add(std::abs(result.clockCorrection - truth.clock) * 3e8);
         }
     }
-    std::printf("GPS posn %.3f rms %.3f vely %.5f clock %.3f n %d\n", posn.most, posn.Rms(), vely.most, clock.most, posn.nmr);
+    std::printf("GPS posn %.3f rms %.3f vely %.5f clock %.3f n %d\n", posn.most, posn.Rms(), vely.most, clock.most,
+                posn.nmr);
     EXPECT_LT(posn.most, 0.5);
     EXPECT_LT(clock.most, 0.05);
     Errors gposn, gvely, gclock;
     for (const GNSS::Glonass::Ephemeride& record : heard.glonass) {
-        const GPSTime tb = record.reference + Corvane::Time(record.GetReferenceTime() - GNSS::GloTime(record.reference));
+        const GPSTime tb =
+            record.reference + Corvane::Time(record.GetReferenceTime() - GNSS::GloTime(record.reference));
         for (double tk = -900.0; tk <= 900.0; tk += 150.0) {
             const GPSTime t = tb + Corvane::Time(tk);
             Simulator::Satellite truth;
@@ -123,17 +125,19 @@ TEST(Simulator, BroadcastsWhereTheSatellitesAre) {
             gclock.Add(std::abs(-result.clockCorrection + 46 * 0x1p-30 - truth.clock) * 3e8);
         }
     }
-    std::printf("GLO posn %.3f rms %.3f vely %.5f clock %.3f n %d\n", gposn.most, gposn.Rms(), gvely.most, gclock.most, gposn.nmr);
+    std::printf("GLO posn %.3f rms %.3f vely %.5f clock %.3f n %d\n", gposn.most, gposn.Rms(), gvely.most, gclock.most,
+                gposn.nmr);
     std::printf("almanacs %zu %zu\n", heard.gpsAlmanac.size(), heard.glonassAlmanac.size());
     Errors a, b;
     for (const auto& [prn, sv] : heard.gpsAlmanac) {
-        GNSS::ECEF p; double c = 0;
+        GNSS::ECEF p;
+        double c = 0;
         Simulator::Satellite truth;
         for (double h = -6; h <= 6; h += 1) {
-        const GPSTime t = sv.toa + Corvane::Time(h*3600);
-        ASSERT_TRUE(simulator.GetTruth('G', prn, t, truth));
-        EXPECT_TRUE(sv.CalculatePosn(t, p, c));
-        a.Add((p - truth.posn).Magnitude());
+            const GPSTime t = sv.toa + Corvane::Time(h * 3600);
+            ASSERT_TRUE(simulator.GetTruth('G', prn, t, truth));
+            EXPECT_TRUE(sv.CalculatePosn(t, p, c));
+            a.Add((p - truth.posn).Magnitude());
         }
     }
     std::printf("GPS alm %.0f rms %.0f\n", a.most, a.Rms());
@@ -141,13 +145,14 @@ TEST(Simulator, BroadcastsWhereTheSatellitesAre) {
         GNSS::ECEF p;
         Simulator::Satellite truth;
         for (double h = 0; h <= 6; h += 1) {
-        const GPSTime t = sv.time + Corvane::Time(h*3600);
-        ASSERT_TRUE(simulator.GetTruth('R', slot, t, truth));
-        EXPECT_TRUE(sv.CalculatePosn(t, p));
-        const double age = GNSS::GloTime(t) - sv.GetEpoch();
-        const double turn = age*1e-6;
-        GNSS::ECEF q(p.GetX()*std::cos(turn)-p.GetY()*std::sin(turn), p.GetX()*std::sin(turn)+p.GetY()*std::cos(turn), p.GetZ());
-        b.Add((q - truth.posn).Magnitude());
+            const GPSTime t = sv.time + Corvane::Time(h * 3600);
+            ASSERT_TRUE(simulator.GetTruth('R', slot, t, truth));
+            EXPECT_TRUE(sv.CalculatePosn(t, p));
+            const double age = GNSS::GloTime(t) - sv.GetEpoch();
+            const double turn = age * 1e-6;
+            GNSS::ECEF q(p.GetX() * std::cos(turn) - p.GetY() * std::sin(turn),
+                         p.GetX() * std::sin(turn) + p.GetY() * std::cos(turn), p.GetZ());
+            b.Add((q - truth.posn).Magnitude());
         }
     }
     std::printf("GLO alm %.0f rms %.0f\n", b.most, b.Rms());
