@@ -37,6 +37,7 @@ public:
 
 private:
     struct Records : Host::RecordSink {
+        using RecordSink::OnRecord;
         explicit Records(SimulatedReception& owner) : owner_(owner) {}
         void OnRecord(const GNSS::GPSEphemeride& record) override {
             if (gps_->Update(record)) owner_.inputs_.gps.SetImplementation(gps_);

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "gnss/geodesy/LocalGrid.h"
+#include "host/simulate/SimulatedNoise.h"
 #include "tests/host/simulate/SimulatedReception.h"
 
 namespace {
