@@ -165,11 +165,12 @@ BroadcastOrbit FitBroadcastOrbit(const SimulatedOrbits::State& state, std::span<
         // The unknowns in numerical steps.
         for (const OrbitSample& sample : samples) {
             const Vector at = orbit.At(sample.tk);
-            const Vector rest = (sample.posn - at) / SampleSD;
+            const double sd = SampleSD * sample.sd;
+            const Vector rest = (sample.posn - at) / sd;
             const std::size_t first = rows.size();
             rows.resize(first + 3);
             for (std::size_t c = 0; c < columns; ++c) {
-                const Vector d = (moved[c].At(sample.tk) - at) / SampleSD;
+                const Vector d = (moved[c].At(sample.tk) - at) / sd;
                 rows[first][c] = d.GetX();
                 rows[first + 1][c] = d.GetY();
                 rows[first + 2][c] = d.GetZ();

@@ -43,6 +43,7 @@ struct BroadcastOrbit {
 struct OrbitSample {
     double tk = 0.0;
     SimulatedOrbits::Vector posn;
+    double sd = 1.0;  // against the others
 };
 
 // Least squares on all elements, or on those of an almanac, from the state at the reference time on (inertial, in the

@@ -1,16 +1,23 @@
 // The simulated receiver, heard by the decoder and computed with by the library.
 #include "host/simulate/Simulator.h"
 
+#include <array>
 #include <cmath>
 #include <map>
+#include <numbers>
 
 #include <gtest/gtest.h>
 
-#include "gnss/ephemeris/GPSOrbitModel.h"
+#include "gnss/almanac/GlonassAlmanacModel.h"
 #include "gnss/time/GloTime.h"
 #include "host/cli/LeapRule.h"
+#include "host/receiver/GPSParity.h"
+#include "host/receiver/GlonassHamming.h"
 #include "host/receiver/RecordMaker.h"
 #include "host/receiver/UbxDecoder.h"
+#include "host/simulate/ControlSegment.h"
+#include "tests/host/receiver/ReceiverRecording.h"
+#include "tests/host/simulate/SimulatedReception.h"
 
 namespace {
 
@@ -21,6 +28,7 @@ using Host::SimulatorSettings;
 
 // Everything that a stream of the simulator makes.
 struct Heard : Host::RecordSink {
+    using RecordSink::OnRecord;
     std::vector<GNSS::GPSEphemeride> gps;
     std::vector<GNSS::Glonass::Ephemeride> glonass;
     std::map<int, GNSS::Almanac::SV> gpsAlmanac;
@@ -106,56 +114,306 @@ TEST(Simulator, BroadcastsWhereTheSatellitesAre) {
             clock.Add(std::abs(result.clockCorrection - truth.clock) * 3e8);
         }
     }
-    std::printf("GPS posn %.3f rms %.3f vely %.5f clock %.3f n %d\n", posn.most, posn.Rms(), vely.most, clock.most,
-                posn.nmr);
+    // Metres, m/s, metres: what the fit and the rounding leave.
+    EXPECT_GT(posn.nmr, 1000);
     EXPECT_LT(posn.most, 0.5);
+    EXPECT_LT(posn.Rms(), 0.15);
+    EXPECT_LT(vely.most, 1e-3);
     EXPECT_LT(clock.most, 0.05);
-    Errors gposn, gvely, gclock;
+
+    Errors glonass, glonassVely, glonassClock;
     for (const GNSS::Glonass::Ephemeride& record : heard.glonass) {
-        const GPSTime tb =
-            record.reference + Corvane::Time(record.GetReferenceTime() - GNSS::GloTime(record.reference));
+        const double toTb = record.GetReferenceTime() - GNSS::GloTime(record.reference);
         for (double tk = -900.0; tk <= 900.0; tk += 150.0) {
-            const GPSTime t = tb + Corvane::Time(tk);
+            const GPSTime t = record.reference + Corvane::Time(toTb + tk);
             Simulator::Satellite truth;
             GNSS::Glonass::Ephemeride::Result result;
             ASSERT_TRUE(simulator.GetTruth('R', record.slot, t, truth));
             ASSERT_TRUE(record.CalculatePosn(t, result, false) && result.valid);
-            gposn.Add((result.posn - truth.posn).Magnitude());
-            gvely.Add((result.vely - (GNSS::ECEF() + truth.vely)).Magnitude());
-            gclock.Add(std::abs(-result.clockCorrection + 46 * 0x1p-30 - truth.clock) * 3e8);
+            glonass.Add((result.posn - truth.posn).Magnitude());
+            glonassVely.Add((result.vely - (GNSS::ECEF() + truth.vely)).Magnitude());
+            glonassClock.Add(std::abs(Host::ControlSegment::GlonassOffset - result.clockCorrection - truth.clock) *
+                             3e8);
         }
     }
-    std::printf("GLO posn %.3f rms %.3f vely %.5f clock %.3f n %d\n", gposn.most, gposn.Rms(), gvely.most, gclock.most,
-                gposn.nmr);
-    std::printf("almanacs %zu %zu\n", heard.gpsAlmanac.size(), heard.glonassAlmanac.size());
-    Errors a, b;
-    for (const auto& [prn, sv] : heard.gpsAlmanac) {
-        GNSS::ECEF p;
-        double c = 0;
+    // Units of 0.5 m, 1 mm/s and 1 um/s2 do not say it better.
+    EXPECT_GT(glonass.nmr, 2000);
+    EXPECT_LT(glonass.most, 1.5);
+    EXPECT_LT(glonass.Rms(), 0.5);
+    EXPECT_LT(glonassVely.most, 2e-3);
+    EXPECT_LT(glonassClock.most, 0.15);
+}
+
+// An almanac is of the whole sky, and as good as real ones are (0.5 to 3.7 km).
+TEST(Simulator, BroadcastsAnAlmanac) {
+    Simulator simulator(Quiet(30.0));
+    Heard heard;
+    heard.Listen(simulator, 800.0);
+    ASSERT_EQ(heard.gpsAlmanac.size(), 32U);
+    ASSERT_EQ(heard.glonassAlmanac.size(), 24U);
+    ASSERT_FALSE(heard.ionos.empty() || heard.utcs.empty());
+    const GNSS::Almanac::Iono fresh;
+    EXPECT_EQ(heard.ionos[0].alpha3, fresh.alpha3);
+    EXPECT_EQ(heard.ionos[0].beta3, fresh.beta3);
+    EXPECT_EQ(heard.utcs[0].DtLS, 18);
+    EXPECT_EQ(heard.utcs[0].DtLSF, 18);
+    Host::LeapRule leaps;
+    leaps.SetFor(simulator.GetSettings().start);
+    for (double hours = 0.0; hours <= 10.0; hours += 1.0) {
+        const GPSTime t = simulator.GetSettings().start + Corvane::Time(hours * 3600.0);
         Simulator::Satellite truth;
-        for (double h = -6; h <= 6; h += 1) {
-            const GPSTime t = sv.toa + Corvane::Time(h * 3600);
-            ASSERT_TRUE(simulator.GetTruth('G', prn, t, truth));
-            EXPECT_TRUE(sv.CalculatePosn(t, p, c));
-            a.Add((p - truth.posn).Magnitude());
+        GNSS::ECEF posn;
+        for (const auto& [prn, sv] : heard.gpsAlmanac) {
+            ASSERT_TRUE(simulator.GetTruth('G', prn, t, truth) && sv.CalculatePosn(t, posn));
+            EXPECT_LT((posn - truth.posn).Magnitude(), 2000.0) << prn;
         }
-    }
-    std::printf("GPS alm %.0f rms %.0f\n", a.most, a.Rms());
-    for (const auto& [slot, sv] : heard.glonassAlmanac) {
-        GNSS::ECEF p;
-        Simulator::Satellite truth;
-        for (double h = 0; h <= 6; h += 1) {
-            const GPSTime t = sv.time + Corvane::Time(h * 3600);
+        for (const auto& [slot, sv] : heard.glonassAlmanac) {
+            // Without the record's own earth rate.
+            GNSS::ECEF::Delta vely;
+            constexpr double Rate = GNSS::Glonass::Orbit::EarthRate;
+            GNSS::GlonassAlmanacModel::GermanCalc(sv, GNSS::GloTime(t) - sv.GetEpoch(), Rate, posn, vely);
             ASSERT_TRUE(simulator.GetTruth('R', slot, t, truth));
-            EXPECT_TRUE(sv.CalculatePosn(t, p));
-            const double age = GNSS::GloTime(t) - sv.GetEpoch();
-            const double turn = age * 1e-6;
-            GNSS::ECEF q(p.GetX() * std::cos(turn) - p.GetY() * std::sin(turn),
-                         p.GetX() * std::sin(turn) + p.GetY() * std::cos(turn), p.GetZ());
-            b.Add((q - truth.posn).Magnitude());
+            EXPECT_LT((posn - truth.posn).Magnitude(), 5000.0) << slot;
         }
     }
-    std::printf("GLO alm %.0f rms %.0f\n", b.most, b.Rms());
+}
+
+// Every field of the messages against what went in, at the middle of the range and near its ends.
+TEST(Simulator, MessagesSayWhatWentIn) {
+    const Host::SimulatedNoise draw(7);
+    std::uint64_t key = 0;
+    const auto half = [&](double most) { return (draw.Uniform({++key}) * 2.0 - 1.0) * most; };
+    using SF = GNSS::ICD::EphemerisSF;
+    constexpr double Pi = std::numbers::pi;
+    for (int run = 0; run < 200; ++run) {
+        Host::GPSBroadcast b;
+        Host::BroadcastOrbit& o = b.orbit;
+        b.week = 2048 + run;
+        b.toe = 16.0 * (run * 181 % 37800);
+        b.issue = run * 5;
+        b.health = run % 64;
+        b.groupDelay = half(127 * SF::Tgd);
+        b.af0 = half(2097151 * SF::Af0), b.af1 = half(32767 * SF::Af1);
+        o.sqrtA = 5000.0 + half(200.0), o.e = 0.02 + half(0.02), o.M0 = half(3.14), o.omega = half(3.14);
+        o.node = half(3.14), o.i0 = half(3.14), o.deltaN = half(32767 * SF::Dn * Pi);
+        o.nodeRate = half(8388607 * SF::OmegaDot * Pi), o.iRate = half(8191 * SF::IDot * Pi);
+        o.Crc = half(32767 * SF::Crc), o.Crs = half(32767 * SF::Crs), o.Cuc = half(32767 * SF::Cuc);
+        o.Cus = half(32767 * SF::Cus), o.Cic = half(32767 * SF::Cic), o.Cis = half(32767 * SF::Cis);
+        GNSS::ICD icd;
+        for (int n = 1; n <= 3; ++n) {
+            const auto sent = Host::MakeSubframe(b, n, 6.0 * (n - 1) + 30.0 * run).GetTransmitted();
+            std::array<unsigned long, 10> words{};
+            for (std::size_t i = 0; i < words.size(); ++i)
+                words[i] = i > 0 && (sent[i - 1] & 1U) != 0 ? sent[i] ^ 0x3FFFFFC0U : sent[i];
+            EXPECT_TRUE(Host::HasGPSParity(words));
+            EXPECT_EQ(sent[1] & 3U, 0U);
+            EXPECT_EQ(sent[9] & 3U, 0U);
+            int id = 0, page = 0;
+            static_cast<void>(icd.AddSubframe(words.data(), id, page));
+            EXPECT_EQ(id, n);
+        }
+        GNSS::GPSEphemeride e;
+        ASSERT_TRUE(icd.IsEphemerisValid() && icd.GetEphemerisData(e));
+        EXPECT_EQ(e.clock.IODC, b.issue);
+        EXPECT_EQ(e.posn.IODE, b.issue % 256);
+        EXPECT_EQ(e.status.GetHealth(), b.health);
+        EXPECT_EQ(e.posn.toe, b.toe);
+        EXPECT_EQ(e.clock.toc, b.toe);
+        const GNSS::GPSEphemeride::Posn& p = e.posn;
+        const double pairs[][3] = {{p.sqrtA, o.sqrtA, SF::SqrtA},
+                                   {p.e, o.e, SF::E},
+                                   {p.M0.Radians(), o.M0, SF::M0 * Pi},
+                                   {p.omega.Radians(), o.omega, SF::W * Pi},
+                                   {p.Omega0.Radians(), o.GetNodeAtWeekStart(b.toe), SF::Omega0 * Pi},
+                                   {p.i0.Radians(), o.i0, SF::I0 * Pi},
+                                   {p.deltaN.Radians(), o.deltaN, SF::Dn * Pi},
+                                   {p.OmegaDot.Radians(), o.nodeRate, SF::OmegaDot * Pi},
+                                   {p.IDOT.Radians(), o.iRate, SF::IDot * Pi},
+                                   {p.Crc, o.Crc, SF::Crc},
+                                   {p.Crs, o.Crs, SF::Crs},
+                                   {p.Cuc.Radians(), o.Cuc, SF::Cuc},
+                                   {p.Cus.Radians(), o.Cus, SF::Cus},
+                                   {p.Cic.Radians(), o.Cic, SF::Cic},
+                                   {p.Cis.Radians(), o.Cis, SF::Cis},
+                                   {e.clock.Tgd, b.groupDelay, SF::Tgd},
+                                   {e.clock.af0, b.af0, SF::Af0},
+                                   {e.clock.af1, b.af1, SF::Af1}};
+        for (const auto& [decoded, encoded, unit] : pairs) EXPECT_NEAR(decoded, encoded, unit * 0.5000001);
+
+        using GSF = GNSS::ICDGlonass::EphemerisSF;
+        Host::GlonassBroadcast g;
+        g.slot = run % 24 + 1;
+        g.tb = 900.0 * (run % 96);
+        g.healthy = run % 2 != 0;
+        const auto axes = [&](double most) { return GNSS::ECEF::Delta(half(most), half(most), half(most)); };
+        g.posn = axes(27000.0), g.vely = axes(4.2), g.accel = axes(15 * GSF::Accl);
+        g.tau = half(1e-3), g.gamma = half(1023 * GSF::Gamma);
+        GNSS::ICDGlonass strings;
+        const double frame = 30.0 * (run * 7 % 2880);
+        for (int n = 1; n <= 4; ++n) {
+            const auto string = Host::MakeImmediateString(g, n, frame, run + 1);
+            EXPECT_TRUE(Host::HasGlonassCheck(string));
+            strings.AddString(1, string);
+        }
+        GNSS::Glonass::Ephemeride r;
+        r.slot = GNSS::Glonass::Slot(g.slot);
+        ASSERT_TRUE(strings.GetEphemeride(r, 1));
+        EXPECT_EQ(r.posn.tb, g.tb);
+        EXPECT_EQ(r.posn.frameTime, frame);
+        EXPECT_EQ(r.posn.day, run + 1);
+        EXPECT_EQ(r.status.IsHealthy(), g.healthy);
+        const auto expectAxes = [](const GNSS::ECEF& a, const GNSS::ECEF::Delta& b2, double unit) {
+            EXPECT_NEAR(a.GetX(), b2.GetX(), unit * 0.5000001);
+            EXPECT_NEAR(a.GetY(), b2.GetY(), unit * 0.5000001);
+            EXPECT_NEAR(a.GetZ(), b2.GetZ(), unit * 0.5000001);
+        };
+        expectAxes(r.posn.posn, g.posn, GSF::Posn);
+        expectAxes(r.posn.vely, g.vely, GSF::Vely);
+        expectAxes(r.posn.accel, g.accel, GSF::Accl);
+        EXPECT_NEAR(r.clock.tau, g.tau, GSF::Tau * 0.5000001);
+        EXPECT_NEAR(r.clock.gamma, g.gamma, GSF::Gamma * 0.5000001);
+    }
+}
+
+std::string Stream(const SimulatorSettings& settings, int epochs) {
+    Simulator simulator(settings);
+    std::string bytes;
+    for (int i = 0; i < epochs; ++i) static_cast<void>(simulator.Next(bytes));
+    return bytes;
+}
+
+TEST(Simulator, TheSameSeedGivesTheSameBytes) {
+    SimulatorSettings settings;
+    const std::string first = Stream(settings, 40);
+    EXPECT_EQ(first, Stream(settings, 40));
+    settings.seed = 2;
+    EXPECT_NE(first, Stream(settings, 40));
+}
+
+// Through ends of weeks, of the four years and of days with a leap second, at 20 Hz, and moving: the fix follows.
+TEST(Simulator, TheFixFollowsTheTruth) {
+    struct Case {
+        const char* name;
+        GPSTime start;
+        double interval;
+        const char* motion;
+        const char* fault;
+    };
+    const std::array cases{
+        Case{"20 Hz on a circle", GPSTime(2369, 302400.0), 0.05, "circle,100,10", ""},
+        Case{"on a line", GPSTime(2369, 302400.0), 1.0, "line,45,200", ""},
+        Case{"end of a week, and of 1024", GPSTime(3071, 604680.0), 1.0, "still", ""},
+        Case{"day 1461 to day 1", GPSTime(2294, 593938.0), 30.0, "still", ""},  // 2023-12-31 20:58:40 UTC
+        Case{"leap second", GPSTime(2369, 345538.0), 1.0, "still", "leap"},     // 23:58:40 UTC
+    };
+    for (const Case& c : cases) {
+        SimulatorSettings settings = Quiet(c.interval);
+        settings.start = c.start;
+        ASSERT_TRUE(Host::ParseMotion(c.motion, settings.motion));
+        std::string wrong;
+        if (*c.fault != 0) settings.faults.push_back(*Host::ParseFault(c.fault, wrong));
+        tests::SimulatedReception reception(settings, {});
+        double worst = 0.0, worstVely = 0.0;
+        int nmrFixes = 0;
+        for (int epoch = 0; epoch < 200; ++epoch) {
+            const Host::FixResult& result = reception.Next();
+            if (!result.valid) continue;
+            ++nmrFixes;
+            const GNSS::LocalGrid grid(reception.GetTruth().posn, GNSS::Spheroid::WGS84);
+            worst = std::max(worst, (result.ecef - reception.GetTruth().posn).Magnitude());
+            const auto vely = grid.GetECEFDelta(result.velocity.vely) - reception.GetTruth().vely;
+            worstVely = std::max(worstVely, vely.Magnitude());
+        }
+        EXPECT_EQ(nmrFixes, 200) << c.name;
+        EXPECT_LT(worst, 1.5) << c.name;
+        EXPECT_LT(worstVely, 0.02) << c.name;
+    }
+}
+
+TEST(Simulator, FaultsDoWhatTheySay) {
+    SimulatorSettings settings = Quiet(1.0);
+    const std::string quiet = Stream(settings, 100);
+    tests::Run<Host::UbxDecoder> before(quiet);
+    const auto with = [&](const char* text) {
+        std::string wrong;
+        SimulatorSettings faulty = settings;
+        faulty.faults.push_back(*Host::ParseFault(text, wrong));
+        return Stream(faulty, 100);
+    };
+    ASSERT_EQ(before.said.sets.size(), 100U);
+    const GNSS::PRN prn = before.said.sets[0].GetGPS().GetInner().GetSV(0).GetId();
+    const std::string name = "G" + std::string(prn < 10 ? "0" : "") + std::to_string(int{prn});
+    const auto rangeOf = [&](const tests::Run<Host::UbxDecoder>& run, std::size_t epoch) {
+        const auto& inner = run.said.sets[epoch].GetGPS().GetInner();
+        for (int i = 0; i < inner.NmrSV(); ++i) {
+            if (inner.GetSV(i).GetId() == prn) return inner.GetSV(i).GetMeas(0).GetRange();
+        }
+        return 0.0;
+    };
+    struct Case {
+        std::string fault;
+        double at50;  // what the range is longer by at second 50
+    };
+    for (const Case& c :
+         {Case{"step," + name + ",at=40,for=20,size=20", 20.0}, Case{"ramp,G,at=40,for=20,size=0.5", 5.0},
+          Case{"clock," + name + ",at=30,for=30,size=2", 40.0}}) {
+        tests::Run<Host::UbxDecoder> run(with(c.fault.c_str()));
+        EXPECT_NEAR(rangeOf(run, 50) - rangeOf(before, 50), c.at50, 0.01) << c.fault;
+        EXPECT_NEAR(rangeOf(run, 20), rangeOf(before, 20), 1e-6) << c.fault;
+        EXPECT_NEAR(rangeOf(run, 70), rangeOf(before, 70), 1e-6) << c.fault;
+    }
+    tests::Run<Host::UbxDecoder> outage(with(("outage," + name + ",at=40,for=20").c_str()));
+    EXPECT_EQ(rangeOf(outage, 50), 0.0);
+    EXPECT_NE(rangeOf(outage, 70), 0.0);
+
+    // What changes the messages: the ephemerides of the satellite before the fault, in it and after it.
+    for (const char* kind : {"unhealthy", "orbit", "mixed"}) {
+        Heard heard;
+        SimulatorSettings faulty = settings;
+        std::string wrong, text = std::string(kind) + "," + name + ",at=30,for=30";
+        if (*kind == 'o') text += ",size=500";
+        if (*kind == 'm') text += prn == 1 ? ",with=G02" : ",with=G01";
+        faulty.faults.push_back(*Host::ParseFault(text, wrong));
+        Simulator simulator(faulty);
+        heard.Listen(simulator, 120.0);
+        std::vector<GNSS::GPSEphemeride> records;
+        for (const auto& record : heard.gps) {
+            if (record.prn == prn) records.push_back(record);
+        }
+        ASSERT_EQ(records.size(), 3U) << kind;
+        EXPECT_EQ(records[1].status.IsHealthy(), *kind != 'u');
+        records[1].status.SetHealth(0);
+        GNSS::GPSEphemeride::Result usual, faulted;
+        const GPSTime t = settings.start;
+        ASSERT_TRUE(records[0].CalculatePosn(t, usual) && records[1].CalculatePosn(t, faulted));
+        const double apart = (usual.posn - faulted.posn).Magnitude();
+        if (*kind == 'u') EXPECT_EQ(apart, 0.0);
+        if (*kind == 'o') EXPECT_NEAR(apart, 500.0, 10.0);
+        if (*kind == 'm') EXPECT_GT(apart, 1e5);
+    }
+    Heard noisy;
+    SimulatorSettings bits = settings;
+    std::string wrong;
+    bits.faults.push_back(*Host::ParseFault("bits,all,size=0.01", wrong));
+    Simulator simulator(bits);
+    noisy.Listen(simulator, 60.0);
+    EXPECT_GT(noisy.maker.GetNmrParityFailures(), 20);
+    EXPECT_GT(noisy.maker.GetNmrHammingFailures(), 20);
+}
+
+TEST(SimulatedFault, TextThatIsNoneSaysWhy) {
+    for (const char* text : {"", "steps,G05", "step", "step,G05", "step,G33,size=1", "step,G05,size=x", "mixed,G05",
+                             "mixed,G05,with=R01", "mixed,G,with=G01", "bits,all,size=2", "leap,G05",
+                             "outage,all,for=0", "step,G05,size=1,when=3", "outage,all,at=-1", "step,G05,size=1,"}) {
+        std::string wrong;
+        EXPECT_FALSE(Host::ParseFault(text, wrong)) << text;
+        EXPECT_FALSE(wrong.empty()) << text;
+    }
+    std::string wrong;
+    const auto fault = Host::ParseFault("step,G05,at=600,for=120,size=20", wrong);
+    ASSERT_TRUE(fault);
+    EXPECT_EQ(fault->number, 5);
+    EXPECT_TRUE(fault->IsActive(600.0) && fault->IsActive(719.9) && !fault->IsActive(720.0));
 }
 
 }  // namespace
