@@ -72,8 +72,9 @@ public:
         UbxWriter writer(bytes);
         const double until = start_ + static_cast<double>(epoch_) * settings_.interval;
         WriteMessages(writer, until);
-        const SimulatedTruth truth = receiver_.Measure(epoch_, measurements_);
+        SimulatedTruth truth = receiver_.Measure(epoch_, measurements_);
         const int leaps = clock_.GetLeapSeconds(until);
+        truth.leapSeconds = leaps;
         writer.WriteTime(truth.time, leaps);
         writer.WriteMeasurements(truth.time, leaps, receiver_.HasReset(), measurements_);
         lastTold_ = until;

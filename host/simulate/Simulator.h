@@ -45,6 +45,7 @@ struct SimulatedTruth {
     double clock = 0.0;         // receiver minus GPS time, s
     double clockDrift = 0.0;    // s/s
     double clockGlonass = 0.0;  // receiver minus GLONASS time, without leap seconds and the three hours, s
+    int leapSeconds = 0;        // GPS time minus UTC
     int nmrGPS = 0;             // satellites measured
     int nmrGlonass = 0;
 };

@@ -29,7 +29,7 @@ public:
     const Host::FixResult& Next() {
         std::string bytes;
         truth_ = simulator_.Next(bytes);
-        leaps_.SetFor(truth_.time);
+        leaps_.SetFor(truth_.time, truth_.leapSeconds);
         decoder_.Feed(bytes);
         return *result_;
     }

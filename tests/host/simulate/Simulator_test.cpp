@@ -298,13 +298,15 @@ TEST(Simulator, TheFixFollowsTheTruth) {
         double interval;
         const char* motion;
         const char* fault;
+        double most = 1.5, mostVely = 0.02;  // m, m/s
     };
     const std::array cases{
         Case{"20 Hz on a circle", GPSTime(2369, 302400.0), 0.05, "circle,100,10", ""},
         Case{"on a line", GPSTime(2369, 302400.0), 1.0, "line,45,200", ""},
         Case{"end of a week, and of 1024", GPSTime(3071, 604680.0), 1.0, "still", ""},
         Case{"day 1461 to day 1", GPSTime(2294, 593938.0), 30.0, "still", ""},  // 2023-12-31 20:58:40 UTC
-        Case{"leap second", GPSTime(2369, 345538.0), 1.0, "still", "leap"},     // 23:58:40 UTC
+        // The GLONASS records from before it are a second off until new ones have come.
+        Case{"leap second", GPSTime(2369, 345538.0), 1.0, "still", "leap", 5.0, 0.1},  // 23:58:40 UTC
     };
     for (const Case& c : cases) {
         SimulatorSettings settings = Quiet(c.interval);
@@ -325,13 +327,14 @@ TEST(Simulator, TheFixFollowsTheTruth) {
             worstVely = std::max(worstVely, vely.Magnitude());
         }
         EXPECT_EQ(nmrFixes, 200) << c.name;
-        EXPECT_LT(worst, 1.5) << c.name;
-        EXPECT_LT(worstVely, 0.02) << c.name;
+        EXPECT_LT(worst, c.most) << c.name;
+        EXPECT_LT(worstVely, c.mostVely) << c.name;
     }
 }
 
 TEST(Simulator, FaultsDoWhatTheySay) {
     SimulatorSettings settings = Quiet(1.0);
+    settings.start += Corvane::Time(600.0);  // from when the satellites begin nothing new by themselves
     const std::string quiet = Stream(settings, 100);
     tests::Run<Host::UbxDecoder> before(quiet);
     const auto with = [&](const char* text) {
@@ -387,9 +390,15 @@ TEST(Simulator, FaultsDoWhatTheySay) {
         const GPSTime t = settings.start;
         ASSERT_TRUE(records[0].CalculatePosn(t, usual) && records[1].CalculatePosn(t, faulted));
         const double apart = (usual.posn - faulted.posn).Magnitude();
-        if (*kind == 'u') EXPECT_EQ(apart, 0.0);
-        if (*kind == 'o') EXPECT_NEAR(apart, 500.0, 10.0);
-        if (*kind == 'm') EXPECT_GT(apart, 1e5);
+        if (*kind == 'u') {
+            EXPECT_EQ(apart, 0.0);
+        }
+        if (*kind == 'o') {
+            EXPECT_NEAR(apart, 500.0, 10.0);
+        }
+        if (*kind == 'm') {
+            EXPECT_GT(apart, 1e5);
+        }
     }
     Heard noisy;
     SimulatorSettings bits = settings;
