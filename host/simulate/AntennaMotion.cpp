@@ -1,5 +1,6 @@
 #include "host/simulate/AntennaMotion.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <numbers>

@@ -1,6 +1,7 @@
 #include "host/simulate/ControlSegment.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 
@@ -122,7 +123,7 @@ GPSBroadcast ControlSegment::GetBroadcast(std::size_t satellite, double frame) {
     broadcast.week = begin.GetWeek();
     broadcast.toe = std::fmod(static_cast<double>(window + 1) * Window, GPSTime::SecsInWeek);
     const int changes = faults_.CountMessageChanges(own.system, own.number, since);
-    const std::int64_t number = window + sky_[source].number * 7;
+    const std::int64_t number = window + std::int64_t{7} * sky_[source].number;
     broadcast.issue = static_cast<int>(number % Issues * 3 + changes % 3 + number / Issues % 4 * 256);
     broadcast.health = IsHealthy(own, frame) ? 0 : AllBad;
     broadcast.groupDelay = sky_[source].groupDelay;

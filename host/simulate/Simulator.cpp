@@ -43,6 +43,7 @@ std::optional<GPSTime> LeapOf(const SimulatorSettings& settings) {
 
 std::vector<SimulatedOrbits::State> StatesOf(const std::vector<SimulatedSatellite>& sky) {
     std::vector<SimulatedOrbits::State> states;
+    states.reserve(sky.size());
     for (const SimulatedSatellite& satellite : sky) states.push_back(satellite.state);
     return states;
 }
@@ -150,7 +151,7 @@ private:
     void ForWrongBits(const SimulatedSatellite& satellite, double t, unsigned bits, Take take) const {
         const auto* fault = faults_.Find(Kind::BitErrors, satellite.system, satellite.number, t - start_);
         if (fault == nullptr) return;
-        const auto system = static_cast<std::uint64_t>(satellite.system);
+        const std::uint64_t system = static_cast<unsigned char>(satellite.system);
         const auto number = static_cast<std::uint64_t>(satellite.number);
         const auto key = static_cast<std::uint64_t>(ToInt64(std::round(t)));
         for (unsigned bit = 0; bit < bits; ++bit) {
