@@ -19,5 +19,6 @@ void AddStoreCommand(CLI::App& program, int& exitCode);
 void AddShowCommand(CLI::App& program, int& exitCode);
 void AddSkyCommand(CLI::App& program, int& exitCode);
 void AddPlanCommand(CLI::App& program, int& exitCode);
+void AddSimulateCommand(CLI::App& program, int& exitCode);
 
 }  // namespace Host

@@ -55,6 +55,7 @@ int Run(int argc, char** argv) {
     Host::AddShowCommand(program, exitCode);
     Host::AddSkyCommand(program, exitCode);
     Host::AddPlanCommand(program, exitCode);
+    Host::AddSimulateCommand(program, exitCode);
 
     const std::string first = argc > 1 ? argv[1] : "";
     const auto isCommand = [&first](const CLI::App* command) { return command->get_name() == first; };

@@ -29,13 +29,14 @@ public:
 
     // Whether everything has been written so far.
     [[nodiscard]] bool IsGood() const { return error_.empty(); }
+    // Writes what has been collected.
+    void Flush();
     // Writes what is left and closes; empty, or what went wrong with the name of the file.
     [[nodiscard]] std::string Close();
     // Closes and leaves no file of Mode::Whole; one that was there stays.
     void Discard();
 
 private:
-    void Flush();
     void Fail(const char* what);
 
     std::string name_;
