@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "host/cli/Satellites.h"
+#include "host/text/Satellites.h"
 
 namespace Host {
 
