@@ -8,7 +8,7 @@
 #include "gnss/almanac/AlmanacCalculator.h"
 #include "gnss/ephemeris/GPSEphemeris.h"
 #include "gnss/ephemeris/GlonassEphemeris.h"
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "host/fix/PositionFix.h"
 #include "host/receiver/RecordMaker.h"
 #include "host/receiver/UbxDecoder.h"

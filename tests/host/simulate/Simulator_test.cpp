@@ -9,7 +9,7 @@
 
 #include "gnss/almanac/GlonassAlmanacModel.h"
 #include "gnss/time/GloTime.h"
-#include "host/cli/LeapRule.h"
+#include "host/receiver/LeapRule.h"
 #include "host/receiver/RecordMaker.h"
 #include "host/receiver/UbxDecoder.h"
 #include "host/simulate/ControlSegment.h"

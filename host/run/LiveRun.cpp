@@ -1,0 +1,187 @@
+#include "host/run/LiveRun.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <ctime>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "host/live/LiveSources.h"
+#include "host/live/NtripRequest.h"
+#include "host/live/SourceAddress.h"
+#include "host/source/Input.h"
+
+namespace Host {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr SteadySpan GarbageSpan = 60s;
+constexpr std::chrono::milliseconds LongestWait = 1000ms;
+
+// The machine's clock, which only streams without a week need, to half a week.
+GNSS::GPSTime MachineTime() {
+    constexpr double UnixOfGPS = 315964800.0;
+    constexpr double Week = 604800.0;
+    const double seconds = static_cast<double>(std::time(nullptr)) - UnixOfGPS;
+    const double week = std::floor(seconds / Week);
+    return {static_cast<int>(week), seconds - week * Week};
+}
+
+// A file name of an address: "tcp://localhost:2101" as "tcp_localhost_2101".
+std::string FileNameOf(const std::string& name) {
+    std::string file;
+    for (const char c : name) {
+        const bool isPlain = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.' ||
+                             c == '-';
+        if (isPlain) {
+            file += c;
+        } else if (!file.empty() && file.back() != '_') {
+            file += '_';
+        }
+    }
+    return file;
+}
+
+}  // namespace
+
+struct LiveRun::Feed {
+    Feed(RunCore& core, RunInput& facts, std::string name) : stream(core, facts, std::move(name)) {}
+
+    LiveStream stream;
+    std::unique_ptr<LiveSource> source;
+    std::unique_ptr<RawRecorder> recorder;
+};
+
+LiveRun::LiveRun(RunRequest request, std::vector<RunOutput*> outputs, LiveRunSettings settings)
+    : settings_(std::move(settings)), core_(std::move(request), std::move(outputs)), loop_(settings_.live.clock) {
+    if (!settings_.date) settings_.date = MachineTime;
+}
+
+LiveRun::~LiveRun() = default;
+
+bool LiveRun::Open(std::string& reason) {
+    for (std::size_t i = 0; i < core_.GetRequest().inputs.size(); ++i) {
+        if (!OpenInput(i, reason)) return false;
+    }
+    if (!HasSource()) {
+        reason = "none of the inputs is live";
+        return false;
+    }
+    if (!settings_.almanac.empty()) core_.GetTree().SetRootPath(settings_.almanac);
+    core_.CompletePlan();
+    loop_.Every(GarbageSpan, [this] {
+        for (const auto& feed : feeds_) feed->stream.TellGarbage();
+    });
+    return true;
+}
+
+bool LiveRun::HasSource() const {
+    return !feeds_.empty();
+}
+
+bool LiveRun::OpenInput(std::size_t index, std::string& reason) {
+    const std::string& input = core_.GetRequest().inputs[index];
+    if (SourceAddress::IsLive(input)) {
+        AddSource(input, index, reason);
+        return reason.empty();
+    }
+    RunInput& facts = core_.GetFacts().inputs[index];
+    facts.name = input;
+    Input file(input);
+    FileError error;
+    if (!file.Open(error)) {
+        reason = error.Print();
+        return false;
+    }
+    facts.format = Name(file.GetFormat());
+    if (!file.IsNavigationFile()) {
+        reason = NameOf(input) + ": beside live sources only RINEX navigation files can be read";
+        return false;
+    }
+    return core_.TakeNavigationFile(file, facts, reason);
+}
+
+void LiveRun::AddSource(const std::string& text, std::size_t index, std::string& reason) {
+    SourceAddress address;
+    if (!SourceAddress::Parse(text, address, reason)) return;
+    RunInput& facts = core_.GetFacts().inputs[index];
+    facts.name = address.GetName();
+    auto feed = std::make_unique<Feed>(core_, facts, address.GetName());
+    const NtripSource::Position position = [this] {
+        const std::optional<GNSS::Geog> place = core_.GetLastPlace();
+        const std::optional<GNSS::GPSTime>& now = core_.GetNow();
+        if (!place || !now) return std::string();
+        GgaPosition gga;
+        gga.secondsOfDay = now->GetSeconds();
+        gga.latitude = place->GetPhi().Degrees();
+        gga.longitude = place->GetLambda().Degrees();
+        gga.height = place->GetHeight();
+        return MakeGga(gga);
+    };
+    feed->source = MakeLiveSource(address, settings_.live, *this, settings_.password, position);
+    if (!settings_.recordings.empty()) {
+        const std::string path = settings_.recordings + "/" + FileNameOf(address.GetName()) + ".raw";
+        feed->recorder = std::make_unique<RawRecorder>(
+            path, settings_.live.clock, [name = address.GetName()](const std::string& what) { Say(name, what); });
+    }
+    loop_.Add(*feed->source);
+    feeds_.push_back(std::move(feed));
+}
+
+LiveRun::Feed* LiveRun::Find(const LiveSource& source) {
+    const auto found = std::ranges::find_if(feeds_, [&](const auto& feed) { return feed->source.get() == &source; });
+    return found != feeds_.end() ? found->get() : nullptr;
+}
+
+void LiveRun::OnBytes(LiveSource& source, std::string_view bytes) {
+    Feed* feed = Find(source);
+    if (feed == nullptr) return;
+    if (feed->recorder) feed->recorder->Write(bytes);
+    if (source.GetCounts().connects > 0 && feed->stream.GetFacts().bytes == 0)
+        feed->stream.SetApproximateTime(core_.GetNow().value_or(core_.GetRequest().date.value_or(settings_.date())));
+    feed->stream.Take(bytes);
+}
+
+void LiveRun::OnBroken(LiveSource& source) {
+    if (Feed* feed = Find(source); feed != nullptr) feed->stream.Break();
+}
+
+void LiveRun::OnEvent(LiveSource& source, const std::string& text) {
+    Say(source.GetName(), text);
+}
+
+std::vector<LiveRun::SourceStatus> LiveRun::GetSources() const {
+    std::vector<SourceStatus> sources;
+    const auto seconds = [](const std::optional<SteadySpan>& span) {
+        return span ? std::optional<double>(std::chrono::duration<double>(*span).count()) : std::nullopt;
+    };
+    for (const auto& feed : feeds_) {
+        const LiveSource& source = *feed->source;
+        sources.push_back({source.GetName(), source.GetState(), seconds(source.GetAge()), seconds(source.GetWait()),
+                           source.GetCounts(), &feed->stream.GetFacts()});
+    }
+    return sources;
+}
+
+std::string LiveRun::Run(const std::function<bool()>& isStopped, const std::function<void()>& everySecond) {
+    core_.Begin();
+    if (everySecond) loop_.Every(1s, everySecond);
+    for (const auto& feed : feeds_) feed->source->Start();
+    const auto hasFailed = [](const auto& feed) { return feed->source->GetState() == LiveSource::State::Failed; };
+    while (core_.AreOutputsGood() && !(isStopped && isStopped()) && !std::ranges::all_of(feeds_, hasFailed))
+        loop_.RunOnce(LongestWait);
+    // Stopping is how a live run ends: what has come is complete.
+    for (const auto& feed : feeds_) {
+        feed->source->Stop();
+        feed->stream.TellGarbage();
+        feed->stream.Finish(core_.GetRequest().date);
+    }
+    core_.GetFacts().isStopped = !core_.AreOutputsGood();
+    return core_.Finish();
+}
+
+}  // namespace Host

@@ -1,0 +1,58 @@
+// LiveStream: a live source's way into a run: finds the format of what comes, and decodes it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "gnss/time/GPSTime.h"
+#include "host/receiver/StreamFormat.h"
+#include "host/run/RunStream.h"
+
+namespace Host {
+
+// The format is that of the first messages with good checksums, and found again when for long nothing of it comes. At a
+// break of the stream the decoder is finished and a new one of the same format begins, so that what was received whole
+// is used, and nothing of the old is taken for a part of the new; what subframes and strings have been collected stays.
+class LiveStream : public RunStream {
+public:
+    // Bytes without a single message after which the format is looked for again.
+    static constexpr std::size_t MaxGarbage = std::size_t{256} * 1024;
+
+    LiveStream(RunCore& core, RunInput& facts, std::string name) : RunStream(core, facts, std::move(name)) {}
+
+    // About when it is, for streams that do not tell their week.
+    void SetApproximateTime(const GNSS::GPSTime& time);
+    void Take(std::string_view bytes);
+    // The stream is broken.
+    void Break();
+    // Says how many bytes belonged to no message since the last call, if there were any.
+    void TellGarbage();
+
+    void OnMeasurements(const GNSS::MeasSet& set) override;
+    // When the last epoch was measured, by the data.
+    [[nodiscard]] const std::optional<GNSS::GPSTime>& GetLastEpoch() const { return lastEpoch_; }
+
+private:
+    void Detect();
+    void Decode(std::string_view bytes);
+    void BeginDecoder();
+    void EndDecoder();
+
+    StreamFormat format_ = StreamFormat::Unknown;
+    std::string beginning_;  // until the format is known
+    std::size_t nextLook_ = 0;
+    std::unique_ptr<StreamDecoder> decoder_;
+    RunInput before_;  // counts of earlier decoders
+    std::int64_t messages_ = 0;       // at the last message, of this decoder
+    std::int64_t bytesAtMessage_ = 0;
+    std::int64_t toldSkipped_ = 0;
+    std::int64_t toldFailures_ = 0;
+    std::optional<GNSS::GPSTime> date_;
+    std::optional<GNSS::GPSTime> lastEpoch_;
+};
+
+}  // namespace Host
