@@ -157,6 +157,27 @@ std::string Comment(std::string_view text) {
     return lines;
 }
 
+// The parser takes it for granted that after the bracket of a header a name begins. The first line where none does,
+// from 1; 0 when there is none.
+int FindBrokenHeader(std::string_view text) {
+    constexpr std::string_view Blanks = " \t";
+    int number = 0;
+    while (!text.empty()) {
+        ++number;
+        std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        line.remove_prefix(std::min(line.find_first_not_of(Blanks), line.size()));
+        if (!line.starts_with('[')) continue;
+        line.remove_prefix(line.starts_with("[[") ? 2 : 1);
+        line.remove_prefix(std::min(line.find_first_not_of(Blanks), line.size()));
+        const char c = line.empty() ? '\n' : line.front();
+        const bool isName = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+                            c == '-' || c == '"' || c == '\'';
+        if (!isName) return number;
+    }
+    return 0;
+}
+
 }  // namespace
 
 std::vector<std::string> ReadConfig(std::string_view text, const std::string& name, RunSettings& settings) {
@@ -169,6 +190,8 @@ std::vector<std::string> ReadConfig(std::string_view text, const std::string& na
         return {fmt::format("{}:{}: a control character, as no configuration has", name,
                             1 + std::count(text.begin(), control, '\n'))};
     }
+    if (const int line = FindBrokenHeader(text); line > 0)
+        return {fmt::format("{}:{}: a table's header without a name: [NAME] is one", name, line)};
     // The parser makes a table within a table for each dot of a name, and takes them apart by recursion.
     if (CountDots(text) > MaxDots) return {name + ": has more dots in its names than any configuration"};
     const toml::parse_result result = toml::parse(text);

@@ -209,7 +209,9 @@ void AddSatellites(Page& page, const RunSeries& series) {
                     1, true);
     for (const auto& [name, tally] : series.GetSatellites()) {
         const double n = static_cast<double>(std::max<std::int64_t>(tally.used, 1));
-        const auto metres = [&tally](double value) { return tally.used > 0 ? fmt::format("{:.2f}", value) : "-"; };
+        const auto metres = [isUsed = tally.used > 0](double value) {
+            return isUsed ? fmt::format("{:.2f}", value) : "-";
+        };
         page.Row({SatelliteName(name.first, name.second), fmt::format("{}", tally.tracked),
                   fmt::format("{}", tally.used), fmt::format("{}", tally.rejected),
                   fmt::format("{}", tally.mostSuspect), metres(std::sqrt(tally.squares / n)),

@@ -121,6 +121,8 @@ TEST(RunConfig, RefusesWithPlaceAndWhatIsAllowed) {
              Row{"[fix]\nmaks = 15\n\nmode = 'x'",
                  {"a.toml:2: there is no setting \"fix.maks\"; in [fix] there are mode, ranges, mask, ",
                   "a.toml:4: fix.mode is \"gps\", \"glonass\" or \"both\", not \"x\""}},
+             Row{"[fix]\n[;fix]", {"a.toml:2: a table's header without a name"}},
+             Row{" [[", {"a.toml:1: a table's header without a name"}},
              Row{"[fix]\nionosphere = 1", {"fix.ionosphere is true or false, not 1"}},
              Row{"[tests]\nconfidence = 97", {"tests.confidence is 90, 95, 99 or 99.9 percent, not 97"}},
              Row{"[limits]\nsatellites = 6.0", {"a whole number from 0 to 56, not 6"}},
