@@ -1,6 +1,5 @@
 // gnss run: logs in, positions with their quality out.
 #include <cstdio>
-#include <map>
 #include <memory>
 #include <optional>
 #include <unistd.h>
@@ -13,6 +12,8 @@
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
 #include "host/cli/Progress.h"
+#include "host/cli/RunEventLines.h"
+#include "host/cli/RunLive.h"
 #include "host/cli/RunOptions.h"
 #include "host/cli/StopSignal.h"
 #include "host/run/Pipeline.h"
@@ -26,30 +27,6 @@
 namespace Host {
 
 namespace {
-
-// Shows the events on standard error, of each source the first few.
-class EventLines : public RunOutput {
-public:
-    explicit EventLines(bool all) : all_(all) {}
-
-    void OnFix(const PublishedFix& /*fix*/) override {}
-    void OnEvent(const RunEvent& event) override {
-        if (++nmr_[event.source] > Few && !all_) return;
-        Complain((event.time ? PrintTime(*event.time) + " " : "") + event.source + ": " + event.text);
-    }
-    [[nodiscard]] std::string Finish(const RunFacts& /*facts*/) override {
-        for (const auto& [source, nmr] : nmr_) {
-            if (!all_ && nmr > Few)
-                Complain(fmt::format("{}: {} more events (--warnings shows them)", source, nmr - Few));
-        }
-        return {};
-    }
-
-private:
-    static constexpr std::int64_t Few = 5;
-    bool all_;
-    std::map<std::string, std::int64_t> nmr_;  // by source
-};
 
 // Whether the positions would be written over an input.
 bool IsInputOverwritten(const RunSettings& settings) {
@@ -97,15 +74,14 @@ int Run(const RunOptions& options) {
     for (const std::string& fault : faults) Complain(fault);
     if (!faults.empty()) return 2;
     if (options.IsPrintAsked()) return PrintSettings(settings);
-    if (settings.request.inputs.empty())
-        return Complain("say what to read: SOURCE ..., or [sources] in the file of --config"), 2;
+    if (IsLive(settings.request)) return RunLive(settings);
     if (!IsReadOnce(settings.request.inputs)) return 2;
     if (IsInputOverwritten(settings))
         return Complain(settings.positions + ": is an input, which the positions would overwrite"), 2;
 
     // Who takes what the run produces.
     RunSummary summary(settings.referencePlace);
-    EventLines events(settings.allWarnings);
+    RunEventLines events(settings.allWarnings);
     std::vector<RunOutput*> outputs{&events, &summary};
     std::optional<PositionRows> rows;
 

@@ -13,13 +13,13 @@
 #include "gnss/platform/Number.h"
 #include "host/cli/Commands.h"
 #include "host/cli/Inputs.h"
-#include "host/text/PlaceText.h"
 #include "host/cli/StopSignal.h"
-#include "host/text/TimeText.h"
 #include "host/report/Rows.h"
 #include "host/report/Sink.h"
 #include "host/simulate/Simulator.h"
 #include "host/simulate/StreamServer.h"
+#include "host/text/PlaceText.h"
+#include "host/text/TimeText.h"
 
 namespace Host {
 

@@ -11,6 +11,7 @@
 #include "host/live/LiveSources.h"
 #include "host/live/NtripRequest.h"
 #include "host/live/SourceAddress.h"
+#include "host/simulate/SimulatedSource.h"
 #include "host/source/Input.h"
 
 namespace Host {
@@ -21,6 +22,8 @@ namespace {
 
 constexpr SteadySpan GarbageSpan = 60s;
 constexpr std::chrono::milliseconds LongestWait = 1000ms;
+// The simulated receiver has heard navigation messages for so long before its first epoch, s.
+constexpr double WarmUp = 30.0;
 
 // The machine's clock, which only streams without a week need, to half a week.
 GNSS::GPSTime MachineTime() {
@@ -35,8 +38,8 @@ GNSS::GPSTime MachineTime() {
 std::string FileNameOf(const std::string& name) {
     std::string file;
     for (const char c : name) {
-        const bool isPlain = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.' ||
-                             c == '-';
+        const bool isPlain =
+            (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.' || c == '-';
         if (isPlain) {
             file += c;
         } else if (!file.empty() && file.back() != '_') {
@@ -85,6 +88,10 @@ bool LiveRun::HasSource() const {
 
 bool LiveRun::OpenInput(std::size_t index, std::string& reason) {
     const std::string& input = core_.GetRequest().inputs[index];
+    if (input == SimulatedSource::Address) {
+        AddSimulator(index);
+        return true;
+    }
     if (SourceAddress::IsLive(input)) {
         AddSource(input, index, reason);
         return reason.empty();
@@ -103,6 +110,20 @@ bool LiveRun::OpenInput(std::size_t index, std::string& reason) {
         return false;
     }
     return core_.TakeNavigationFile(file, facts, reason);
+}
+
+void LiveRun::AddSimulator(std::size_t index) {
+    RunInput& facts = core_.GetFacts().inputs[index];
+    facts.name = SimulatedSource::Address;
+    auto feed = std::make_unique<Feed>(core_, facts, facts.name);
+    SimulatorSettings simulator;
+    simulator.seed = settings_.seed;
+    simulator.warmUp = WarmUp;
+    LiveSink& sink = *this;
+    feed->source =
+        std::make_unique<SimulatedSource>(simulator, settings_.speed, settings_.duration, settings_.live, sink);
+    loop_.Add(*feed->source);
+    feeds_.push_back(std::move(feed));
 }
 
 void LiveRun::AddSource(const std::string& text, std::size_t index, std::string& reason) {
@@ -167,12 +188,20 @@ std::vector<LiveRun::SourceStatus> LiveRun::GetSources() const {
     return sources;
 }
 
+// Whether as much of the data's time has passed as was asked for.
+bool LiveRun::IsOver() {
+    if (!settings_.duration || !core_.GetNow()) return false;
+    if (!first_) first_ = core_.GetNow();
+    return (*core_.GetNow() - *first_).Seconds() >= *settings_.duration;
+}
+
 std::string LiveRun::Run(const std::function<bool()>& isStopped, const std::function<void()>& everySecond) {
     core_.Begin();
     if (everySecond) loop_.Every(1s, everySecond);
     for (const auto& feed : feeds_) feed->source->Start();
     const auto hasFailed = [](const auto& feed) { return feed->source->GetState() == LiveSource::State::Failed; };
-    while (core_.AreOutputsGood() && !(isStopped && isStopped()) && !std::ranges::all_of(feeds_, hasFailed))
+    while (core_.AreOutputsGood() && !IsOver() && !(isStopped && isStopped()) &&
+           !std::ranges::all_of(feeds_, hasFailed))
         loop_.RunOnce(LongestWait);
     // Stopping is how a live run ends: what has come is complete.
     for (const auto& feed : feeds_) {

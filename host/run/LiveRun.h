@@ -28,6 +28,10 @@ struct LiveRunSettings {
     Secret password;  // of casters
     // Where the almanac store keeps its almanac, without ".alm"; not kept when empty.
     std::string almanac;
+    std::optional<double> duration;  // s of the data's time, after which the run ends
+    // Of the source "simulator".
+    double speed = 1.0;
+    std::uint64_t seed = 1;
     // About now, for streams that do not tell their week; the machine's clock without one.
     std::function<GNSS::GPSTime()> date;
 };
@@ -55,7 +59,8 @@ public:
     void AddOutput(RunOutput& output) { core_.AddOutput(output); }
     // Until isStopped says so, an output cannot be written any more, or every source has failed for good. Asked after
     // each wait, which ends at least each second and when GetWakeFile is written to. Empty, or what went wrong.
-    [[nodiscard]] std::string Run(const std::function<bool()>& isStopped, const std::function<void()>& everySecond = {});
+    [[nodiscard]] std::string Run(const std::function<bool()>& isStopped,
+                                  const std::function<void()>& everySecond = {});
 
     [[nodiscard]] int GetWakeFile() const { return loop_.GetWakeFile(); }
     [[nodiscard]] const RunFacts& GetFacts() const { return core_.GetFacts(); }
@@ -70,12 +75,15 @@ private:
     void OnEvent(LiveSource& source, const std::string& text) override;
     [[nodiscard]] Feed* Find(const LiveSource& source);
     [[nodiscard]] bool OpenInput(std::size_t index, std::string& reason);
+    void AddSimulator(std::size_t index);
     void AddSource(const std::string& address, std::size_t index, std::string& reason);
     [[nodiscard]] bool HasSource() const;
+    [[nodiscard]] bool IsOver();
 
     LiveRunSettings settings_;
     RunCore core_;
     LiveLoop loop_;
+    std::optional<GNSS::GPSTime> first_;
     std::vector<std::unique_ptr<Feed>> feeds_;
 };
 

@@ -46,8 +46,8 @@ private:
     std::string beginning_;  // until the format is known
     std::size_t nextLook_ = 0;
     std::unique_ptr<StreamDecoder> decoder_;
-    RunInput before_;  // counts of earlier decoders
-    std::int64_t messages_ = 0;       // at the last message, of this decoder
+    RunInput before_;            // counts of earlier decoders
+    std::int64_t messages_ = 0;  // at the last message, of this decoder
     std::int64_t bytesAtMessage_ = 0;
     std::int64_t toldSkipped_ = 0;
     std::int64_t toldFailures_ = 0;

@@ -13,8 +13,7 @@ using GNSS::GPSTime;
 // One input with its stream.
 class Pipeline::Feed : public RunStream {
 public:
-    Feed(RunCore& core, const std::string& path, RunInput& facts)
-        : RunStream(core, facts, NameOf(path)), input(path) {}
+    Feed(RunCore& core, const std::string& path, RunInput& facts) : RunStream(core, facts, NameOf(path)), input(path) {}
 
     void Update() {
         RunInput& facts = GetFacts();

@@ -23,7 +23,8 @@ Setting Sources() {
     Setting setting =
         Make({"sources", "files", "SOURCE",
               "logs (UBX, NovAtel OEM, RTCM 3) and RINEX observation and navigation files, plain or gzip; "
-              "- is standard input"},
+              "- is standard input; or live: tcp://HOST:PORT, tcp-listen://PORT, udp://PORT, ntrip://USER@HOST/MOUNT, "
+              "serial:///dev/ttyUSB0?baud=115200, simulator (which none at all means, too)"},
              Kind::List, "a list of file names");
     setting.print = [](const RunSettings& s) {
         std::string list;
@@ -220,6 +221,23 @@ std::vector<Setting> MakeSettings() {
                &RunRequest::asReceived),
     };
     for (Setting& setting : MakeFixSettings()) settings.push_back(std::move(setting));
+    const std::vector<Setting> live{
+        Number({"live", "duration", "--duration", "end after so much of the data's time; 0 never"},
+               &LiveChoices::duration, {0.0, 1e9}, "seconds"),
+        Name({"live", "record", "--record", "a folder in which the raw bytes of each source are kept as they come"},
+             &LiveChoices::recordings, "the name of a folder; \"\" for none"),
+        Name({"live", "almanac", "--almanac", "where the almanac is kept from run to run, in NAME.alm"},
+             &LiveChoices::almanac, "a file name; \"\" for nowhere"),
+        Name({"live", "ntrip-password-file", "--ntrip-password-file",
+              "a file whose first line is the password for casters, readable by its owner alone; without it the "
+              "variable GNSS_NTRIP_PASSWORD is asked"},
+             &LiveChoices::passwordFile, "a file name; \"\" for none"),
+        Number({"live", "simulator-speed", "--simulator-speed", "how fast the simulated receiver goes, times real"},
+               &LiveChoices::speed, {0.001, 10000.0}),
+        Whole({"live", "simulator-seed", "--simulator-seed", "of the noise of the simulated receiver"},
+              &LiveChoices::seed, {0.0, 1e9}),
+    };
+    settings.insert(settings.end(), live.begin(), live.end());
     const std::vector<Setting> output{
         Name({"output", "folder", "--output",
               "a folder for everything: positions, satellites, notes and events as tables, pictures, a report; made as "
@@ -257,7 +275,7 @@ std::span<const Setting> GetSettings() {
 }
 
 const char* DescribeTable(std::string_view table) {
-    constexpr std::array<std::pair<std::string_view, const char*>, 8> Tables{{
+    constexpr std::array<std::pair<std::string_view, const char*>, 9> Tables{{
         {"sources", "What is read"},
         {"fix", "How positions are computed"},
         {"fix.weights", "How good a range is taken to be"},
@@ -265,6 +283,7 @@ const char* DescribeTable(std::string_view table) {
         {"tests", "Statistical tests"},
         {"limits", "Working limits"},
         {"satellites", "The operator's list"},
+        {"live", "Live sources"},
         {"output", "What is written"},
     }};
     for (const auto& [name, what] : Tables)
@@ -274,7 +293,7 @@ const char* DescribeTable(std::string_view table) {
 
 bool HasSayInPositions(const Setting& setting) {
     const std::string_view table = setting.table;
-    return table != "output" && std::string_view(setting.key) != "files";
+    return table != "output" && table != "live" && std::string_view(setting.key) != "files";
 }
 
 }  // namespace Host

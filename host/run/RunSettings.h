@@ -17,8 +17,19 @@
 
 namespace Host {
 
+// Of a run of live sources.
+struct LiveChoices {
+    double duration = 0.0;     // s of the data's time after which it ends; 0 never
+    std::string recordings;    // folder of the raw streams; none when empty
+    std::string almanac;       // file of the almanac without ".alm"; not kept when empty
+    std::string passwordFile;  // of casters
+    double speed = 1.0;        // of the simulated receiver, times real
+    int seed = 1;              // of its noise
+};
+
 struct RunSettings {
     RunRequest request;
+    LiveChoices live;
     RunFolderOptions folder;
     std::string reference;                     // as it was written
     std::optional<GNSS::ECEF> referencePlace;  // what it says

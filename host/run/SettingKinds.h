@@ -48,6 +48,10 @@ auto& Of(Settings& settings, T RunFolderOptions::*member) {
     return settings.folder.*member;
 }
 template <typename Settings, typename T>
+auto& Of(Settings& settings, T LiveChoices::*member) {
+    return settings.live.*member;
+}
+template <typename Settings, typename T>
 auto& Of(Settings& settings, T RunSettings::*member) {
     return settings.*member;
 }

@@ -1,0 +1,63 @@
+#include "host/cli/RunLive.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "host/cli/Inputs.h"
+#include "host/cli/LiveStatus.h"
+#include "host/cli/RunEventLines.h"
+#include "host/cli/StopSignal.h"
+#include "host/live/SourceAddress.h"
+#include "host/run/DailyFolders.h"
+#include "host/run/LiveRun.h"
+#include "host/run/PositionRows.h"
+#include "host/simulate/SimulatedSource.h"
+
+namespace Host {
+
+bool IsLive(const RunRequest& request) {
+    return request.inputs.empty() || std::ranges::any_of(request.inputs, [](const std::string& input) {
+               return input == SimulatedSource::Address || SourceAddress::IsLive(input);
+           });
+}
+
+int RunLive(RunSettings settings) {
+    if (settings.request.inputs.empty()) settings.request.inputs.emplace_back(SimulatedSource::Address);
+    LiveRunSettings live;
+    live.recordings = settings.live.recordings;
+    live.almanac = settings.live.almanac;
+    live.speed = settings.live.speed;
+    live.seed = static_cast<std::uint64_t>(settings.live.seed);
+    if (settings.live.duration > 0.0) live.duration = settings.live.duration;
+    std::string reason;
+    if (!FindPassword({settings.live.passwordFile, "", ""}, live.password, reason)) return Complain(reason), 2;
+
+    LiveStatus status;
+    RunEventLines events(settings.allWarnings);
+    // The status makes room before an event is shown.
+    LiveRun run(settings.request, {&status, &events}, std::move(live));
+    if (!run.Open(reason)) return Complain(reason), 1;
+    const StopSignal stop;
+    StopSignal::WakeThrough(run.GetWakeFile());
+    std::optional<DailyFolders> folders;
+    if (!settings.folder.folder.empty()) {
+        folders.emplace(settings.folder, settings.referencePlace);
+        if (!folders->GetFailure().empty()) return Complain(folders->GetFailure()), 1;
+        run.AddOutput(*folders);
+    }
+    std::optional<PositionRows> rows;
+    if (!settings.positions.empty()) run.AddOutput(rows.emplace(settings.form, settings.positions));
+    const std::string failure = run.Run([] { return StopSignal::Get() != 0; },
+                                        [&] {
+                                            if (!settings.quiet) status.Show(run);
+                                        });
+    StopSignal::WakeThrough(-1);
+    status.Wipe();
+    if (!failure.empty()) return Complain(failure), 1;
+    if (folders && !folders->GetLast().empty() && !settings.quiet) Complain("written to " + folders->GetLast());
+    return run.GetFacts().counts.fixes > 0 ? 0 : 1;
+}
+
+}  // namespace Host

@@ -1,0 +1,90 @@
+#include "host/run/DailyFolders.h"
+
+#include <cmath>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "host/run/RunCore.h"
+
+namespace Host {
+
+namespace {
+
+constexpr const char* Source = "Run";
+constexpr std::size_t MaxEarly = 1000;
+
+std::int64_t DayOf(const GNSS::GPSTime& time) {
+    return std::int64_t{time.GetWeek()} * 7 +
+           static_cast<std::int64_t>(std::floor(time.GetSeconds() / GNSS::GPSTime::SecsInDay));
+}
+
+}  // namespace
+
+DailyFolders::DailyFolders(RunFolderOptions options, const std::optional<GNSS::ECEF>& reference)
+    : options_(std::move(options)), reference_(reference) {
+    std::error_code error;
+    std::filesystem::create_directories(options_.folder, error);
+    if (error) failure_ = options_.folder + ": cannot be made: " + error.message();
+}
+
+DailyFolders::~DailyFolders() = default;
+
+void DailyFolders::BeginDay(const GNSS::GPSTime& time) {
+    number_ = DayOf(time);
+    const Corvane::Date date = time.GetDate();
+    const std::string name =
+        fmt::format("{}/{:04}-{:02}-{:02}", options_.folder, date.Year(), date.Month(), date.Day());
+    current_ = name;
+    for (int i = 2; std::filesystem::exists(current_) && !options_.overwrite; ++i)
+        current_ = fmt::format("{}_{}", name, i);
+    RunFolderOptions options = options_;
+    options.folder = current_;
+    options.skyTime.reset();
+    day_.emplace(std::move(options), reference_);
+    if (!day_->folder.GetFailure().empty()) Say(Source, day_->folder.GetFailure());
+    if (facts_ != nullptr) day_->folder.Begin(*facts_);
+    for (const RunEvent& event : std::exchange(early_, {})) OnEvent(event);
+}
+
+std::string DailyFolders::EndDay(const RunFacts& facts) {
+    if (!day_) return {};
+    std::string failure = day_->summary.Finish(facts);
+    if (failure.empty()) failure = day_->folder.Finish(facts);
+    if (failure.empty()) last_ = current_;
+    day_.reset();
+    return failure;
+}
+
+void DailyFolders::OnFix(const PublishedFix& fix) {
+    // A day that comes back, as in data that go back in time, has a folder of its own.
+    if (!day_ || DayOf(fix.result.time) != number_) {
+        if (day_ && facts_ != nullptr) {
+            if (const std::string failure = EndDay(*facts_); !failure.empty()) Say(Source, failure);
+        }
+        BeginDay(fix.result.time);
+    }
+    day_->summary.OnFix(fix);
+    day_->folder.OnFix(fix);
+}
+
+void DailyFolders::OnEvent(const RunEvent& event) {
+    if (!day_) {
+        if (early_.size() < MaxEarly) early_.push_back(event);
+        return;
+    }
+    day_->summary.OnEvent(event);
+    day_->folder.OnEvent(event);
+}
+
+void DailyFolders::OnReceiverFix(const ReceiverFix& fix) {
+    if (day_) day_->summary.OnReceiverFix(fix);
+}
+
+std::string DailyFolders::Finish(const RunFacts& facts) {
+    return EndDay(facts);
+}
+
+}  // namespace Host
