@@ -16,7 +16,8 @@ for group in "$@"; do
     test)
         reasons+=("to test and check")
         wanted+=(g++ cmake ninja-build ccache pkg-config libeigen3-dev libboost-dev libgtest-dev libbenchmark-dev
-            libgeographiclib-dev liberfa-dev locales clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 python3 git faketime)
+            libgeographiclib-dev liberfa-dev locales clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 python3 git faketime
+            rtklib socat)
         ;;
     bench)
         reasons+=("to compare the speed")

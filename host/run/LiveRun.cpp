@@ -199,9 +199,11 @@ std::string LiveRun::Run(const std::function<bool()>& isStopped, const std::func
     core_.Begin();
     if (everySecond) loop_.Every(1s, everySecond);
     for (const auto& feed : feeds_) feed->source->Start();
-    const auto hasFailed = [](const auto& feed) { return feed->source->GetState() == LiveSource::State::Failed; };
-    while (core_.AreOutputsGood() && !IsOver() && !(isStopped && isStopped()) &&
-           !std::ranges::all_of(feeds_, hasFailed))
+    const auto hasEnded = [](const auto& feed) {
+        const LiveSource::State state = feed->source->GetState();
+        return state == LiveSource::State::Failed || state == LiveSource::State::Stopped;
+    };
+    while (core_.AreOutputsGood() && !IsOver() && !(isStopped && isStopped()) && !std::ranges::all_of(feeds_, hasEnded))
         loop_.RunOnce(LongestWait);
     // Stopping is how a live run ends: what has come is complete.
     for (const auto& feed : feeds_) {

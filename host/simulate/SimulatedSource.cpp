@@ -50,7 +50,9 @@ void SimulatedSource::OnDescriptor(const pollfd& /*ready*/) {
         bytes_.clear();
         const SimulatedTruth truth = simulator_->Next(bytes_);
         Deliver(bytes_);
-        if (lastEpoch_ && truth.epoch >= *lastEpoch_) Fail("the simulation has ended");
+        if (!lastEpoch_ || truth.epoch < *lastEpoch_) continue;
+        Tell("the simulation has ended");
+        Stop();
     }
 }
 

@@ -12,8 +12,8 @@
 
 namespace Host {
 
-// Sends what the receiver sends when its time has come, at so many times real speed, and fails for good with "the
-// simulation has ended" after a span. What was missed by a delay comes late, and is not left out.
+// Sends what the receiver sends when its time has come, at so many times real speed, and stops after a
+// span. What was missed by a delay comes late, and is not left out.
 class SimulatedSource : public LiveSource {
 public:
     static constexpr const char* Address = "simulator";
