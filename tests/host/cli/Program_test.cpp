@@ -56,7 +56,7 @@ TEST_F(Program, RefusesWrongArgumentsInOneLine) {
         const char* inMessage;
     };
     for (const Row& row : {
-             Row{"", 2, "orbit, compare, decode, store, show, sky or plan"},
+             Row{"", 2, "orbit, compare, decode, store, show, sky, plan or simulate"},
              Row{"foo", 2, "'foo'"},
              Row{"--foo", 2, "--foo"},
              Row{"orbit", 2, "NAV"},

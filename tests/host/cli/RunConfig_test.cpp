@@ -196,7 +196,6 @@ TEST_F(RunOptions, GoBeforeTheFileAndTheFileBeforeTheDefaults) {
              Row{"--confidence high x", "--confidence is 90, 95, 99 or 99.9 percent, not \"high\"\n"},
              Row{"--disable G33 x", "--disable is a list of satellites"},
              Row{"--config c.toml --mode x", "--mode is \"gps\", \"glonass\" or \"both\", not \"x\"\n"},
-             Row{"", "say what to read"},
              Row{"--config none.toml x", "none.toml: "},
              Row{"--config /dev/zero x", "/dev/zero: "},
              Row{"--config c.toml --config c.toml x", "--config"},
