@@ -207,7 +207,7 @@ int Load(int seconds) {
     settings.warmUp = 30.0;
     settings.interval = 0.05;
     // Through the earth, or there would not be as many.
-    settings.mask = -37.0;
+    settings.mask = -45.0;
     Line line(settings);
     line.request.settings.elevationMask = settings.mask;
     std::vector<std::string> epochs(static_cast<std::size_t>(20 * seconds));
