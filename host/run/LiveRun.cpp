@@ -163,7 +163,8 @@ void LiveRun::AddSource(const std::string& text, std::size_t index, std::string&
         const std::optional<GNSS::GPSTime>& now = core_.GetNow();
         if (!place || !now) return std::string();
         GgaPosition gga;
-        gga.secondsOfDay = now->GetSeconds();
+        const double utc = now->GetSeconds() - core_.CountLeapSeconds(*now) + GNSS::GPSTime::SecsInDay;
+        gga.secondsOfDay = std::fmod(utc, GNSS::GPSTime::SecsInDay);
         gga.latitude = place->GetPhi().Degrees();
         gga.longitude = place->GetLambda().Degrees();
         gga.height = place->GetHeight();

@@ -195,7 +195,8 @@ TEST_F(Line, FixesOnceEachEpochThatIsReceivedWhole) {
                 End(peer);
                 peer = line.Accept();
             } else if (trouble == 1) {  // stalls, and has been sending meanwhile
-                while (std::filesystem::file_size(raw) < delivered.size()) std::this_thread::yield();
+                while (!std::filesystem::exists(raw) || std::filesystem::file_size(raw) < delivered.size())
+                    std::this_thread::yield();
                 line.Stall(peer);
                 at = std::min(sent.bytes.size(), at + draw(0, 5000));
                 peer = line.Accept();
@@ -278,6 +279,27 @@ TEST_F(Line, FindsTheFormatInLittleAndWhenItChanges) {
     EXPECT_TRUE(run_.HasEvent("sends UBX") && run_.HasEvent("sends RTCM 3")) << run_.Events();
     EXPECT_EQ(run_.facts.inputs[0].bytes, counts_.bytes);
     EXPECT_EQ(run_.facts.inputs[0].skipped, 2 * static_cast<std::int64_t>(text.size()));
+}
+
+// Who asks a caster again says where and when the last position was, in UTC.
+TEST_F(Line, TellsTheCasterItsPosition) {
+    const Sent sent(2, 1.0);  // from noon, GPS time
+    request_.inputs = {"ntrip1://127.0.0.1:" + std::to_string(server_.GetPort()) + "/MOUNT?gga=10"};
+    std::string request;
+    std::string first;
+    Run([&](Line& line) {
+        tests::Peer peer = line.Accept();
+        first = peer.Receive();
+        peer.Send("ICY 200 OK\r\n\r\n" + sent.bytes);
+        End(peer);
+        peer = line.Accept();
+        static_cast<void>(peer.Receive());
+        peer.Send("ICY 200 OK\r\n\r\n");
+        request = peer.Receive();
+        peer.Close();
+    });
+    EXPECT_EQ(first.find("GGA"), std::string::npos) << first;
+    EXPECT_NE(request.find("$GPGGA,115943.00,5529."), std::string::npos) << request;
 }
 
 // Midnight ends a folder; a program that is started again begins another one; rows are there at once.
