@@ -32,7 +32,8 @@ int RunLive(RunSettings settings) {
     live.seed = static_cast<std::uint64_t>(settings.live.seed);
     if (settings.live.duration > 0.0) live.duration = settings.live.duration;
     std::string reason;
-    if (!FindPassword({settings.live.passwordFile, "", ""}, live.password, reason)) return Complain(reason), 2;
+    const PasswordPlaces places{settings.live.passwordFile, settings.live.password.Reveal(), settings.live.configFile};
+    if (!FindPassword(places, live.password, reason)) return Complain(reason), 2;
 
     LiveStatus status;
     RunEventLines events(settings.allWarnings);
@@ -48,7 +49,8 @@ int RunLive(RunSettings settings) {
         run.AddOutput(*folders);
     }
     std::optional<PositionRows> rows;
-    if (!settings.positions.empty()) run.AddOutput(rows.emplace(settings.form, settings.positions));
+    if (!settings.positions.empty())
+        run.AddOutput(rows.emplace(settings.form, settings.positions, PositionRows::Following));
     const std::string failure = run.Run([] { return StopSignal::Get() != 0; },
                                         [&] {
                                             if (!settings.quiet) status.Show(run);

@@ -52,6 +52,7 @@ RunOptions::RunOptions(CLI::App& command) : given_(GetSettings().size()) {
     const RunSettings defaults;
     for (std::size_t i = 0; i < given_.size(); ++i) {
         const Setting& setting = GetSettings()[i];
+        if (!setting.HasOption()) continue;
         Given& given = given_[i];
         const std::string help = setting.help;
         const std::string value = setting.print(defaults);
@@ -88,12 +89,13 @@ RunOptions::RunOptions(CLI::App& command) : given_(GetSettings().size()) {
 std::vector<std::string> RunOptions::Read(RunSettings& settings) const {
     if (config_->count() > 0) {
         std::vector<std::string> faults = ReadConfigFile(configFile_, settings);
+        settings.live.configFile = configFile_;
         if (!faults.empty()) return faults;
     }
     std::vector<std::string> faults;
     for (std::size_t i = 0; i < given_.size(); ++i) {
         const Given& given = given_[i];
-        if (given.option->count() == 0) continue;
+        if (given.option == nullptr || given.option->count() == 0) continue;
         const Setting& setting = GetSettings()[i];
         SettingValue value = given.on;
         if (setting.kind == Setting::Kind::List) {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <ctime>
 #include <unistd.h>
 
 namespace Host {
@@ -14,6 +15,7 @@ constexpr std::array Signals{SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t received = 0;
 volatile std::sig_atomic_t wakeFile = -1;
+volatile std::sig_atomic_t firstAt = 0;  // s, by the steady clock
 
 // A signal that the program was started to ignore (nohup) stays ignored.
 void SetAction(int number, void (*action)(int), int flags) {
@@ -27,6 +29,17 @@ void SetAction(int number, void (*action)(int), int flags) {
 }
 
 extern "C" void Remember(int number) {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    const auto second = static_cast<std::sig_atomic_t>(now.tv_sec);
+    if (received == 0) {
+        firstAt = second;
+    } else if (second - firstAt >= 2) {
+        // Somebody has no patience. It comes when this function has returned.
+        static_cast<void>(std::signal(number, SIG_DFL));
+        static_cast<void>(std::raise(number));
+        return;
+    }
     received = number;
     const int file = wakeFile;
     if (file < 0) return;
@@ -40,7 +53,7 @@ extern "C" void Remember(int number) {
 
 StopSignal::StopSignal() {
     received = 0;
-    for (const int number : Signals) SetAction(number, Remember, static_cast<int>(SA_RESETHAND));
+    for (const int number : Signals) SetAction(number, Remember, 0);
     pipeBefore_ = std::signal(SIGPIPE, SIG_IGN);
 }
 

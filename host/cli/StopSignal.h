@@ -3,9 +3,9 @@
 
 namespace Host {
 
-// While one stands, SIGINT, SIGTERM and SIGHUP do not end the program at once but are remembered; a second one does. A
-// pipe that nobody reads any more (SIGPIPE) is no signal then, but an output that cannot be written. At most one stands
-// at a time.
+// While one stands, SIGINT, SIGTERM and SIGHUP do not end the program at once but are remembered; one that comes more
+// than a second later does (what stops a program may well send two at once). A pipe that nobody reads any more
+// (SIGPIPE) is no signal then, but an output that cannot be written. At most one stands at a time.
 class StopSignal {
 public:
     StopSignal();

@@ -4,6 +4,8 @@
 #include <chrono>
 #include <cmath>
 #include <ctime>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include <fmt/format.h>
@@ -57,6 +59,7 @@ struct LiveRun::Feed {
     LiveStream stream;
     std::unique_ptr<LiveSource> source;
     std::unique_ptr<RawRecorder> recorder;
+    bool isNew = true;  // nothing has come since the stream began
 };
 
 LiveRun::LiveRun(RunRequest request, std::vector<RunOutput*> outputs, LiveRunSettings settings)
@@ -67,6 +70,14 @@ LiveRun::LiveRun(RunRequest request, std::vector<RunOutput*> outputs, LiveRunSet
 LiveRun::~LiveRun() = default;
 
 bool LiveRun::Open(std::string& reason) {
+    if (!settings_.recordings.empty()) {
+        std::error_code error;
+        std::filesystem::create_directories(settings_.recordings, error);
+        if (error) {
+            reason = settings_.recordings + ": cannot be made: " + error.message();
+            return false;
+        }
+    }
     for (std::size_t i = 0; i < core_.GetRequest().inputs.size(); ++i) {
         if (!OpenInput(i, reason)) return false;
     }
@@ -122,6 +133,21 @@ void LiveRun::AddSimulator(std::size_t index) {
     LiveSink& sink = *this;
     feed->source =
         std::make_unique<SimulatedSource>(simulator, settings_.speed, settings_.duration, settings_.live, sink);
+    Add(std::move(feed));
+}
+
+void LiveRun::Add(std::unique_ptr<Feed> feed) {
+    if (!settings_.recordings.empty()) {
+        const std::string& name = feed->source->GetName();
+        // Two sources do not write into one file.
+        const std::string file = FileNameOf(name);
+        const auto nmr = std::ranges::count_if(
+            feeds_, [&](const auto& other) { return FileNameOf(other->source->GetName()) == file; });
+        const std::string path =
+            fmt::format("{}/{}{}.raw", settings_.recordings, file, nmr > 0 ? fmt::format("_{}", nmr + 1) : "");
+        feed->recorder = std::make_unique<RawRecorder>(path, settings_.live.clock,
+                                                       [name](const std::string& what) { Say(name, what); });
+    }
     loop_.Add(*feed->source);
     feeds_.push_back(std::move(feed));
 }
@@ -137,20 +163,15 @@ void LiveRun::AddSource(const std::string& text, std::size_t index, std::string&
         const std::optional<GNSS::GPSTime>& now = core_.GetNow();
         if (!place || !now) return std::string();
         GgaPosition gga;
-        gga.secondsOfDay = now->GetSeconds();
+        const double utc = now->GetSeconds() - core_.CountLeapSeconds(*now) + GNSS::GPSTime::SecsInDay;
+        gga.secondsOfDay = std::fmod(utc, GNSS::GPSTime::SecsInDay);
         gga.latitude = place->GetPhi().Degrees();
         gga.longitude = place->GetLambda().Degrees();
         gga.height = place->GetHeight();
         return MakeGga(gga);
     };
     feed->source = MakeLiveSource(address, settings_.live, *this, settings_.password, position);
-    if (!settings_.recordings.empty()) {
-        const std::string path = settings_.recordings + "/" + FileNameOf(address.GetName()) + ".raw";
-        feed->recorder = std::make_unique<RawRecorder>(
-            path, settings_.live.clock, [name = address.GetName()](const std::string& what) { Say(name, what); });
-    }
-    loop_.Add(*feed->source);
-    feeds_.push_back(std::move(feed));
+    Add(std::move(feed));
 }
 
 LiveRun::Feed* LiveRun::Find(const LiveSource& source) {
@@ -162,13 +183,23 @@ void LiveRun::OnBytes(LiveSource& source, std::string_view bytes) {
     Feed* feed = Find(source);
     if (feed == nullptr) return;
     if (feed->recorder) feed->recorder->Write(bytes);
-    if (source.GetCounts().connects > 0 && feed->stream.GetFacts().bytes == 0)
-        feed->stream.SetApproximateTime(core_.GetNow().value_or(core_.GetRequest().date.value_or(settings_.date())));
+    if (std::exchange(feed->isNew, false)) feed->stream.SetApproximateTime(GuessTime());
+    lastByte_ = settings_.live.clock();
     feed->stream.Take(bytes);
 }
 
 void LiveRun::OnBroken(LiveSource& source) {
-    if (Feed* feed = Find(source); feed != nullptr) feed->stream.Break();
+    Feed* feed = Find(source);
+    if (feed == nullptr) return;
+    feed->stream.Break();
+    feed->isNew = true;
+}
+
+// By the data, where they have told it, and by how long there have been none since: an outage may last for weeks.
+GNSS::GPSTime LiveRun::GuessTime() const {
+    if (!core_.GetNow()) return core_.GetRequest().date.value_or(settings_.date());
+    const SteadySpan since = lastByte_ ? settings_.live.clock() - *lastByte_ : SteadySpan::zero();
+    return *core_.GetNow() + Corvane::Time(std::chrono::duration<double>(since).count());
 }
 
 void LiveRun::OnEvent(LiveSource& source, const std::string& text) {
@@ -209,7 +240,8 @@ std::string LiveRun::Run(const std::function<bool()>& isStopped, const std::func
     for (const auto& feed : feeds_) {
         feed->source->Stop();
         feed->stream.TellGarbage();
-        feed->stream.Finish(core_.GetRequest().date);
+        // Nothing is wrong with the time of what has not come.
+        if (feed->stream.GetFacts().messages > 0) feed->stream.Finish(core_.GetRequest().date);
     }
     core_.GetFacts().isStopped = !core_.AreOutputsGood();
     return core_.Finish();

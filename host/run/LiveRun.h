@@ -76,6 +76,8 @@ private:
     [[nodiscard]] Feed* Find(const LiveSource& source);
     [[nodiscard]] bool OpenInput(std::size_t index, std::string& reason);
     void AddSimulator(std::size_t index);
+    void Add(std::unique_ptr<Feed> feed);
+    [[nodiscard]] GNSS::GPSTime GuessTime() const;
     void AddSource(const std::string& address, std::size_t index, std::string& reason);
     [[nodiscard]] bool HasSource() const;
     [[nodiscard]] bool IsOver();
@@ -84,6 +86,7 @@ private:
     RunCore core_;
     LiveLoop loop_;
     std::optional<GNSS::GPSTime> first_;
+    std::optional<SteadyTime> lastByte_;  // of any source
     std::vector<std::unique_ptr<Feed>> feeds_;
 };
 

@@ -1,6 +1,7 @@
 #include "host/run/LiveStream.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -30,19 +31,8 @@ void LiveStream::Take(std::string_view bytes) {
 }
 
 void LiveStream::Detect() {
-    const DetectedFormat detected = DetectFormat(beginning_);
     nextLook_ = beginning_.size() + beginning_.size() / 4;
-    if (detected.messages >= EnoughMessages) {
-        if (format_ != detected.format) Say(GetName(), std::string("sends ") + Name(detected.format));
-        format_ = detected.format;
-        BeginDecoder();
-        const std::string beginning = std::move(beginning_);
-        beginning_.clear();
-        nextLook_ = 0;
-        Decode(beginning);
-        return;
-    }
-    if (beginning_.size() <= MaxGarbage) return;
+    if (DecodeBeginning(EnoughMessages) || beginning_.size() <= MaxGarbage) return;
     const std::size_t given = beginning_.size() / 2;
     Say(GetName(), fmt::format("{} bytes hold no messages of UBX, NovAtel OEM or RTCM 3", given));
     before_.bytes += static_cast<std::int64_t>(given);
@@ -53,11 +43,27 @@ void LiveStream::Detect() {
     nextLook_ = 0;
 }
 
+bool LiveStream::DecodeBeginning(std::int64_t enough) {
+    const DetectedFormat detected = DetectFormat(beginning_);
+    // Text files do not come as a stream.
+    if (detected.messages < enough) return false;
+    if (format_ != detected.format) Say(GetName(), std::string("sends ") + Name(detected.format));
+    format_ = detected.format;
+    BeginDecoder();
+    const std::string beginning = std::move(beginning_);
+    beginning_.clear();
+    nextLook_ = 0;
+    Decode(beginning);
+    return true;
+}
+
 void LiveStream::BeginDecoder() {
     decoder_ = MakeDecoder(format_, *this);
     if (date_) decoder_->SetApproximateTime(*date_);
     GetFacts().format = Name(format_);
-    messages_ = bytesAtMessage_ = 0;
+    messages_ = 0;
+    strange_.clear();
+    nextDoubt_ = MaxStrange;
 }
 
 void LiveStream::Decode(std::string_view bytes) {
@@ -66,21 +72,47 @@ void LiveStream::Decode(std::string_view bytes) {
     const StreamCounts& counts = decoder_->GetCounts();
     if (const std::int64_t messages = counts.GetNmrMessages(); messages > messages_) {
         messages_ = messages;
-        bytesAtMessage_ = counts.bytes;
-    } else if (counts.bytes - bytesAtMessage_ > static_cast<std::int64_t>(MaxGarbage)) {
-        EndDecoder();
+        strange_.clear();
+        nextDoubt_ = MaxStrange;
+        return;
     }
+    strange_ += bytes;
+    if (strange_.size() >= nextDoubt_) Doubt();
+}
+
+void LiveStream::Doubt() {
+    const DetectedFormat detected = DetectFormat(strange_);
+    if (detected.messages < EnoughMessages || detected.format == format_) {
+        // Damage, whose end the decoder waits for with what it has of a message.
+        strange_.erase(0, strange_.size() / 2);
+        nextDoubt_ = MaxGarbage;
+        return;
+    }
+    EndDecoder();
+    const auto size = static_cast<std::int64_t>(strange_.size());
+    before_.bytes -= size;
+    before_.skipped = std::max<std::int64_t>(before_.skipped - size, 0);
+    beginning_ = std::exchange(strange_, {});
+    static_cast<void>(DecodeBeginning(EnoughMessages));
 }
 
 void LiveStream::EndDecoder() {
     decoder_->Finish();
     UpdateFacts(*decoder_, before_);
+    // Not from the facts, which have what the records' maker refused as well.
+    const StreamCounts& counts = decoder_->GetCounts();
+    before_.bytes += counts.bytes;
+    before_.skipped += counts.skipped;
+    before_.checksumFailures += counts.checksumFailures;
+    before_.messages += counts.GetNmrMessages();
+    before_.refused += counts.GetNmrRefused();
+    before_.undated += decoder_->GetNmrUndated();
     decoder_.reset();
-    before_ = GetFacts();
 }
 
 void LiveStream::Break() {
-    if (decoder_) {
+    // More will not come: what is whole is used, be it little.
+    if (decoder_ || (!beginning_.empty() && DecodeBeginning(1))) {
         EndDecoder();
         BeginDecoder();
         return;

@@ -14,12 +14,14 @@
 
 namespace Host {
 
-// The format is that of the first messages with good checksums, and found again when for long nothing of it comes. At a
+// The format is that of the first messages with good checksums, and another when that comes in its stead. At a
 // break of the stream the decoder is finished and a new one of the same format begins, so that what was received whole
 // is used, and nothing of the old is taken for a part of the new; what subframes and strings have been collected stays.
 class LiveStream : public RunStream {
 public:
-    // Bytes without a single message after which the format is looked for again.
+    // Bytes without a single message after which another format is looked for.
+    static constexpr std::size_t MaxStrange = std::size_t{64} * 1024;
+    // No more than these are kept.
     static constexpr std::size_t MaxGarbage = std::size_t{256} * 1024;
 
     LiveStream(RunCore& core, RunInput& facts, std::string name) : RunStream(core, facts, std::move(name)) {}
@@ -38,7 +40,10 @@ public:
 
 private:
     void Detect();
+    // False, and nothing done, when so many messages are not there yet.
+    [[nodiscard]] bool DecodeBeginning(std::int64_t enough);
     void Decode(std::string_view bytes);
+    void Doubt();
     void BeginDecoder();
     void EndDecoder();
 
@@ -48,7 +53,8 @@ private:
     std::unique_ptr<StreamDecoder> decoder_;
     RunInput before_;            // counts of earlier decoders
     std::int64_t messages_ = 0;  // at the last message, of this decoder
-    std::int64_t bytesAtMessage_ = 0;
+    std::string strange_;        // since then
+    std::size_t nextDoubt_ = MaxStrange;
     std::int64_t toldSkipped_ = 0;
     std::int64_t toldFailures_ = 0;
     std::optional<GNSS::GPSTime> date_;

@@ -6,7 +6,15 @@
 namespace Host {
 
 PositionRows::PositionRows(Form form, const std::string& path, std::function<bool()> isStopped)
-    : isStopped_(std::move(isStopped)), sink_(path, Sink::Mode::Whole) {
+    : PositionRows(form, path, Sink::Mode::Whole) {
+    isStopped_ = std::move(isStopped);
+}
+
+PositionRows::PositionRows(Form form, const std::string& path, Followed /*followed*/)
+    : PositionRows(form, path, Sink::Mode::InPlace) {}
+
+PositionRows::PositionRows(Form form, const std::string& path, Sink::Mode mode)
+    : sink_(path, mode), isFollowed_(mode == Sink::Mode::InPlace) {
     std::vector<Column> columns = FixRow::Columns();
     if (form == Form::Table) {
         shown_ = FixRow::ChiefColumns();
@@ -19,10 +27,14 @@ PositionRows::PositionRows(Form form, const std::string& path, std::function<boo
 
 void PositionRows::OnFix(const PublishedFix& fix) {
     const std::span<const Cell> cells = row_.Fill(fix, FiguresOf(fix.result));
-    if (shown_.empty()) return writer_->Write(cells);
-    cells_.clear();
-    for (const std::size_t i : shown_) cells_.push_back(cells[i]);
-    writer_->Write(cells_);
+    if (shown_.empty()) {
+        writer_->Write(cells);
+    } else {
+        cells_.clear();
+        for (const std::size_t i : shown_) cells_.push_back(cells[i]);
+        writer_->Write(cells_);
+    }
+    if (isFollowed_) sink_.Flush();
 }
 
 std::string PositionRows::Finish(const RunFacts& /*facts*/) {

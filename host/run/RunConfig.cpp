@@ -228,8 +228,8 @@ bool PrintConfig(const RunSettings& settings, std::string& text, std::string& fa
         }
         const std::string value = setting.print(settings);
         text += '\n' + Comment(setting.help);
-        text +=
-            Comment(fmt::format("{}: {}. Default: {}", setting.option, setting.GetAllowed(), setting.print(defaults)));
+        text += Comment(fmt::format("{}: {}. Default: {}", setting.HasOption() ? setting.option : "No option",
+                                    setting.GetAllowed(), setting.print(defaults)));
         text += fmt::format("{} = {}\n", setting.key, value);
     }
     // What cannot be told in TOML (a name that is not UTF-8) must not be told wrongly.

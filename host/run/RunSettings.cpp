@@ -118,6 +118,26 @@ Setting Reference() {
     return setting;
 }
 
+// Of casters. On the command line everyone on the machine could read it.
+Setting Password() {
+    // What is printed for any password; read again, it leaves the password as it is.
+    constexpr const char* Mask = "********";
+    Setting setting = Make({"live", "ntrip-password", "",
+                            "the password for casters, when neither that file nor the variable has one; the "
+                            "configuration file must then be readable by its owner alone. Shown as asterisks"},
+                           Kind::Text, "a text; \"\" for none");
+    setting.isSecret = true;
+    setting.print = [](const RunSettings& s) { return QuoteText(s.live.password.IsEmpty() ? "" : Mask); };
+    setting.set = [](RunSettings& s, const SettingValue& value) {
+        const std::string* text = AsName(value);
+        // A line's end would be one of the request that it is sent in.
+        if (text == nullptr || text->find_first_of("\r\n") != std::string::npos) return false;
+        if (*text != Mask) s.live.password = Secret(*text);
+        return true;
+    };
+    return setting;
+}
+
 constexpr const char* FileOrNone = "a file name; \"\" for standard output";
 
 std::vector<Setting> MakeFixSettings() {
@@ -232,6 +252,7 @@ std::vector<Setting> MakeSettings() {
               "a file whose first line is the password for casters, readable by its owner alone; without it the "
               "variable GNSS_NTRIP_PASSWORD is asked"},
              &LiveChoices::passwordFile, "a file name; \"\" for none"),
+        Password(),
         Number({"live", "simulator-speed", "--simulator-speed", "how fast the simulated receiver goes, times real"},
                &LiveChoices::speed, {0.001, 10000.0}),
         Whole({"live", "simulator-seed", "--simulator-seed", "of the noise of the simulated receiver"},
@@ -256,7 +277,8 @@ std::vector<Setting> MakeSettings() {
                      &Folder::isDark, {{"light", false}, {"dark", true}}),
         Time({"output", "sky-at", "--sky-at", "time of the sky plot; that of the last position without it"},
              &Folder::skyTime),
-        Name({"output", "positions", "--positions", "file of the positions"}, &RunSettings::positions, FileOrNone),
+        Name({"output", "positions", "--positions", "file of the positions; of live sources, each is there at once"},
+             &RunSettings::positions, FileOrNone),
         Choice<Form>({"output", "form", "--form", "form of the positions outside the folder"}, &RunSettings::form,
                      {{"table", Form::Table}, {"csv", Form::Csv}, {"ndjson", Form::Ndjson}}),
         Switch({"output", "warnings", "--warnings", "all events, not just the first few of each source"},

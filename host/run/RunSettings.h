@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "gnss/geodesy/ECEF.h"
+#include "host/live/Secret.h"
 #include "host/report/Rows.h"
 #include "host/run/Pipeline.h"
 #include "host/run/RunFolderOutput.h"
@@ -23,6 +24,8 @@ struct LiveChoices {
     std::string recordings;    // folder of the raw streams; none when empty
     std::string almanac;       // file of the almanac without ".alm"; not kept when empty
     std::string passwordFile;  // of casters
+    Secret password;           // of casters, as it stands in the configuration file
+    std::string configFile;    // which that is; empty without one
     double speed = 1.0;        // of the simulated receiver, times real
     int seed = 1;              // of its noise
 };
@@ -48,18 +51,21 @@ using SettingValue = std::variant<std::monostate, bool, std::int64_t, double, st
 struct Setting {
     enum class Kind : std::uint8_t { Switch, Number, Text, Time, List };
 
-    const char* table = "";   // "fix.weights": the table in the file
-    const char* key = "";     // "orbit-gps": the name in the file
-    const char* option = "";  // "--orbit-gps"; of a switch there is "--no-..." too; "SOURCE" has no name
-    const char* help = "";    // what it is
-    const char* unit = "";    // "degrees"
+    const char* table = "";  // "fix.weights": the table in the file
+    const char* key = "";    // "orbit-gps": the name in the file
+    // "--orbit-gps"; of a switch there is "--no-..." too; "SOURCE" has no name. Empty for what the file alone may say.
+    const char* option = "";
+    const char* help = "";  // what it is
+    const char* unit = "";  // "degrees"
     Kind kind = Kind::Text;
-    std::string allowed;  // "a number from 0 to 89"
+    bool isSecret = false;  // never shown
+    std::string allowed;    // "a number from 0 to 89"
     // The value as TOML and JSON write it.
     std::function<std::string(const RunSettings&)> print;
     // False, and nothing changed, for a value that is not allowed.
     std::function<bool(RunSettings&, const SettingValue&)> set;
 
+    [[nodiscard]] bool HasOption() const { return *option != 0; }
     [[nodiscard]] std::string GetName() const { return std::string(table) + '.' + key; }  // "fix.weights.orbit-gps"
     // What is allowed, with the unit.
     [[nodiscard]] std::string GetAllowed() const { return *unit == 0 ? allowed : allowed + ' ' + unit; }

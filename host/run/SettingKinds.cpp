@@ -96,6 +96,7 @@ std::string QuoteText(std::string_view text) {
 std::string Setting::Apply(RunSettings& settings, const SettingValue& value, std::string_view name) const {
     if (set(settings, value)) return {};
     constexpr std::size_t MaxShown = 80;
+    if (isSecret) return fmt::format("{} is {}, not what stands there", name, GetAllowed());
     std::string shown = Show(value);
     if (shown.size() > MaxShown) {
         std::size_t end = MaxShown;

@@ -28,6 +28,8 @@ protected:
     void Open() override;
     void Close() override { timer_.Close(); }
     void OnDescriptor(const pollfd& ready) override;
+    // Slow is not silent.
+    void OnSilence() override { Watch(); }
 
 private:
     SimulatorSettings settings_;

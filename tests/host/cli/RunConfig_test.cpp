@@ -186,6 +186,16 @@ TEST_F(RunOptions, GoBeforeTheFileAndTheFileBeforeTheDefaults) {
         0)
         << out_;
 
+    // But for a password, which is read from a file of its owner alone and shown nowhere.
+    ASSERT_EQ(
+        Run("printf '[live]\nntrip-password = \"geheim\"\n' | tee o.toml >p.toml; chmod 600 p.toml; chmod 644 o.toml; "
+            "printf '[live]\nntrip-password = 4711\n' >w.toml; $GNSS run --config p.toml --print-config && "
+            "$GNSS run --config p.toml --duration 1 --simulator-speed 100"),
+        0)
+        << err_;
+    EXPECT_TRUE(Says("ntrip-password = \"********\"")) << out_;
+    EXPECT_EQ((out_ + err_).find("geheim"), std::string::npos) << out_ << err_;
+
     struct Row {
         const char* options;
         const char* fault;
@@ -196,6 +206,8 @@ TEST_F(RunOptions, GoBeforeTheFileAndTheFileBeforeTheDefaults) {
              Row{"--confidence high x", "--confidence is 90, 95, 99 or 99.9 percent, not \"high\"\n"},
              Row{"--disable G33 x", "--disable is a list of satellites"},
              Row{"--config c.toml --mode x", "--mode is \"gps\", \"glonass\" or \"both\", not \"x\"\n"},
+             Row{"--config w.toml --print-config", "w.toml:2: live.ntrip-password is a text"},
+             Row{"--config o.toml", "o.toml: holds a password, and others than its owner may use the file"},
              Row{"--config none.toml x", "none.toml: "},
              Row{"--config /dev/zero x", "/dev/zero: "},
              Row{"--config c.toml --config c.toml x", "--config"},
@@ -219,6 +231,13 @@ TEST_F(RunOptions, LeaveInputsAsTheyAreAndNothingHalfMade) {
                   "kill -TERM $g; wait $g; e=$?; kill $s; [ $e = 1 ] && ! ls -d made .made.*"),
               0);
     EXPECT_NE(err_.find("made: not made, as the run was stopped"), std::string::npos) << err_;
+    // A live run is stopped by it, and its folder whole; two at once are as good as one.
+    EXPECT_EQ(
+        Run("$GNSS run --output live --simulator-speed 50 & g=$!; for i in $(seq 50); do sleep 0.1; "
+            "ls -d live/.2*.run 2>/dev/null && break; done; kill -TERM $g; kill -TERM $g; sleep 0.1; kill -HUP $g; "
+            "wait $g && ls live/2025-06-04/report.html live/2025-06-04/summary.json && ! ls -d live/.2*"),
+        0)
+        << err_;
 }
 
 }  // namespace

@@ -117,6 +117,8 @@ public:
         int left = 1;
         return ::ioctl(socket_.Get(), TIOCOUTQ, &left) == 0 && left == 0;
     }
+    // Nothing more is sent.
+    void Finish() const { EXPECT_EQ(::shutdown(socket_.Get(), SHUT_WR), 0); }
     void Close() { socket_.Close(); }
 
 private:
@@ -132,6 +134,11 @@ public:
         port_ = Host::GetBoundPort(socket_.Get());
     }
     [[nodiscard]] int GetPort() const { return port_; }
+    // Whether somebody wants to connect, or does within so long.
+    [[nodiscard]] bool IsWaitedFor(int milliseconds) const {
+        pollfd wanted{socket_.Get(), POLLIN, 0};
+        return ::poll(&wanted, 1, milliseconds) == 1;
+    }
     [[nodiscard]] Peer Accept() const {
         EXPECT_TRUE(IsReady(socket_.Get(), POLLIN));
         return Peer(Host::Descriptor(::accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC)));
