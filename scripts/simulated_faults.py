@@ -51,7 +51,7 @@ CASES = [
     Case("outage of a satellite, GLONASS", [f"outage,R03,{SECONDS}"], [MISSING], "R03"),
     Case("outage of a system", [f"outage,G,{SECONDS}"], [MISSING], "G05"),
     Case("outage of everything", [f"outage,all,{SECONDS}"], [NO_FIX]),
-    Case("leap second", ["leap,at=300"], [LEAP_SECOND], span=(300, None), more=["--start", "2025-06-30T23:55:18"]),
+    Case("leap second that no table knows", ["leap,at=100"], [LEAP_SECOND], span=(300, None), more=["--start", "2025-06-30T23:55:18"]),
     Case("a week's end", [], [NEW_WEEK], span=(180, None), more=["--start", "2025-06-07T23:57:00"]),
     Case("end of 1024 weeks", [], [NEW_WEEK], span=(180, None), more=["--start", "2038-11-20T23:57:00"]),
     Case("GLONASS day 1461 to day 1", [], [NEW_FOUR_YEARS], span=(300, None),

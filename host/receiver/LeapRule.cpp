@@ -70,17 +70,28 @@ bool LeapRule::IsByHeader(const GPSTime& t) const {
 }
 
 int LeapRule::Count(const GPSTime& t) const {
-    return IsByHeader(t) ? CountOf(*told_, t) : GPSMinusUTC(t);
+    if (IsByHeader(t)) return CountOf(*told_, t);
+    if (learnt_ && t >= CountedInUTC(*learnt_) + Time(learnt_->after)) return learnt_->after;
+    return GPSMinusUTC(t);
 }
 
 void LeapRule::SetFor(const GPSTime& t) {
     SetFor(t, Count(t));
 }
 
+void LeapRule::Learn(const GPSTime& t, int count) {
+    constexpr Time Soon = Time::Minute;  // after midnight the stream's next time comes
+    if (!inForce_ || count != inForce_->after + 1 || FindLeapSecond(count)) return;
+    const LeapSecond leap{(t - Time(count)).GetDate(), count};
+    if (t - (CountedInUTC(leap) + Time(count)) < Soon) learnt_ = leap;
+}
+
 void LeapRule::SetFor(const GPSTime& t, int count) {
+    Learn(t, count);
     Corvane::Clock::SetTo((t - Time(count)).GetTimeDate());
     InForce rule{GPSTime::Zero, count, count};
-    if (const auto leap = FindLeapSecond(count); leap && !IsByHeader(t)) {
+    const auto leap = learnt_ && learnt_->after == count ? learnt_ : FindLeapSecond(count);
+    if (leap && !IsByHeader(t)) {
         const GPSTime instant = CountedInUTC(*leap);
         if (t - (instant + Time(count)) < Time::Hour) rule = {instant, count - 1, count};
     }

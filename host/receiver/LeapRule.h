@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "gnss/time/GPSTime.h"
+#include "host/receiver/LeapSeconds.h"
 #include "host/receiver/RinexNavigation.h"
 
 namespace Host {
@@ -31,7 +32,8 @@ public:
     // every other time it has one count and no change, because the records' own correction would otherwise go by the
     // start of any week.
     void SetFor(const GNSS::GPSTime& t);
-    // The same for a count from elsewhere: a stream that tells its own.
+    // The same for a count from elsewhere: a stream that tells its own. One that grows by a second at midnight of UTC is
+    // a leap, also when the table does not know it.
     void SetFor(const GNSS::GPSTime& t, int count);
 
     // "leap seconds: 17", or both counts when the times lie on both sides of a leap.
@@ -50,12 +52,14 @@ private:
     };
 
     [[nodiscard]] bool IsByHeader(const GNSS::GPSTime& t) const;
+    void Learn(const GNSS::GPSTime& t, int count);
 
     // Of the files with GLONASS records; the others' counts nobody used.
     std::optional<RinexNavigation::LeapSeconds> told_;
     bool areHeadersDifferent_ = false;
     std::vector<Span> contradicted_;  // where headers and table differ
     std::optional<InForce> inForce_;
+    std::optional<LeapSecond> learnt_;
 };
 
 }  // namespace Host
