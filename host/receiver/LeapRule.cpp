@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "gnss/platform/Clock.h"
+#include "gnss/time/GPSTimeUTCConverter.h"
 #include "host/receiver/LeapSeconds.h"
 
 namespace Host {
@@ -19,6 +20,13 @@ int CountOf(const RinexNavigation::LeapSeconds& told, const GPSTime& t) {
     if (!told.event) return told.current;
     const GPSTime leap(told.event->week, told.event->day * GPSTime::SecsInDay + told.event->after);
     return t < leap ? told.current : told.event->after;
+}
+
+bool IsInForce(const GPSTime& instant, int before, int after) {
+    const GPSTime::UTCConverter wanted(instant, before, after);
+    const GPSTime::UTCConverter now = GPSTime::GetUTCConverter();
+    return now.GetLeapTime() == wanted.GetLeapTime() && now.GetBefore() == wanted.GetBefore() &&
+           now.GetAfter() == wanted.GetAfter();
 }
 
 // The instant of a leap, as UTC counts.
@@ -95,7 +103,9 @@ void LeapRule::SetFor(const GPSTime& t, int count) {
         const GPSTime instant = CountedInUTC(*leap);
         if (t - (instant + Time(count)) < Time::Hour) rule = {instant, count - 1, count};
     }
-    if (inForce_ == rule) return;
+    // The almanac store, too, sets the rule, by each UTC record; one that announces a leap holds the wrong count of it
+    // for the records of a week's first hour.
+    if (inForce_ == rule && IsInForce(rule.instant, rule.before, rule.after)) return;
     inForce_ = rule;
     GPSTime::SetUTCParam(rule.instant, rule.before, rule.after);
 }

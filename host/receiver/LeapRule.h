@@ -26,7 +26,7 @@ public:
     [[nodiscard]] int Count(const GNSS::GPSTime& t) const;
 
     // Puts the process's clock to a time and the rule in force to what holds then. For each time before anything is
-    // worked out for it; the rule is replaced only when it changes.
+    // worked out for it; the rule is replaced only when it is another one.
     //
     // In the hour that follows a leap it is the leap itself, by which records from before it are brought over it; at
     // every other time it has one count and no change, because the records' own correction would otherwise go by the

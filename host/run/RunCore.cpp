@@ -284,8 +284,9 @@ void RunCore::TakeChannel(const GNSS::Glonass::Slot& slot, int channel) {
 
 void RunCore::TakeEpoch(const GNSS::MeasSet& set) {
     if (std::exchange(areChannelsNew_, false)) port_->channels.Send(channels_);
-    // The stores' answers to what came before reach the fix first.
+    // The stores' answers to what came before reach the fix first. A UTC record has changed the leap-second rule.
     tree_.Drain();
+    if (now_ && leapSeconds_) leaps_.SetFor(*now_, *leapSeconds_);
     const GPSTime time = set.GetGPSTime();
     if (std::exchange(isSilent_, false)) {
         const double silence = (time - lastEpoch_.value_or(time)).Seconds();
