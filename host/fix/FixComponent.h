@@ -94,7 +94,7 @@ private:
     FixInputs inputs_;
     GNSS::Notes::History history_;
     std::optional<GNSS::GPSTime> last_;
-    double step_ = 0.0;      // s, between the last two epochs; 0 before there were two
+    double step_ = 0.0;  // s, between the last two epochs; 0 before there were two
     double stepBefore_ = 0.0;
     MissingSatellites missing_;
     int nmrBackward_ = 0;

@@ -32,8 +32,8 @@ public:
     // every other time it has one count and no change, because the records' own correction would otherwise go by the
     // start of any week.
     void SetFor(const GNSS::GPSTime& t);
-    // The same for a count from elsewhere: a stream that tells its own. One that grows by a second at midnight of UTC is
-    // a leap, also when the table does not know it.
+    // The same for a count from elsewhere: a stream that tells its own. One that grows by a second at midnight of UTC
+    // is a leap, also when the table does not know it.
     void SetFor(const GNSS::GPSTime& t, int count);
 
     // "leap seconds: 17", or both counts when the times lie on both sides of a leap.

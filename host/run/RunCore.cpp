@@ -245,8 +245,8 @@ void RunCore::RemarkOnTime(const GPSTime& time, int leapSeconds) {
     const std::optional<int> before = std::exchange(leapSeconds_, leapSeconds);
     if (!before || *before == leapSeconds || (leapRemarked_ && time - *leapRemarked_ < Seldom)) return;
     leapRemarked_ = now_ = time;
-    Say(Source, fmt::format("A leap second: GPS time is {} s ahead of UTC from now on, {} s before.", leapSeconds,
-                            *before));
+    Say(Source,
+        fmt::format("A leap second: GPS time is {} s ahead of UTC from now on, {} s before.", leapSeconds, *before));
     Remark(FixNote::LeapSecond, GNSS::Notes::Note::Absent, "A leap second");
 }
 

@@ -116,8 +116,8 @@ private:
     bool wasBehind_ = false;  // the last time that was told
     StandingRemarks remarks_;
     FourYearTurn fourYears_;
-    std::optional<int> leapSeconds_;               // as last told
-    std::optional<GNSS::GPSTime> leapRemarked_;    // when their change was last remarked on
+    std::optional<int> leapSeconds_;             // as last told
+    std::optional<GNSS::GPSTime> leapRemarked_;  // when their change was last remarked on
     std::optional<GNSS::GPSTime> lastEpoch_;
     bool isSilent_ = false;
     std::optional<GNSS::Geog> lastPlace_;
