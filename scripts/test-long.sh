@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# What takes too long for every change: the tests many times over in random order, a month of simulated traffic through
-# the stores, and five minutes of each fuzz target.
+# What takes too long for every change: the tests many times over in random order, a thousand simulated faults and ten
+# thousand simulated fixes, the notes of every kind of fault, a month of simulated traffic through the stores, and five
+# minutes of each fuzz target.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/quietly.sh cmake --preset dev
@@ -15,6 +16,11 @@ for program in build/tsan/tests/*_threads_tests; do
     echo "== $program, 20 times"
     scripts/quietly.sh "$program" --gtest_brief=1 --gtest_repeat=20
 done
+echo "== what is promised of simulated errors and faults"
+scripts/quietly.sh cmake --preset release -B build/release-tests -DGNSS_BUILD_TESTS=ON
+scripts/quietly.sh cmake --build build/release-tests --target host_simulate_tests gnss_program
+GNSS_TEST_RUNS=1000 build/release-tests/tests/host_simulate_tests --gtest_brief=1 --gtest_filter='*Statistics*'
+scripts/simulated_faults.py build/release-tests/host/gnss
 echo "== a month of traffic through the stores"
 scripts/quietly.sh cmake --preset release
 scripts/quietly.sh cmake --build --preset release --target store_soak

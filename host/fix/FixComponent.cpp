@@ -1,6 +1,8 @@
 #include "host/fix/FixComponent.h"
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -24,7 +26,7 @@ constexpr const char* Source = "Fix";
 
 // A nonpositive step of time, and one that a receiver at work does not make, s.
 constexpr double LeastStep = 1e-3;
-constexpr double Gap = 300.0;
+constexpr double LongStep = 300.0;
 
 }  // namespace
 
@@ -43,6 +45,11 @@ const Corvane::Type& FixComponent::ChannelsType() {
     return type;
 }
 
+const Corvane::Type& FixComponent::RemarksType() {
+    static const Corvane::Type type("Fix Remarks");
+    return type;
+}
+
 FixComponent::FixComponent(const FixSettings& settings)
     : Component(Corvane::Ident(Name), CycleMS),
       fix_(settings),
@@ -55,6 +62,7 @@ FixComponent::FixComponent(const FixSettings& settings)
       glonassCalculator_(*this, GNSSLink::GlonassEphemerisCalcType, &FixComponent::OnGlonassCalculator,
                          EphemerisOutputs),
       channels_(*this, ChannelsType(), &FixComponent::OnChannels),
+      remarksResponse_(*this, RemarksType(), &FixComponent::OnRemarks),
       positionLink_(*this, PositionType(), Name),
       fixLink_(*this, PublishedFix::Type(), Name),
       historyLink_(*this, GNSS::Notes::HistoryType, Name) {}
@@ -66,11 +74,16 @@ void FixComponent::Clear() {
     lastClock_.reset();
     nmrBackward_ = 0;
     waiting_ = {};
+    remarks_ = {};
+    step_ = stepBefore_ = 0.0;
+    missing_.Reset();
     counts_ = {};
 }
 
 void FixComponent::BeginAnew() {
     fix_.Reset();
+    step_ = stepBefore_ = 0.0;
+    missing_.Reset();
     last_.reset();
     lastClock_.reset();
     nmrBackward_ = 0;
@@ -90,15 +103,18 @@ bool FixComponent::IsNext(const GNSS::GPSTime& time) {
     if (!last_) return true;
     const double step = (time - *last_).Seconds();
     if (step > LeastStep) {
-        if (step > Gap) waiting_.AddNote(static_cast<int>(FixNote::EpochGap), "No measurements for minutes before");
+        // A gap is one step; when the next one is as long, that is the interval from now on.
+        const double usual = GetInterval();
+        if (usual > 0.0 && step > std::max(Gap, GapSteps * usual))
+            waiting_.AddNote(static_cast<int>(FixNote::EpochGap), "No measurements for a time before");
+        stepBefore_ = std::exchange(step_, step);
         return true;
     }
     const bool repeated = step > -LeastStep;
     if (!repeated && ++nmrBackward_ > MaxBackward) {
         Corvane::Event::AddEvent(Source, fmt::format("The stream begins anew at an earlier time: {} instead of {}.",
                                                      time.PrintRound(3).str(), last_->PrintRound(3).str()));
-        fix_.Reset();
-        lastClock_.reset();
+        BeginAnew();
         return true;
     }
     ++(repeated ? counts_.repeated : counts_.outOfOrder);
@@ -115,7 +131,7 @@ void FixComponent::RemarkOnClock(const FixResult& result, GNSS::Notes& notes) {
     const std::optional<double> clock = result.clockGPS ? result.clockGPS : result.clockGlonass;
     if (result.valid && clock) {
         const double step = last_ ? (result.time - *last_).Seconds() : 0.0;
-        if (lastClock_ && step < Gap) {
+        if (lastClock_ && step < LongStep) {
             if (std::abs(*clock - *lastClock_ - lastDrift_ * step) > ClockJump) {
                 notes.AddNote(static_cast<int>(FixNote::ClockJump), "The receiver's clock has jumped");
             }
@@ -134,10 +150,13 @@ void FixComponent::OnMeasurements(const GNSS::MeasSet& set) {
     published->result = fix_.Compute(set, inputs_);
     published->notes = MakeNotes(published->result, fix_.GetSettings());
     RemarkOnClock(published->result, published->notes);
+    missing_.Update(published->result, inputs_, fix_.GetSettings(), published->notes);
     published->notes.AddNotes(waiting_, 0);
+    published->notes.AddNotes(remarks_, 0);
     published->position = MakePosition(published->result, fix_.GetSettings(), published->notes);
 
     waiting_ = {};
+    remarks_ = {};
     nmrBackward_ = 0;
     last_ = time;
     ++counts_.epochs;

@@ -1,6 +1,7 @@
 // FixComponent: the component that turns each epoch's measurements into a position.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -16,6 +17,7 @@
 #include "host/fix/FixInputs.h"
 #include "host/fix/FixResult.h"
 #include "host/fix/FixSettings.h"
+#include "host/fix/MissingSatellites.h"
 #include "host/fix/PositionFix.h"
 
 namespace Host {
@@ -38,6 +40,9 @@ public:
     static constexpr std::int32_t CycleMS = 100;
     static constexpr const char* Name = "Fix";
     static constexpr int MaxBackward = 10;
+    // Epochs further apart than this are remarked on, s, unless they always are: than so much of the steps before.
+    static constexpr double Gap = 20.0;
+    static constexpr double GapSteps = 1.5;
     // A receiver's clock that jumps by more than this from one epoch to the next, m of range, is remarked on; the drift
     // of a bad oscillator stays below it in seconds.
     static constexpr double ClockJump = 0.5e-3 * 299792458.0;
@@ -48,6 +53,8 @@ public:
     static const Corvane::Type& PositionType();
     // A table of GLONASS frequency channels, from whoever decodes them: "GLONASS Channels".
     static const Corvane::Type& ChannelsType();
+    // Notes to be added to those of the next epoch, from whoever leads the streams: "Fix Remarks".
+    static const Corvane::Type& RemarksType();
 
     struct Counts {
         std::int64_t epochs = 0;      // handled
@@ -56,6 +63,8 @@ public:
         std::int64_t outOfOrder = 0;  // left out
     };
     [[nodiscard]] const Counts& GetCounts() const { return counts_; }
+    // Usual seconds from one epoch to the next; 0 while it is not known.
+    [[nodiscard]] double GetInterval() const { return std::min(step_, stepBefore_); }
     [[nodiscard]] const FixSettings& GetSettings() const { return fix_.GetSettings(); }
     [[nodiscard]] const GNSS::Notes::History& GetHistory() const { return history_; }
 
@@ -76,6 +85,7 @@ private:
     void OnGlonassCalculator(const std::shared_ptr<const GNSS::Glonass::EphemerisCalc>& calculator) {
         inputs_.glonass = *calculator;
     }
+    void OnRemarks(const GNSS::Notes& notes) { remarks_ = notes; }
     void OnChannels(const GlonassChannels& channels) { inputs_.channels = channels; }
     [[nodiscard]] bool IsNext(const GNSS::GPSTime& time);
     void RemarkOnClock(const FixResult& result, GNSS::Notes& notes);
@@ -84,10 +94,14 @@ private:
     FixInputs inputs_;
     GNSS::Notes::History history_;
     std::optional<GNSS::GPSTime> last_;
+    double step_ = 0.0;  // s, between the last two epochs; 0 before there were two
+    double stepBefore_ = 0.0;
+    MissingSatellites missing_;
     int nmrBackward_ = 0;
     std::optional<double> lastClock_;  // m, at last_
     double lastDrift_ = 0.0;           // m/s
     GNSS::Notes waiting_;              // about epochs that were left out
+    GNSS::Notes remarks_;              // of others, about the next one
     Counts counts_;
 
     Corvane::Response<GNSS::MeasSet> measurements_;
@@ -98,6 +112,7 @@ private:
     Corvane::Response<GNSS::GPSEphemerisCalc> gpsCalculator_;
     Corvane::Response<GNSS::Glonass::EphemerisCalc> glonassCalculator_;
     Corvane::Response<GlonassChannels> channels_;
+    Corvane::Response<GNSS::Notes> remarksResponse_;
     Corvane::ManagedLink<GNSS::Position> positionLink_;
     Corvane::ManagedLink<PublishedFix> fixLink_;
     Corvane::ManagedLink<GNSS::Notes::History> historyLink_;

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "gnss/position/UKOOAResid.h"
+#include "gnss/time/Constants.h"
 
 namespace Host {
 namespace {
@@ -67,6 +68,17 @@ void AddSatelliteNotes(GNSS::Notes& notes, const FixSatellite& satellite, const 
         case SatelliteUse::BelowMask:
             break;
     }
+}
+
+// A satellite below the mask takes no part in the tests; by another satellite's ephemeris it may well seem to stand
+// there.
+void AddContradiction(GNSS::Notes& notes, const FixResult& result, const FixSatellite& satellite) {
+    constexpr double MostOff = 1000.0;  // m; the earth's turn during the flight and the delays stay far below
+    const std::optional<double>& clock = satellite.glonass ? result.clockGlonass : result.clockGPS;
+    if (satellite.use != SatelliteUse::BelowMask || !clock || !std::isfinite(satellite.age)) return;
+    const double way = (satellite.posn - result.ecef).Magnitude();
+    if (std::abs(satellite.range - (way - satellite.clock * GNSS::LightSpeed + *clock)) < MostOff) return;
+    Add(notes, FixNote::ContradictsOrbit, satellite, ": not where its ephemeris puts it");
 }
 
 void AddTestNotes(GNSS::Notes& notes, const FixResult& result, const FixSettings& settings) {
@@ -134,6 +146,7 @@ GNSS::Notes MakeNotes(const FixResult& result, const FixSettings& settings) {
     bool hasRates = false;
     for (const FixSatellite& satellite : result.satellites) {
         AddSatelliteNotes(notes, satellite, settings);
+        if (result.valid) AddContradiction(notes, result, satellite);
         hasRates = hasRates || (satellite.use == SatelliteUse::Used && std::isfinite(satellite.rangeRate));
     }
     if (result.valid && settings.velocity && hasRates && !result.velocity.valid) {

@@ -32,16 +32,23 @@ enum class FixNote : std::int32_t {
     NoPosition = 17,
     ReceiverWarning = 18,
     Lone = 19,
-    NoVelocity = 20,       // range rates were measured, and no velocity came of them
-    SuspectVelocity = 21,  // they contradict each other, and none can be rejected for it
-    NoRange = 22,          // of a satellite that is tracked
-    NotRejected = 23,      // a w-test failed, and the settings reject nothing
-    WeakSignal = 24,       // below the mask of signals
+    NoVelocity = 20,        // range rates were measured, and no velocity came of them
+    SuspectVelocity = 21,   // they contradict each other, and none can be rejected for it
+    NoRange = 22,           // of a satellite that is tracked
+    NotRejected = 23,       // a w-test failed, and the settings reject nothing
+    WeakSignal = 24,        // below the mask of signals
+    ContradictsOrbit = 25,  // its range is not one to where its ephemeris puts it
+    Missing = 26,           // above the mask, but no longer received
     // Of the stream of epochs.
     EpochRepeated = 30,
     EpochOutOfOrder = 31,
     EpochGap = 32,
     ClockJump = 33,
+    // Of the messages and the time that they tell.
+    DamagedMessages = 34,
+    LeapSecond = 35,
+    NewWeek = 36,
+    NewFourYears = 37,
 };
 inline constexpr int GlonassParam = 100;
 

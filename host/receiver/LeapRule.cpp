@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "gnss/platform/Clock.h"
+#include "gnss/time/GPSTimeUTCConverter.h"
 #include "host/receiver/LeapSeconds.h"
 
 namespace Host {
@@ -19,6 +20,13 @@ int CountOf(const RinexNavigation::LeapSeconds& told, const GPSTime& t) {
     if (!told.event) return told.current;
     const GPSTime leap(told.event->week, told.event->day * GPSTime::SecsInDay + told.event->after);
     return t < leap ? told.current : told.event->after;
+}
+
+bool IsInForce(const GPSTime& instant, int before, int after) {
+    const GPSTime::UTCConverter wanted(instant, before, after);
+    const GPSTime::UTCConverter now = GPSTime::GetUTCConverter();
+    return now.GetLeapTime() == wanted.GetLeapTime() && now.GetBefore() == wanted.GetBefore() &&
+           now.GetAfter() == wanted.GetAfter();
 }
 
 // The instant of a leap, as UTC counts.
@@ -70,21 +78,34 @@ bool LeapRule::IsByHeader(const GPSTime& t) const {
 }
 
 int LeapRule::Count(const GPSTime& t) const {
-    return IsByHeader(t) ? CountOf(*told_, t) : GPSMinusUTC(t);
+    if (IsByHeader(t)) return CountOf(*told_, t);
+    if (learnt_ && t >= CountedInUTC(*learnt_) + Time(learnt_->after)) return learnt_->after;
+    return GPSMinusUTC(t);
 }
 
 void LeapRule::SetFor(const GPSTime& t) {
     SetFor(t, Count(t));
 }
 
+void LeapRule::Learn(const GPSTime& t, int count) {
+    constexpr Time Soon = Time::Minute;  // after midnight the stream's next time comes
+    if (!inForce_ || count != inForce_->after + 1 || FindLeapSecond(count)) return;
+    const LeapSecond leap{(t - Time(count)).GetDate(), count};
+    if (t - (CountedInUTC(leap) + Time(count)) < Soon) learnt_ = leap;
+}
+
 void LeapRule::SetFor(const GPSTime& t, int count) {
+    Learn(t, count);
     Corvane::Clock::SetTo((t - Time(count)).GetTimeDate());
     InForce rule{GPSTime::Zero, count, count};
-    if (const auto leap = FindLeapSecond(count); leap && !IsByHeader(t)) {
+    const auto leap = learnt_ && learnt_->after == count ? learnt_ : FindLeapSecond(count);
+    if (leap && !IsByHeader(t)) {
         const GPSTime instant = CountedInUTC(*leap);
         if (t - (instant + Time(count)) < Time::Hour) rule = {instant, count - 1, count};
     }
-    if (inForce_ == rule) return;
+    // The almanac store, too, sets the rule, by each UTC record; one that announces a leap holds the wrong count of it
+    // for the records of a week's first hour.
+    if (inForce_ == rule && IsInForce(rule.instant, rule.before, rule.after)) return;
     inForce_ = rule;
     GPSTime::SetUTCParam(rule.instant, rule.before, rule.after);
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "gnss/time/GPSTime.h"
+#include "host/receiver/LeapSeconds.h"
 #include "host/receiver/RinexNavigation.h"
 
 namespace Host {
@@ -25,13 +26,14 @@ public:
     [[nodiscard]] int Count(const GNSS::GPSTime& t) const;
 
     // Puts the process's clock to a time and the rule in force to what holds then. For each time before anything is
-    // worked out for it; the rule is replaced only when it changes.
+    // worked out for it; the rule is replaced only when it is another one.
     //
     // In the hour that follows a leap it is the leap itself, by which records from before it are brought over it; at
     // every other time it has one count and no change, because the records' own correction would otherwise go by the
     // start of any week.
     void SetFor(const GNSS::GPSTime& t);
-    // The same for a count from elsewhere: a stream that tells its own.
+    // The same for a count from elsewhere: a stream that tells its own. One that grows by a second at midnight of UTC
+    // is a leap, also when the table does not know it.
     void SetFor(const GNSS::GPSTime& t, int count);
 
     // "leap seconds: 17", or both counts when the times lie on both sides of a leap.
@@ -50,12 +52,14 @@ private:
     };
 
     [[nodiscard]] bool IsByHeader(const GNSS::GPSTime& t) const;
+    void Learn(const GNSS::GPSTime& t, int count);
 
     // Of the files with GLONASS records; the others' counts nobody used.
     std::optional<RinexNavigation::LeapSeconds> told_;
     bool areHeadersDifferent_ = false;
     std::vector<Span> contradicted_;  // where headers and table differ
     std::optional<InForce> inForce_;
+    std::optional<LeapSecond> learnt_;
 };
 
 }  // namespace Host

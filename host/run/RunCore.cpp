@@ -39,11 +39,13 @@ public:
         : Component(Corvane::Ident(Name), StoreTree::CycleMS),
           measurements(*this, GNSS::MeasSet::Type, Name),
           channels(*this, FixComponent::ChannelsType(), Name),
-          health(*this, GNSS::SVHealth::Update::Type, Name) {}
+          health(*this, GNSS::SVHealth::Update::Type, Name),
+          remarks(*this, FixComponent::RemarksType(), Name) {}
 
     Corvane::Link<GNSS::MeasSet> measurements;
     Corvane::Link<GlonassChannels> channels;
     Corvane::Link<GNSS::SVHealth::Update> health;
+    Corvane::Link<GNSS::Notes> remarks;
 };
 
 // Hears the fixes.
@@ -71,8 +73,7 @@ public:
     using RecordSink::OnRecord;
     void OnRecord(const GNSS::GPSEphemeride& record) override { core_.tree_.GetNavigation().OnRecord(record); }
     void OnRecord(const GNSS::Glonass::Ephemeride& record, std::optional<int> channel) override {
-        if (channel) core_.TakeChannel(record.slot, *channel);
-        core_.tree_.GetNavigation().OnRecord(record, channel);
+        core_.TakeGlonass(record, channel);
     }
 
 private:
@@ -184,6 +185,7 @@ void RunCore::MoveTo(const GPSTime& time, int leapSeconds) {
     // What has come until now is handled before the clock goes on.
     tree_.AdvanceTo(time);
     leaps_.SetFor(time, leapSeconds);
+    RemarkOnTime(time, leapSeconds);
     now_ = time;
 }
 
@@ -205,6 +207,12 @@ bool RunCore::IsFollowed(const GPSTime& time) {
     fix_->BeginAnew();
     plan_.Rewind();
     now_.reset();
+    remarks_.Clear();
+    fourYears_.Reset();
+    leapSeconds_.reset();
+    leapRemarked_.reset();
+    lastEpoch_.reset();
+    isSilent_ = false;
     return true;
 }
 
@@ -220,6 +228,54 @@ void RunCore::AdvanceTo(const GPSTime& time, const StreamClock& clock) {
         plan_.SendNext(sink);
     }
     MoveTo(time, clock.GetLeapSeconds(time));
+    WatchSilence(time);
+}
+
+// Where the counts of time turn over.
+void RunCore::RemarkOnTime(const GPSTime& time, int leapSeconds) {
+    constexpr int WeeksSent = 1024;
+    constexpr Corvane::Time Seldom{3600.0};  // streams that contradict each other are not to fill the log
+    if (now_ && *now_ < time && now_->GetWeek() != time.GetWeek()) {
+        const bool isRollover = now_->GetWeek() / WeeksSent != time.GetWeek() / WeeksSent;
+        const char* what = isRollover ? "The week number that GPS sends begins anew" : "A new week of GPS time";
+        if (isRollover) Say(Source, fmt::format("{}, with week {}.", what, time.GetWeek()));
+        now_ = time;
+        Remark(FixNote::NewWeek, GNSS::Notes::Note::Absent, what);
+    }
+    const std::optional<int> before = std::exchange(leapSeconds_, leapSeconds);
+    if (!before || *before == leapSeconds || (leapRemarked_ && time - *leapRemarked_ < Seldom)) return;
+    leapRemarked_ = now_ = time;
+    Say(Source,
+        fmt::format("A leap second: GPS time is {} s ahead of UTC from now on, {} s before.", leapSeconds, *before));
+    Remark(FixNote::LeapSecond, GNSS::Notes::Note::Absent, "A leap second");
+}
+
+// The streams go on, but nobody measures any more. (When they fall silent themselves their sources say so.)
+void RunCore::WatchSilence(const GPSTime& time) {
+    if (!lastEpoch_ || isSilent_) return;
+    const double interval = fix_->GetInterval();
+    if (interval <= 0.0) return;
+    const double silence = (time - *lastEpoch_).Seconds();
+    isSilent_ = silence > std::max(FixComponent::Gap, FixComponent::GapSteps * interval);
+    if (isSilent_) Say(Source, fmt::format("No measurements since {}.", lastEpoch_->PrintRound(0).str()));
+}
+
+void RunCore::Remark(FixNote note, int param, const std::string& text) {
+    if (now_) remarks_.Add(*now_, note, param, text);
+}
+
+void RunCore::TakeGlonass(const GNSS::Glonass::Ephemeride& record, std::optional<int> channel) {
+    const FourYearTurn::Verdict verdict = fourYears_.Judge(record.posn.day);
+    if (verdict == FourYearTurn::Verdict::Drop) return;
+    if (verdict == FourYearTurn::Verdict::ClearFirst) {
+        Say(Source, "GLONASS counts the days of four years anew; its ephemerides of before are dropped.");
+        Remark(FixNote::NewFourYears, GNSS::Notes::Note::Absent, "GLONASS counts the days of four years anew");
+        tree_.Drain();
+        if (const auto store = tree_.GetRoot().Find(GNSS::Glonass::EphemStore::ID)) store->Clear();
+        tree_.Drain();
+    }
+    if (channel) TakeChannel(record.slot, *channel);
+    tree_.GetNavigation().OnRecord(record, channel);
 }
 
 void RunCore::TakeChannel(const GNSS::Glonass::Slot& slot, int channel) {
@@ -228,8 +284,16 @@ void RunCore::TakeChannel(const GNSS::Glonass::Slot& slot, int channel) {
 
 void RunCore::TakeEpoch(const GNSS::MeasSet& set) {
     if (std::exchange(areChannelsNew_, false)) port_->channels.Send(channels_);
-    // The stores' answers to what came before reach the fix first.
+    // The stores' answers to what came before reach the fix first. A UTC record has changed the leap-second rule.
     tree_.Drain();
+    if (now_ && leapSeconds_) leaps_.SetFor(*now_, *leapSeconds_);
+    const GPSTime time = set.GetGPSTime();
+    if (std::exchange(isSilent_, false)) {
+        const double silence = (time - lastEpoch_.value_or(time)).Seconds();
+        Say(Source, fmt::format("Measurements again after {:.0f} s.", silence));
+    }
+    lastEpoch_ = time;
+    if (const GNSS::Notes remarks = remarks_.Take(time); remarks.NmrNote() > 0) port_->remarks.Send(remarks);
     port_->measurements.Send(set);
     tree_.Drain();
     facts_.counts = fix_->GetCounts();

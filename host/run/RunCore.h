@@ -8,6 +8,7 @@
 
 #include "gnss/almanac/AlmanacIono.h"
 #include "gnss/almanac/AlmanacUTC.h"
+#include "gnss/ephemeris/GlonassEphemeride.h"
 #include "gnss/geodesy/Geog.h"
 #include "gnss/measurement/MeasSet.h"
 #include "gnss/platform/Event.h"
@@ -18,8 +19,10 @@
 #include "host/receiver/LeapRule.h"
 #include "host/receiver/RinexNavigation.h"
 #include "host/receiver/StreamClock.h"
+#include "host/run/FourYearTurn.h"
 #include "host/run/RunOutput.h"
 #include "host/run/RunRequest.h"
+#include "host/run/StandingRemarks.h"
 #include "host/source/Input.h"
 #include "host/source/NavigationPlan.h"
 #include "host/stores/StoreTree.h"
@@ -77,6 +80,10 @@ public:
     [[nodiscard]] int CountLeapSeconds(const GNSS::GPSTime& time) const { return leaps_.Count(time); }
     void TakeEpoch(const GNSS::MeasSet& set);
     void TakeChannel(const GNSS::Glonass::Slot& slot, int channel);
+    // The ephemeris store is emptied before a record of the next four years, which it would refuse.
+    void TakeGlonass(const GNSS::Glonass::Ephemeride& record, std::optional<int> channel);
+    // To be said in the fixes of the next seconds.
+    void Remark(FixNote note, int param, const std::string& text);
     void TakeReceiverFix(const ReceiverFix& fix);
     void TakeStation(const StationPosition& station);
     [[nodiscard]] Navigation& GetNavigation() { return tree_.GetNavigation(); }
@@ -89,6 +96,8 @@ private:
     void OnEvent(const Corvane::Event& event);
     void MoveTo(const GNSS::GPSTime& time, int leapSeconds);
     [[nodiscard]] bool IsFollowed(const GNSS::GPSTime& time);
+    void RemarkOnTime(const GNSS::GPSTime& time, int leapSeconds);
+    void WatchSilence(const GNSS::GPSTime& time);
 
     RunRequest request_;
     std::vector<RunOutput*> outputs_;
@@ -105,6 +114,12 @@ private:
     std::vector<GNSS::Almanac::Iono> ionos_;  // of the headers, and looked ahead at
     std::optional<GNSS::GPSTime> now_;
     bool wasBehind_ = false;  // the last time that was told
+    StandingRemarks remarks_;
+    FourYearTurn fourYears_;
+    std::optional<int> leapSeconds_;             // as last told
+    std::optional<GNSS::GPSTime> leapRemarked_;  // when their change was last remarked on
+    std::optional<GNSS::GPSTime> lastEpoch_;
+    bool isSilent_ = false;
     std::optional<GNSS::Geog> lastPlace_;
     GlonassChannels channels_;
     bool areChannelsNew_ = false;

@@ -19,9 +19,22 @@ void RunStream::OnTime(const GNSS::GPSTime& time) {
     maker_.OnTime(time);
 }
 
+void RunStream::OnSubframe(const GPSSubframe& subframe) {
+    const std::int64_t damaged = maker_.GetNmrParityFailures();
+    maker_.OnSubframe(subframe);
+    if (maker_.GetNmrParityFailures() > damaged) RemarkDamage(subframe.prn);
+}
+
+void RunStream::RemarkDamage(int param) {
+    if (param <= 0 || param == GlonassParam) return;
+    core_.Remark(FixNote::DamagedMessages, param, SatelliteName(param) + ": navigation messages fail their parity");
+}
+
 void RunStream::OnString(const GlonassString& string) {
     if (string.channel) core_.TakeChannel(string.slot, *string.channel);
+    const std::int64_t damaged = maker_.GetNmrHammingFailures();
     maker_.OnString(string);
+    if (maker_.GetNmrHammingFailures() > damaged) RemarkDamage(string.slot + GlonassParam);
 }
 
 void RunStream::OnMeasurements(const GNSS::MeasSet& set) {
@@ -36,8 +49,8 @@ void RunStream::OnMeasurements(const GNSS::MeasSet& set) {
 }
 
 void RunStream::OnRecord(const GNSS::Glonass::Ephemeride& record, std::optional<int> channel) {
-    if (channel) core_.TakeChannel(record.slot, *channel);
-    Send(record, channel);
+    ++facts_.records;
+    core_.TakeGlonass(record, channel);
 }
 
 void RunStream::OnRecord(const GNSS::Almanac::GlonassSV& record) {

@@ -24,7 +24,7 @@ public:
     void OnTime(const GNSS::GPSTime& time) override;
     void OnTimeLost() override { maker_.OnTimeLost(); }
     void OnLeapSeconds(int seconds) override { maker_.OnLeapSeconds(seconds); }
-    void OnSubframe(const GPSSubframe& subframe) override { maker_.OnSubframe(subframe); }
+    void OnSubframe(const GPSSubframe& subframe) override;
     void OnString(const GlonassString& string) override;
     void OnEphemeride(const GPSDecodedEphemeride& record) override { maker_.OnEphemeride(record); }
     void OnEphemeride(const GlonassDecodedEphemeride& record) override { maker_.OnEphemeride(record); }
@@ -55,6 +55,8 @@ protected:
     [[nodiscard]] RunCore& GetCore() { return core_; }
 
 private:
+    // Of a satellite, by the parameter of its notes.
+    void RemarkDamage(int param);
     template <typename... Arguments>
     void Send(const Arguments&... record) {
         ++facts_.records;
