@@ -1,6 +1,5 @@
 // gnss run: logs in, positions with their quality out.
 #include <cstdio>
-#include <map>
 #include <memory>
 #include <optional>
 #include <unistd.h>
@@ -10,6 +9,7 @@
 #include <sys/stat.h>
 
 #include "host/cli/Commands.h"
+#include "host/cli/EventLines.h"
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
 #include "host/cli/Progress.h"
@@ -27,28 +27,22 @@ namespace Host {
 
 namespace {
 
-// Shows the events on standard error, of each source the first few.
-class EventLines : public RunOutput {
+// Shows the run's events on standard error, with the data's time.
+class RunEventLines : public RunOutput {
 public:
-    explicit EventLines(bool all) : all_(all) {}
+    explicit RunEventLines(bool all) : events_(all) {}
 
     void OnFix(const PublishedFix& /*fix*/) override {}
     void OnEvent(const RunEvent& event) override {
-        if (++nmr_[event.source] > Few && !all_) return;
-        Complain((event.time ? PrintTime(*event.time) + " " : "") + event.source + ": " + event.text);
+        events_.Show(event.source, (event.time ? PrintTime(*event.time) + " " : "") + event.source + ": " + event.text);
     }
     [[nodiscard]] std::string Finish(const RunFacts& /*facts*/) override {
-        for (const auto& [source, nmr] : nmr_) {
-            if (!all_ && nmr > Few)
-                Complain(fmt::format("{}: {} more events (--warnings shows them)", source, nmr - Few));
-        }
+        events_.Finish();
         return {};
     }
 
 private:
-    static constexpr std::int64_t Few = 5;
-    bool all_;
-    std::map<std::string, std::int64_t> nmr_;  // by source
+    FewEvents events_;
 };
 
 // Whether the positions would be written over an input.
@@ -105,7 +99,7 @@ int Run(const RunOptions& options) {
 
     // Who takes what the run produces.
     RunSummary summary(settings.referencePlace);
-    EventLines events(settings.allWarnings);
+    RunEventLines events(settings.allWarnings);
     std::vector<RunOutput*> outputs{&events, &summary};
     std::optional<PositionRows> rows;
 
