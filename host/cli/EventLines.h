@@ -12,15 +12,16 @@
 
 namespace Host {
 
-// Shows the event log on standard error while it lives, of each source the first few.
-class EventLines {
+// Events for a terminal: of each source the first few, and at the end how many more.
+class FewEvents {
 public:
-    explicit EventLines(bool all)
-        : all_(all), sink_(Corvane::Event::InstallSink([this](const Corvane::Event& event) { Show(event); })) {}
-    EventLines(const EventLines&) = delete;
-    EventLines& operator=(const EventLines&) = delete;
-    ~EventLines() {
-        Corvane::Event::RemoveSink(sink_);
+    explicit FewEvents(bool all) : all_(all) {}
+
+    // The line is what is shown of an event.
+    void Show(const std::string& source, const std::string& line) {
+        if (++nmr_[source] <= Few || all_) Complain(line);
+    }
+    void Finish() const {
         for (const auto& [source, nmr] : nmr_) {
             if (!all_ && nmr > Few)
                 Complain(fmt::format("{}: {} more events (--warnings shows them)", source, nmr - Few));
@@ -29,14 +30,29 @@ public:
 
 private:
     static constexpr std::int64_t Few = 5;
-
-    void Show(const Corvane::Event& event) {
-        const std::int64_t nmr = ++nmr_[event.GetSource().str()];
-        if (all_ || nmr <= Few) Complain(event.GetSource().str() + ": " + event.GetText().str());
-    }
-
     bool all_;
     std::map<std::string, std::int64_t> nmr_;  // by source
+};
+
+// Shows the event log on standard error while it lives.
+class EventLines {
+public:
+    explicit EventLines(bool all)
+        : events_(all), sink_(Corvane::Event::InstallSink([this](const Corvane::Event& event) { Show(event); })) {}
+    EventLines(const EventLines&) = delete;
+    EventLines& operator=(const EventLines&) = delete;
+    ~EventLines() {
+        Corvane::Event::RemoveSink(sink_);
+        events_.Finish();
+    }
+
+private:
+    void Show(const Corvane::Event& event) {
+        const std::string source = event.GetSource().str();
+        events_.Show(source, source + ": " + event.GetText().str());
+    }
+
+    FewEvents events_;
     Corvane::Event::SinkID sink_;
 };
 

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include "host/cli/Commands.h"
+#include "host/cli/EventLines.h"
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
 #include "host/cli/Progress.h"

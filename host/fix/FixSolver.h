@@ -58,7 +58,6 @@ public:
     // The adjustment at the position: its unknowns are the last corrections (zero but for rounding).
     [[nodiscard]] const Corvane::LLSq& GetAdjustment() const { return llsq_; }
     // The row of the height aid; -1 without one.
-    [[nodiscard]] int GetHeightRow() const { return heightRow_; }
     [[nodiscard]] bool IsHeightRejected() const { return heightRow_ >= 0 && llsq_.IsRejected(heightRow_); }
     // Whether the broadcast ionosphere was taken off.
     [[nodiscard]] bool UsedIonosphere() const { return usedIonosphere_; }

@@ -13,8 +13,8 @@
 
 namespace Host {
 
-// Sums a run up for its other outputs: it comes before them, and is finished when they are told to finish. Keeps about
-// a hundred bytes of every epoch.
+// Sums a run up for its other outputs: it comes before them, and is finished when they are told to finish. Keeps less
+// than two hundred bytes of every epoch.
 class RunSummary : public RunOutput {
 public:
     // The reference is the true position, where it is known; without it differences are from the run's own mean.
