@@ -9,10 +9,13 @@
 
 namespace Host {
 
-void Complain(const std::string& line) {
-    const std::string text = "gnss: " + CleanText(line) + '\n';
+void Tell(const std::string& lines) {
     // Nobody is left to be told when this fails.
-    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
+    static_cast<void>(std::fwrite(lines.data(), 1, lines.size(), stderr));
+}
+
+void Complain(const std::string& line) {
+    Tell("gnss: " + CleanText(line) + '\n');
 }
 
 void Complain(const Warnings& warnings, bool all) {

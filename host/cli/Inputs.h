@@ -13,6 +13,8 @@ namespace Host {
 
 // Writes "gnss: " and the line to standard error, as one line whatever is in it. A line that cannot be written is lost.
 void Complain(const std::string& line);
+// Lines as they are on standard error. What cannot be written there is lost.
+void Tell(const std::string& lines);
 // The warnings of one file: the first few as they are, then how many more.
 void Complain(const Warnings& warnings, bool all);
 

@@ -1,11 +1,11 @@
 #include "host/cli/LiveStatus.h"
 
 #include <cmath>
-#include <cstdio>
 #include <unistd.h>
 
 #include <fmt/format.h>
 
+#include "host/cli/Inputs.h"
 #include "host/report/FixFigures.h"
 #include "host/report/RunFigures.h"
 #include "host/report/SafeText.h"
@@ -15,11 +15,6 @@ namespace Host {
 namespace {
 
 constexpr std::int64_t SecondsPerLine = 60;
-
-void Write(const std::string& text) {
-    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
-    static_cast<void>(std::fflush(stderr));
-}
 
 std::string Describe(const FixResult& result) {
     if (!result.valid) return std::string("no position: ") + Describe(result.failure);
@@ -50,7 +45,7 @@ void LiveStatus::OnFix(const PublishedFix& fix) {
     last_ = {fix.result.time, Describe(fix.result), DescribeNotes(fix.notes)};
     if (!isFirst) return;
     Wipe();
-    Write(PrintInstant(last_->time) + " first position: " + last_->text + "\n");
+    Tell(PrintInstant(last_->time) + " first position: " + last_->text + "\n");
 }
 
 std::string LiveStatus::DescribeSources(const LiveRun& run) const {
@@ -73,15 +68,15 @@ void LiveStatus::Show(const LiveRun& run) {
     text += fmt::format("\n  {} epochs, {} positions", nmrEpochs_, nmrFixes_);
     if (last_ && !last_->notes.empty()) text += "; " + last_->notes;
     text += DescribeSources(run) + "\n";
-    if (!isTerminal_) return Write(text);
+    if (!isTerminal_) return Tell(text);
     // Cut to the terminal's width by not wrapping at all.
     Wipe();
-    Write("\x1b[?7l" + text + "\x1b[?7h");
+    Tell("\x1b[?7l" + text + "\x1b[?7h");
     for (const char c : text) nmrLines_ += c == '\n' ? 1 : 0;
 }
 
 void LiveStatus::Wipe() {
-    if (nmrLines_ > 0) Write(fmt::format("\x1b[{}F\x1b[J", nmrLines_));
+    if (nmrLines_ > 0) Tell(fmt::format("\x1b[{}F\x1b[J", nmrLines_));
     nmrLines_ = 0;
 }
 

@@ -45,11 +45,6 @@ bool IsInputOverwritten(const RunSettings& settings) {
     return false;
 }
 
-// A line that cannot be written is lost.
-void Tell(const std::string& lines) {
-    static_cast<void>(std::fwrite(lines.data(), 1, lines.size(), stderr));
-}
-
 int PrintSettings(const RunSettings& settings) {
     std::string text;
     std::string fault;

@@ -58,7 +58,10 @@ int RunLive(RunSettings settings) {
     StopSignal::WakeThrough(-1);
     status.Wipe();
     if (!failure.empty()) return Complain(failure), 1;
-    if (folders && !folders->GetLast().empty() && !settings.quiet) Complain("written to " + folders->GetLast());
+    if (folders && !folders->GetLast().empty() && !settings.quiet) {
+        Tell(folders->GetLastSummary());
+        Complain("written to " + folders->GetLast());
+    }
     return run.GetFacts().counts.fixes > 0 ? 0 : 1;
 }
 

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "host/run/RunCore.h"
+#include "host/run/RunText.h"
 
 namespace Host {
 
@@ -53,7 +54,10 @@ std::string DailyFolders::EndDay(const RunFacts& facts) {
     if (!day_) return {};
     std::string failure = day_->summary.Finish(facts);
     if (failure.empty()) failure = day_->folder.Finish(facts);
-    if (failure.empty()) last_ = current_;
+    if (failure.empty()) {
+        last_ = current_;
+        lastSummary_ = PrintSummary(day_->summary.GetFigures(), day_->summary.GetSeries(), facts);
+    }
     day_.reset();
     return failure;
 }

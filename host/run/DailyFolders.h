@@ -32,6 +32,8 @@ public:
     [[nodiscard]] const std::string& GetFailure() const { return failure_; }
     // The last one made; empty before.
     [[nodiscard]] const std::string& GetLast() const { return last_; }
+    // How its day went, in lines for the terminal.
+    [[nodiscard]] const std::string& GetLastSummary() const { return lastSummary_; }
 
 private:
     struct Day {
@@ -52,6 +54,7 @@ private:
     std::int64_t number_ = 0;      // of the day, from the beginning of GPS time
     std::string current_;          // its folder
     std::string last_;
+    std::string lastSummary_;
     std::string failure_;
 };
 
