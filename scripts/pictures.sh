@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The pictures of the README, drawn from real data into docs/pictures: a station in Denmark on 25 June 2020, and a
-# receiver's log of 18 December 2009.
+# The pictures of the README, drawn into docs/pictures: a station in Denmark on 25 June 2020, a receiver's log of
+# 18 December 2009, and a simulated receiver.
 # GNSS_TEST_DATA names the folder of the data, GNSS the program.
 set -eu
 cd "$(dirname "$0")/.."
@@ -36,4 +36,8 @@ for picture in position tests; do
     cp "$run/day/$picture.png" "$to/$picture.png"
     scripts/smaller_png.py "$to/$picture.png"
 done
+"$gnss" simulate --duration 20min --warm-up 13min --fault ramp,G11,at=300,for=600,size=0.2 |
+    "$gnss" run - --output "$run/ramp" --png --quiet
+cp "$run/ramp/notes.png" "$to/notes.png"
+scripts/smaller_png.py "$to/notes.png"
 ls -l "$to"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # What takes too long for every change: the tests many times over in random order, a thousand simulated faults and ten
-# thousand simulated fixes, the notes of every kind of fault, a month of simulated traffic through the stores, and five
-# minutes of each fuzz target.
+# thousand simulated fixes, the notes of every kind of fault, two days of a live stream that breaks, a month of simulated
+# traffic through the stores, and five minutes of each fuzz target.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/quietly.sh cmake --preset dev
@@ -21,6 +21,10 @@ scripts/quietly.sh cmake --preset release -B build/release-tests -DGNSS_BUILD_TE
 scripts/quietly.sh cmake --build build/release-tests --target host_simulate_tests gnss_program
 GNSS_TEST_RUNS=1000 build/release-tests/tests/host_simulate_tests --gtest_brief=1 --gtest_filter='*Statistics*'
 scripts/simulated_faults.py build/release-tests/host/gnss
+echo "== two days of a live stream that breaks"
+scripts/quietly.sh cmake --preset release
+scripts/quietly.sh cmake --build --preset release --target live_load
+build/release/bench/live_load trouble 48
 echo "== a month of traffic through the stores"
 scripts/quietly.sh cmake --preset release
 scripts/quietly.sh cmake --build --preset release --target store_soak

@@ -12,7 +12,6 @@
 
 namespace Host {
 
-using std::chrono::duration_cast;
 using std::chrono::seconds;
 
 LiveSink::~LiveSink() = default;
