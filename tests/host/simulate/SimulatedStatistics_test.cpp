@@ -247,7 +247,8 @@ TEST(SimulatedStatistics, FaultsAmongFewSatellites) {
             const int freedom = result.gps.used - 4;
             if (!result.valid || freedom < 1) continue;
             const auto draw = choice.Bits({static_cast<std::uint64_t>(part), static_cast<std::uint64_t>(epoch)});
-            const Host::FixSatellite& satellite = *result.FindRow(static_cast<int>(draw % (freedom + 4U)));
+            const Host::FixSatellite& satellite =
+                *result.FindRow(static_cast<int>(draw % static_cast<std::uint64_t>(result.gps.used)));
             if (!(satellite.resid.GetMDB() > 0.0 && satellite.resid.GetMDB() < 10.0)) continue;
             candidate = {false, satellite.number, satellite.resid.GetMDB(), freedom};
             ++nmr;
