@@ -14,7 +14,9 @@ WANTED = sys.argv[2] if len(sys.argv) > 2 else ""
 LIMIT = 30.0
 # Of faultless ranges every hundredth is rejected, for an epoch: a note counts that holds longer, small holes aside.
 CHANCE, HOLE, LEAST = 1.0, 5.0, 5.0
-BEGIN, LENGTH, DURATION = 180, 300, 720
+BEGIN, LENGTH, DURATION = 187, 304, 720
+# A message fault begins and ends with the satellite's next frame of 30 s; those of GLONASS keep UTC, 18 s behind.
+FRAME, GLONASS_FRAME = 30, 18
 SECONDS = f"at={BEGIN},for={LENGTH}"
 WARM = ["--warm-up", "13min"]  # the ionosphere's page is sent every 12.5 minutes
 
@@ -27,6 +29,13 @@ class Case:
                  duration=DURATION, worst=15.0, run=()):
         self.name, self.faults, self.notes, self.satellite = name, faults, notes, satellite
         self.span, self.more, self.duration, self.worst, self.run = span, list(more), duration, worst, list(run)
+
+    def starts_and_ends(self):
+        """When the satellite sends the fault: with the frame after `span` where it is in messages."""
+        if not self.faults or self.faults[0].split(",")[0] not in ("unhealthy", "orbit", "mixed"):
+            return self.span
+        first = GLONASS_FRAME if self.satellite[0] == "R" else 0
+        return tuple(first - (first - t) // FRAME * FRAME for t in self.span)
 
 
 NO_FIX, REJECTED, NOT_PLACED, UNHEALTHY, NO_POSITION, CONTRADICTS, MISSING = 1, 2, 5, 15, 17, 25, 26
@@ -117,7 +126,7 @@ def check(case):
         first = int(truth["week"]) * 604800 + float(truth["tow_s"])
         spans = spans_of(case, rows(folder / "out" / "journal.csv"), first)
         worst, fixes, epochs = worst_error(folder)
-    start, end = case.span
+    start, end = case.starts_and_ends()
     began = ended = text = ""
     good = worst < case.worst and bool(spans)
     if spans:

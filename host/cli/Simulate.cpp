@@ -1,4 +1,5 @@
 // gnss simulate: a receiver under a simulated sky.
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -36,6 +37,7 @@ struct Options {
     std::string motion = "still";
     std::string systems = "GR";
     std::string noise = "nominal";
+    std::string seed = "1";
     std::string speed;
     std::string output;
     std::string serve;
@@ -73,6 +75,8 @@ std::string ReadTimes(const Options& options, SimulatorSettings& settings, Reque
     if (!start) return "--start: " + Quoted(options.start) + " is not a time";
     // The library's own almanac is dated 2007: messages from before it would count as old.
     if (start->GetWeek() < 1434) return "--start: the simulation begins in 2007 at the earliest";
+    // In 2100 the four years by which GLONASS counts lack a day.
+    if (start->GetWeek() >= 6260) return "--start: the simulation begins in 2099 at the latest";
     settings.start = *start;
     const auto interval = ReadSpan(options.interval);
     if (!interval || !(*interval >= 0.05 && *interval <= 3600.0))
@@ -101,12 +105,19 @@ std::string ReadMeasurements(const Options& options, SimulatorSettings& settings
     const auto noise = options.noise == "nominal" ? std::optional(1.0) : ReadFactor(options.noise);
     if (!noise) return "--noise: " + Quoted(options.noise) + " is not nominal or a factor of that";
     settings.noise = *noise;
+    const auto [seedEnd, seedError] =
+        std::from_chars(options.seed.data(), options.seed.data() + options.seed.size(), settings.seed);
+    if (seedError != std::errc() || seedEnd != options.seed.data() + options.seed.size())
+        return "--seed: " + Quoted(options.seed) + " is not a whole number from 0 to 18446744073709551615";
     for (const std::string& text : options.faults) {
         std::string fault;
         const auto read = ParseFault(text, fault);
         if (!read) return "--fault: " + fault;
         settings.faults.push_back(*read);
     }
+    const auto isLeap = [](const SimulatedFault& f) { return f.kind == SimulatedFault::Kind::Leap; };
+    if (std::count_if(settings.faults.begin(), settings.faults.end(), isLeap) > 1)
+        return "--fault: one leap second is all that a simulation can have";
     return "";
 }
 
@@ -119,6 +130,8 @@ std::string Understand(const Options& options, Request& request) {
         if (!request.serve) return "--serve: " + Quoted(options.serve) + " is not PORT or ADDRESS:PORT";
         if (!options.output.empty()) return "--serve and --output are two ways for the bytes to go; give one";
     }
+    const bool isPiped = !request.serve && (options.output.empty() || options.output == "-");
+    if (isPiped && options.truth == "-") return "--truth: standard output has the receiver's bytes already";
     const std::string speed = options.speed.empty() ? (request.serve ? "1" : FastSpeed) : options.speed;
     if (speed != FastSpeed) {
         request.speed = ReadFactor(speed);
@@ -252,12 +265,11 @@ void AddSimulateCommand(CLI::App& program, int& exitCode) {
     add("--place", options->place, PlaceHelp);
     add("--motion", options->motion,
         "of the antenna from the place on: still; circle,RADIUS,SPEED; line,COURSE,SPEED (metres, m/s, degrees)");
-    add("--systems", options->systems, "G, R or GR");
+    add("--systems", options->systems, "G, R or GR; R alone sends no model of the ionosphere");
     command->add_option("--mask", settings.mask, "elevation from which satellites are received, degrees")
         ->check(CLI::Range(-5.0, 80.0))
         ->capture_default_str();
-    command->add_option("--seed", settings.seed, "of all that is drawn; the same one gives the same bytes")
-        ->capture_default_str();
+    add("--seed", options->seed, "of all that is drawn; the same one gives the same bytes");
     add("--noise", options->noise,
         "errors of the measurements: nominal, as a position fix expects them, or a factor of it");
     command->add_option("--ionosphere", settings.ionosphere, "true delay as a factor of the one broadcast")
@@ -285,7 +297,10 @@ void AddSimulateCommand(CLI::App& program, int& exitCode) {
         "  bits,all,size=1e-3                 each bit of the messages wrong with this probability\n"
         "  outage,all,at=300,for=60           nothing received of it\n"
         "  leap,at=600                        a leap second at the end of that day of UTC, announced before\n"
-        "Message faults begin with the next frame of 30 s. A week's end, or GLONASS day 1461, is a --start before it.\n"
+        "What is in messages changes with a satellite's next frame of 30 s. The turns of the time need no fault:\n"
+        "  --start \"2025-06-07 23:57\"          a week's end after three minutes\n"
+        "  --start \"2038-11-20 23:57\"          the end of week 1023, as GPS counts\n"
+        "  --start \"2027-12-31 20:57:18\"       GLONASS day 1461 to day 1\n"
         "\n"
         "A served stream begins when a client comes, one at a time, and goes on without one.\n"
         "\n"

@@ -90,7 +90,8 @@ void LeapRule::SetFor(const GPSTime& t) {
 void LeapRule::Learn(const GPSTime& t, int count) {
     constexpr Time Soon = Time::Minute;  // after midnight the stream's next time comes
     if (!inForce_ || count != inForce_->after + 1 || FindLeapSecond(count)) return;
-    const LeapSecond leap{(t - Time(count)).GetDate(), count};
+    // Some streams tell the new count from the start of the second that is inserted, others from its end.
+    const LeapSecond leap{(t - Time(count - 1)).GetDate(), count};
     if (t - (CountedInUTC(leap) + Time(count)) < Soon) learnt_ = leap;
 }
 

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <numbers>
 
-#include "gnss/almanac/AlmanacGlonassSV.h"
 #include "gnss/icd/ICD.h"
 #include "gnss/platform/Number.h"
 #include "gnss/time/Constants.h"
@@ -32,6 +31,10 @@ constexpr int AllBadAlmanac = 255;
 // is reserved.
 constexpr std::array<int, 25> PagesOfSubframe4{57, 25, 26, 27, 28, 57, 29, 30, 31, 32, 57, 62, 52,
                                                53, 54, 57, 55, 56, 58, 59, 57, 60, 61, 62, 63};
+
+// Of GLONASS, from a day counted like GPS weeks, from 6 January 1980: leap years every four years until 2099.
+constexpr std::int64_t DaysBefore1996 = 5839;
+constexpr std::int64_t DaysOfFourYears = 1461;
 
 double Floor(double value, double unit) {
     return std::floor(value / unit) * unit;
@@ -225,11 +228,11 @@ String ControlSegment::GetString(std::size_t satellite, double moscow) {
     const int number = ToInt(std::round((moscow - frame) / 2.0)) + 1;
     const auto day = ToInt64(std::floor(frame / GPSTime::SecsInDay));
     const double begin = clock_.FromMoscow(frame);
-    const Corvane::Date date = GPSTime::Start + day;
-    const int dayNumber = GNSS::Almanac::GlonassSV::CalcDayNumber(date);
+    const int dayNumber = static_cast<int>((day - DaysBefore1996) % DaysOfFourYears + 1);
+    const SimulatedSatellite& own = sky_[satellite];
+    const bool isHealthy = IsHealthy(own, begin);
 
     if (number <= 4) {
-        const SimulatedSatellite& own = sky_[satellite];
         const double since = begin - start_;
         const auto window = ToInt64(std::floor(frame / GlonassWindow));
         std::size_t source = satellite;
@@ -238,7 +241,7 @@ String ControlSegment::GetString(std::size_t satellite, double moscow) {
         }
         GlonassBroadcast broadcast = GetBroadcast(source, window);
         broadcast.slot = own.number;
-        broadcast.healthy = IsHealthy(own, begin);
+        broadcast.healthy = isHealthy;
         if (const SimulatedFault* fault = faults_.Find(Kind::Orbit, own.system, own.number, since)) {
             // Ahead along the way in space, of which the earth-fixed velocity lacks the earth's turning.
             const Vector& p = broadcast.posn;
@@ -252,8 +255,9 @@ String ControlSegment::GetString(std::size_t satellite, double moscow) {
         GlonassSystemTime time;
         time.dayOfAlmanac = dayNumber;
         time.tauC = -0x1p-25;
-        time.fourYears = (date.Year() - 1996) / 4 + 1;
+        time.fourYears = static_cast<int>((day - DaysBefore1996) / DaysOfFourYears + 1);
         time.tauGPS = -GlonassOffset;
+        time.healthy = isHealthy;
         return MakeSystemString(time);
     }
     const int frameNumber = static_cast<int>(ToInt64(std::round(frame / Frame)) % FramesOfSuperframe);
@@ -263,6 +267,7 @@ String ControlSegment::GetString(std::size_t satellite, double moscow) {
     MakeGlonassAlmanac(day);
     GlonassAlmanacEntry entry = glonassAlmanac_[*found];
     entry.healthy = IsHealthy(sky_[*found], begin);
+    entry.senderHealthy = isHealthy;
     return MakeAlmanacString(entry, number);
 }
 

@@ -27,6 +27,7 @@ GPSSubframeBits::GPSSubframeBits(int subframe, double secondsOfWeek) {
     Put({1, 1, 8}, GNSS::ICD::Subframe::Preamble);
     const int count = Corvane::ToInt(std::round(secondsOfWeek / 6.0)) + 1;
     Put({2, 1, 17}, count % CountsOfWeek);
+    Put({2, 19, 1}, 1);  // anti-spoofing is on, as page 25 of subframe 4 says
     Put({2, 20, 3}, subframe);
 }
 

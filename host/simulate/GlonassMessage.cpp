@@ -90,7 +90,8 @@ String MakeImmediateString(const GlonassBroadcast& b, int number, double frameTi
             putAxis(b.posn.GetY(), b.vely.GetY(), b.accel.GetY());
             break;
         case 3:
-            Put(string, 80, 1, 1);  // five satellites' almanacs in the frame
+            // Five satellites' almanacs in the frame, four in the last one of a superframe.
+            Put(string, 80, 1, Corvane::ToInt(std::round(frameTime / 30.0)) % 5 == 4 ? 0 : 1);
             PutSigned(string, 69, 11, b.gamma, EphSF::Gamma);
             Put(string, 65, 1, b.healthy ? 0 : 1);
             putAxis(b.posn.GetZ(), b.vely.GetZ(), b.accel.GetZ());
@@ -118,6 +119,7 @@ String MakeSystemString(const GlonassSystemTime& time) {
     PutSigned(string, 38, 32, time.tauC, TauCUnit);
     Put(string, 32, 5, time.fourYears);
     PutSigned(string, 10, 22, time.tauGPS, TauGPSUnit);
+    Put(string, 9, 1, time.healthy ? 0 : 1);
     Complete(string);
     return string;
 }
@@ -139,7 +141,7 @@ String MakeAlmanacString(const GlonassAlmanacEntry& entry, int number) {
         PutSigned(string, 22, 22, entry.dT, AlmSF::DDrac);
         PutSigned(string, 15, 7, entry.dTRate, AlmSF::DDracDot);
         Put(string, 10, 5, entry.channel < 0 ? entry.channel + 32 : entry.channel);
-        Put(string, 9, 1, entry.healthy ? 0 : 1);
+        Put(string, 9, 1, entry.senderHealthy ? 0 : 1);
     }
     Complete(string);
     return string;

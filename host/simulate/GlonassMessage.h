@@ -25,6 +25,7 @@ struct GlonassSystemTime {
     double tauC = 0.0;     // s
     int fourYears = 0;     // N4, 1 from 1996
     double tauGPS = 0.0;   // s
+    bool healthy = true;   // the satellite that sends it
 };
 // Two strings of a frame.
 struct GlonassAlmanacEntry {
@@ -39,6 +40,7 @@ struct GlonassAlmanacEntry {
     double tLambda = 0.0;  // s
     double dT = 0.0;       // s, against 43200
     double dTRate = 0.0;   // s per revolution
+    bool senderHealthy = true;
 };
 
 // String 1, 2, 3 or 4 of a frame that begins at a second of the Moscow day, of a day of the four-year interval.

@@ -35,8 +35,12 @@ struct SimulatedFault {
     [[nodiscard]] bool Concerns(char letter, int satellite) const {
         return (system == 0 || system == letter) && (number == 0 || number == satellite);
     }
-    // At a time in seconds after the simulation's start.
-    [[nodiscard]] bool IsActive(double t) const { return t >= start && t < start + length; }
+    // At a time in seconds after the simulation's start. Epochs are whole by the receiver's clock, which is within half
+    // a millisecond of it: one at the start of a fault has it, one at its end has not.
+    [[nodiscard]] bool IsActive(double t) const {
+        constexpr double ClockSlack = 1e-3;
+        return t + ClockSlack >= start && t + ClockSlack < start + length;
+    }
 
     friend bool operator==(const SimulatedFault&, const SimulatedFault&) = default;
 };

@@ -21,8 +21,9 @@ SimulationClock::SimulationClock(const GPSTime& origin, const std::optional<GPST
         leap_.day = (*leapOn - Corvane::Time(now)).GetDate() - GPSTime::Start;
         leap_.before = now;
         leap_.after = now + 1;
-        // The second that is inserted begins when the day's 86400th ends.
-        leapAt_ = (leap_.day + 1) * GPSTime::SecsInDay + now - originSeconds_;
+        // The count grows when the second that is inserted has gone by. A leap that the table has is in its count.
+        const double end = (leap_.day + 1) * GPSTime::SecsInDay + leap_.after - originSeconds_;
+        if (GPSMinusUTC(ToGPS(end)) == now) leapAt_ = end;
     } else if (const auto last = LastLeapSecond(origin.GetDate())) {
         leap_.day = last->day - GPSTime::Start - 1;
         leap_.after = last->after;

@@ -86,4 +86,17 @@ TEST_F(LeapRuleTest, BelievesHeadersThatContradictTheTable) {
     }
 }
 
+// A leap that no table knows, told by a stream from the start of the second that is inserted or from its end.
+TEST_F(LeapRuleTest, LearnsALeapFromTheStream) {
+    constexpr GPSTime Unknown(2373, 172819.0);  // 1 July 2025, 0 h of UTC
+    for (const double first : {-0.75, 0.0, 0.25, 1.0}) {
+        Host::LeapRule rule;
+        rule.SetFor(Unknown - Time(2.0), 18);
+        rule.SetFor(Unknown + Time(first), 19);
+        EXPECT_EQ(rule.Count(Unknown - Time(2.0)), 18) << first;
+        EXPECT_EQ(rule.Count(Unknown), 19) << first;
+        EXPECT_EQ(GPSTime::LeapChange(), 1.0) << first;
+    }
+}
+
 }  // namespace

@@ -53,17 +53,21 @@ struct Mean {
     [[nodiscard]] double StandardErrors() const { return Get() / (SD() / std::sqrt(nmr)); }
 };
 
-TEST(SimulatedStatistics, ErrorsAreWhatTheyAreSaidToBe) {
+class SimulatedErrors : public ::testing::TestWithParam<bool> {};
+
+// With rejections the shares hold for the epochs that had none. A range without a fault that is rejected had one of the
+// greatest errors that chance makes, and what the others are then moved by is not in their variances.
+TEST_P(SimulatedErrors, AreWhatTheyAreSaidToBe) {
     const int nmrEpochs = NmrRuns(10) * (IsLong() ? 10 : 40);
     SimulatorSettings settings;
     settings.interval = 30.0;
     settings.warmUp = 30.0;
     settings.motion.SetCircle(500.0, 5.0);
     FixSettings fix;
-    fix.rejects = false;
+    fix.rejects = GetParam();
     SimulatedReception reception(settings, fix);
     std::array<Mean, 6> errors;
-    Share inEllipse;
+    Share inEllipse, inEllipseAll, rejections;
     std::array<Share, 3> inVelocity;
     for (int epoch = 0; epoch < nmrEpochs; ++epoch) {
         const Host::FixResult& result = reception.Next();
@@ -79,18 +83,23 @@ TEST(SimulatedStatistics, ErrorsAreWhatTheyAreSaidToBe) {
                                          result.velocity.vely.GetHeight() - moving.GetHeight()};
         const std::array<double, 3> sd{result.velocity.sd.GetEast(), result.velocity.sd.GetNorth(),
                                        result.velocity.sd.GetHeight()};
+        for (const Host::FixSatellite& satellite : result.satellites) {
+            if (satellite.row >= 0) rejections.Count(satellite.use == SatelliteUse::Rejected);
+        }
         errors[0].Add(e);
         errors[1].Add(n);
         errors[2].Add(posn.GetHeight());
         for (std::size_t axis = 0; axis < 3; ++axis) {
             errors[3 + axis].Add(vely[axis]);
-            inVelocity[axis].Count(std::abs(vely[axis]) < 1.959964 * sd[axis]);
+            if (result.velocity.nmrRejected == 0) inVelocity[axis].Count(std::abs(vely[axis]) < 1.959964 * sd[axis]);
         }
         // Within the ellipse that holds 95 % of a normal distribution of this covariance.
         const double ee = result.covar.GetVarianceEast();
         const double nn = result.covar.GetVarianceNorth();
         const double en = result.covar.GetCovarEastNorth();
-        inEllipse.Count((e * e * nn - 2.0 * e * n * en + n * n * ee) / (ee * nn - en * en) < 5.991465);
+        const bool isIn = (e * e * nn - 2.0 * e * n * en + n * n * ee) / (ee * nn - en * en) < 5.991465;
+        inEllipseAll.Count(isIn);
+        if (result.NmrRejected() == 0) inEllipse.Count(isIn);
     }
     const std::array names{"east", "north", "up", "velocity east", "velocity north", "velocity up"};
     for (std::size_t i = 0; i < errors.size(); ++i) {
@@ -101,12 +110,20 @@ TEST(SimulatedStatistics, ErrorsAreWhatTheyAreSaidToBe) {
         }
     }
     EXPECT_NEAR(inEllipse.Percent(), 95.0, IsLong() ? 1.0 : inEllipse.Slack(95.0, 0.5));
+    if (GetParam()) {
+        EXPECT_NEAR(rejections.Percent(), 1.0, IsLong() ? 0.3 : rejections.Slack(1.0, 0.1));
+    }
     for (const Share& share : inVelocity) EXPECT_NEAR(share.Percent(), 95.0, IsLong() ? 1.0 : share.Slack(95.0, 0.5));
     if (IsLong()) {
-        std::printf("%d epochs: %.2f %% within the ellipse; velocity %.2f %.2f %.2f %%\n", inEllipse.of,
-                    inEllipse.Percent(), inVelocity[0].Percent(), inVelocity[1].Percent(), inVelocity[2].Percent());
+        std::printf("%d epochs without a rejection: %.2f %% within the ellipse; velocity %.2f %.2f %.2f %%\n",
+                    inEllipse.of, inEllipse.Percent(), inVelocity[0].Percent(), inVelocity[1].Percent(),
+                    inVelocity[2].Percent());
+        std::printf("all %d: %.2f %%; %.2f %% of %d ranges rejected\n", inEllipseAll.of, inEllipseAll.Percent(),
+                    rejections.Percent(), rejections.of);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(SimulatedStatistics, SimulatedErrors, ::testing::Bool());
 
 // Of an epoch without a fault: the satellite that is to have one, and what the fix says of it.
 struct Candidate {
@@ -202,6 +219,65 @@ TEST(SimulatedStatistics, FaultsAreFoundAsOftenAsPromised) {
         std::printf("%d runs: MDE found %.1f %%, 20 m found %.2f %% (%d), placed %.2f %% (%d); false %.2f %% of %d\n",
                     mdeFound.of, mdeFound.Percent(), bigFound.Percent(), bigFound.of, placed.Percent(), placed.of,
                     falseAlarms.Percent(), falseAlarms.of);
+    }
+}
+
+// Few satellites: GPS alone above 30 degrees, one with a step of 20 m. With a redundancy of 1 the fix must say that the
+// fault cannot be placed; with 2 it is sometimes placed wrongly, for the residuals of most ranges then move nearly as
+// another one's.
+TEST(SimulatedStatistics, FaultsAmongFewSatellites) {
+    constexpr int MostOfPart = 100;
+    constexpr std::size_t Most = 4;  // redundancy, or more
+    constexpr int NoSatellite = 33;
+    const Host::SimulatedNoise choice(98);
+    FixSettings keeps;
+    keeps.rejects = false;
+    std::array<Share, Most + 1> found, placed, misplaced;
+    const int nmrRuns = NmrRuns(40);
+    for (int part = 0, nmr = 0; nmr < nmrRuns; ++part) {
+        SimulatorSettings settings = RunSettings(part);
+        settings.glonass = false;
+        settings.mask = 30.0;
+        std::vector<Candidate> candidates;
+        SimulatedReception quiet(settings, keeps);
+        for (int epoch = 0; epoch < MostOfPart && nmr < nmrRuns; ++epoch) {
+            const Host::FixResult& result = quiet.Next();
+            Candidate& candidate = candidates.emplace_back();
+            candidate.number = NoSatellite;
+            const int freedom = result.gps.used - 4;
+            if (!result.valid || freedom < 1) continue;
+            const auto draw = choice.Bits({static_cast<std::uint64_t>(part), static_cast<std::uint64_t>(epoch)});
+            const Host::FixSatellite& satellite =
+                *result.FindRow(static_cast<int>(draw % static_cast<std::uint64_t>(result.gps.used)));
+            if (!(satellite.resid.GetMDB() > 0.0 && satellite.resid.GetMDB() < 10.0)) continue;
+            candidate = {false, satellite.number, satellite.resid.GetMDB(), freedom};
+            ++nmr;
+        }
+        settings.faults = StepsOf(candidates, 20.0);
+        SimulatedReception reception(settings, FixSettings());
+        for (const Candidate& candidate : candidates) {
+            const Host::FixResult& result = reception.Next();
+            if (candidate.number == NoSatellite) continue;
+            const std::size_t freedom = std::min(static_cast<std::size_t>(candidate.freedom), Most);
+            const bool isPlaced = Find(result, candidate)->use == SatelliteUse::Rejected;
+            const bool isRejected = result.valid && result.NmrRejected() > 0;
+            // Without what is rejected the others may not determine a position.
+            found[freedom].Count(!result.valid || isRejected || result.test == Host::FixTest::Failed);
+            placed[freedom].Count(isPlaced);
+            misplaced[freedom].Count(isRejected && !isPlaced);
+        }
+    }
+    EXPECT_EQ(placed[1].nmr + misplaced[1].nmr, 0);
+    for (std::size_t freedom = 1; freedom <= Most; ++freedom) {
+        EXPECT_EQ(found[freedom].nmr, found[freedom].of) << freedom;
+        if (freedom >= 3 && placed[freedom].of > 0) {
+            EXPECT_GE(placed[freedom].Percent() + placed[freedom].Slack(95.0, 0.0), 95.0) << freedom;
+        }
+        if (IsLong()) {
+            std::printf("redundancy %zu: of %d found %.1f %%, placed %.1f %%, wrongly %.1f %%\n", freedom,
+                        found[freedom].of, found[freedom].Percent(), placed[freedom].Percent(),
+                        misplaced[freedom].Percent());
+        }
     }
 }
 
