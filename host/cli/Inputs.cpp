@@ -4,13 +4,15 @@
 
 #include <fmt/format.h>
 
+#include "host/live/SourceAddress.h"
 #include "host/receiver/RinexNavigation.h"
 #include "host/report/SafeText.h"
 
 namespace Host {
 
 void Complain(const std::string& line) {
-    const std::string text = "gnss: " + CleanText(line) + '\n';
+    // What was mistyped and is no address to this program may be one all the same.
+    const std::string text = "gnss: " + MaskPasswords(CleanText(line)) + '\n';
     // Nobody is left to be told when this fails.
     static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
 }
