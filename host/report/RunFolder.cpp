@@ -177,7 +177,7 @@ std::vector<std::string> RunFolder::KeepLeftOvers(const std::string& parent) {
     if (!List(parent, names)) return kept;
     constexpr std::size_t Tail = 1 + NmrDigits + Suffix.size();
     for (const std::string& name : names) {
-        if (name.size() <= Tail + 1 || !name.starts_with('.')) continue;
+        if (name.size() <= Tail + 1 || !name.starts_with('.') || name[name.size() - Tail] != '.') continue;
         if (!IsWorkName(name, name.substr(0, name.size() - Tail + 1))) continue;
         const std::string path = Join(parent, name);
         const int lock = Lock(path);
