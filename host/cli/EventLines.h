@@ -28,6 +28,12 @@ public:
         }
     }
 
+    // The next few of each source are shown again.
+    void Renew() {
+        Finish();
+        nmr_.clear();
+    }
+
 private:
     static constexpr std::int64_t Few = 5;
     bool all_;

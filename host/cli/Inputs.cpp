@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "host/live/SourceAddress.h"
 #include "host/receiver/RinexNavigation.h"
 #include "host/report/SafeText.h"
 
@@ -15,7 +16,8 @@ void Tell(const std::string& lines) {
 }
 
 void Complain(const std::string& line) {
-    Tell("gnss: " + CleanText(line) + '\n');
+    // What was mistyped and is no address to this program may be one all the same.
+    Tell("gnss: " + MaskPasswords(CleanText(line)) + '\n');
 }
 
 void Complain(const Warnings& warnings, bool all) {

@@ -20,6 +20,8 @@ public:
 
     void OnFix(const PublishedFix& fix) override;
     void OnEvent(const RunEvent& /*event*/) override { Wipe(); }
+    // Before the last lines of others.
+    [[nodiscard]] std::string Finish(const RunFacts& /*facts*/) override { return Wipe(), std::string(); }
     // Each second.
     void Show(const LiveRun& run);
     // Before something else is written to the terminal.

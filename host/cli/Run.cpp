@@ -135,6 +135,14 @@ place, go to standard error. --output makes a folder of
 Its rows go to standard output or a file only where --positions names one. The folder is made when the run has ended in
 good order; a signal (Ctrl-C) leaves none. Times are GPS time in report and pictures, both GPS time and UTC in tables.
 
+Live sources go on until a signal (Ctrl-C), which is their good order: what has come is written whole. --output is then
+a folder with one such folder for each day. What happens to a source, and each minute how all goes, is told on standard
+error; on a terminal there are lines that are always of now. The password for casters comes from --ntrip-password-file,
+the variable GNSS_NTRIP_PASSWORD or the configuration file, never from an address, and goes to those whose address names
+a user. A port that is listened on is one of the loopback interface unless an address (* for all) stands before it.
+
+  gnss run ntrip://me@caster.example/MOUNT --output days --record raw --almanac kept
+
 Every setting may stand in a file as well; --print-config shows them all, with what they mean. To begin one:
   gnss run --mask 15 --print-config > my.toml
   gnss run --config my.toml LOG --output DIR
@@ -152,7 +160,8 @@ written; 2 when the command line or the configuration is wrong.)";
 }  // namespace
 
 void AddRunCommand(CLI::App& program, int& exitCode) {
-    CLI::App* command = program.add_subcommand("run", "positions, with their quality, from receivers' logs");
+    CLI::App* command =
+        program.add_subcommand("run", "positions, with their quality, from receivers' logs and live streams");
     const auto options = std::make_shared<RunOptions>(*command);
     command->footer(Footer);
     command->callback([=, &exitCode] { exitCode = Run(*options); });

@@ -22,6 +22,8 @@ public:
         events_.Finish();
         return {};
     }
+    // For a run without an end.
+    void Renew() { events_.Renew(); }
 
 private:
     FewEvents events_;

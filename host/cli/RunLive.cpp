@@ -51,17 +51,23 @@ int RunLive(RunSettings settings) {
     std::optional<PositionRows> rows;
     if (!settings.positions.empty())
         run.AddOutput(rows.emplace(settings.form, settings.positions, PositionRows::Following));
+    // Of each source a few events are shown in an hour, not in the months that a run may take.
+    constexpr int Hour = 3600;
+    int seconds = 0;
     const std::string failure = run.Run([] { return StopSignal::Get() != 0; },
                                         [&] {
+                                            if (++seconds % Hour == 0) {
+                                                status.Wipe();
+                                                events.Renew();
+                                            }
                                             if (!settings.quiet) status.Show(run);
                                         });
     StopSignal::WakeThrough(-1);
-    status.Wipe();
-    if (!failure.empty()) return Complain(failure), 1;
     if (folders && !folders->GetLast().empty() && !settings.quiet) {
         Tell(folders->GetLastSummary());
         Complain("written to " + folders->GetLast());
     }
+    if (!failure.empty()) return Complain(failure), 1;
     return run.GetFacts().counts.fixes > 0 ? 0 : 1;
 }
 

@@ -27,6 +27,9 @@ constexpr const char* Source = "Fix";
 // A nonpositive step of time, and one that a receiver at work does not make, s.
 constexpr double LeastStep = 1e-3;
 constexpr double LongStep = 300.0;
+// Of epochs that are left out the first ones are told, then one of so many.
+constexpr std::int64_t MaxTold = 100;
+constexpr std::int64_t OneToldOf = 1000;
 
 }  // namespace
 
@@ -118,8 +121,14 @@ bool FixComponent::IsNext(const GNSS::GPSTime& time) {
         return true;
     }
     ++(repeated ? counts_.repeated : counts_.outOfOrder);
-    Corvane::Event::AddEvent(Source, fmt::format("Epoch {} {}, and is left out.", time.PrintRound(3).str(),
-                                                 repeated ? "is repeated" : "comes after a later one"));
+    // Two streams of one receiver repeat every epoch, for months.
+    const std::int64_t nmr = counts_.repeated + counts_.outOfOrder;
+    if (nmr <= MaxTold || nmr % OneToldOf == 0) {
+        Corvane::Event::AddEvent(Source,
+                                 fmt::format("Epoch {} {}, and is left out{}.", time.PrintRound(3).str(),
+                                             repeated ? "is repeated" : "comes after a later one",
+                                             nmr > MaxTold ? fmt::format("; {} of both kinds so far", nmr) : ""));
+    }
     const FixNote note = repeated ? FixNote::EpochRepeated : FixNote::EpochOutOfOrder;
     waiting_.AddNote(static_cast<int>(note),
                      repeated ? "A repeated epoch was left out" : "An epoch out of order was left out");

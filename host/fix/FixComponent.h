@@ -34,7 +34,7 @@ struct PublishedFix {
 // Listens to measurement sets, to the calculators that the stores publish, and to health updates: those of the stores
 // and the operator's. Each epoch gives, in this order, a Position, a PublishedFix and the history of the notes so far,
 // published while it is handled. An epoch that repeats the last one's time or lies before it is left out, with an event
-// and a note at the next fix; after MaxBackward earlier ones the stream is taken to have begun anew.
+// (of many, one of 1000) and a note; after MaxBackward earlier ones the stream is taken to have begun anew.
 class FixComponent : public Corvane::Component {
 public:
     static constexpr std::int32_t CycleMS = 100;

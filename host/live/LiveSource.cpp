@@ -84,7 +84,18 @@ void LiveSource::OnSilence() {
 }
 
 void LiveSource::Tell(const std::string& text) {
-    sink_.OnEvent(*this, CleanText(text));
+    const SteadyTime now = Now();
+    if (!toldSince_ || now - *toldSince_ >= TellSpan) {
+        toldSince_ = now;
+        nmrTold_ = 0;
+    }
+    if (nmrTold_ >= MaxTold) {
+        ++nmrUntold_;
+        return;
+    }
+    ++nmrTold_;
+    const std::int64_t untold = std::exchange(nmrUntold_, 0);
+    sink_.OnEvent(*this, CleanText(text) + (untold > 0 ? fmt::format(" ({} events before are not told)", untold) : ""));
 }
 
 void LiveSource::Begin(const std::string& text) {

@@ -112,6 +112,10 @@ protected:
     void SetState(State state) { state_ = state; }
     // Calls OnLimit then; nothing: never.
     void SetLimit(std::optional<SteadyTime> limit) { limit_ = limit; }
+    // Of more than MaxTold events in TellSpan the rest are counted, which the next one says: a peer that connects again
+    // and again is not to fill the disk.
+    static constexpr int MaxTold = 20;
+    static constexpr std::chrono::seconds TellSpan{60};
     void Tell(const std::string& text);
     // Has told that it is silent, and does not repeat itself until data flow again.
     [[nodiscard]] bool IsMuted() const { return mutedSince_.has_value(); }
@@ -149,6 +153,9 @@ private:
     std::optional<SteadyTime> mutedSince_;  // told that it is silent
     std::int64_t streamBytes_ = 0;          // of this stream
     bool isDirty_ = false;                  // bytes since the stream last broke
+    std::optional<SteadyTime> toldSince_;   // the span in which nmrTold_ events were told
+    int nmrTold_ = 0;
+    std::int64_t nmrUntold_ = 0;
     std::vector<char> room_;
 };
 

@@ -81,7 +81,9 @@ void NtripReply::Feed(std::string_view bytes, const OnContent& onContent) {
 void NtripReply::ReadHead() {
     while (!isHeadDone_) {
         std::size_t end = 0;
-        switch (form_ == Form::Icy ? FindIcyHeader(head_, end) : FindLine(end)) {
+        // A stream of nothing but headers is taken for the stream in the end.
+        const bool isIcy = form_ == Form::Icy;
+        switch (isIcy && size_ > MaxHead ? Line::None : isIcy ? FindIcyHeader(head_, end) : FindLine(end)) {
             case Line::Partial:
                 return;
             case Line::None:

@@ -44,7 +44,7 @@ Secret MakeNtripRequest(const SourceAddress& address, const Secret& password, co
     if (isSecond) text += "Ntrip-Version: Ntrip/2.0\r\n";
     text += fmt::format("User-Agent: {}\r\n", NtripAgent);
     if (isSecond && !gga.empty()) text += "Ntrip-GGA: " + gga.substr(0, gga.find_first_of("\r\n")) + "\r\n";
-    if (!address.user.empty() || !password.IsEmpty()) {
+    if (!address.user.empty()) {
         const Secret pair(address.user + ':' + password.Reveal());
         text += "Authorization: Basic " + Base64(pair.Reveal()) + "\r\n";
     }

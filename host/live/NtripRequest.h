@@ -11,8 +11,8 @@ namespace Host {
 // What this program calls itself; the word before the blank is prescribed.
 inline constexpr const char* NtripAgent = "NTRIP gnss/0.1";
 
-// In the form of the address's version. With a user or a password there is an authorization; `gga`, if not empty, goes
-// along in version 2.
+// In the form of the address's version. The password goes along with a user alone: a caster whose address names none is
+// not told that of another one. `gga`, if not empty, goes along in version 2.
 [[nodiscard]] Secret MakeNtripRequest(const SourceAddress& address, const Secret& password, const std::string& gga);
 
 struct GgaPosition {

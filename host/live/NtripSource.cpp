@@ -13,6 +13,15 @@ namespace {
 
 constexpr std::size_t MaxNear = 5;
 
+// A text without a password that somebody repeats in it.
+std::string Without(std::string text, const std::string& password) {
+    constexpr std::string_view Mask = "***";
+    for (std::size_t at = 0; !password.empty() && (at = text.find(password, at)) != std::string::npos;
+         at += Mask.size())
+        text.replace(at, password.size(), Mask);
+    return text;
+}
+
 }  // namespace
 
 NtripSource::NtripSource(SourceAddress address, const LiveSettings& settings, LiveSink& sink, Secret password,
@@ -65,8 +74,9 @@ void NtripSource::BeginStream() {
 
 void NtripSource::CheckReply() {
     using Kind = NtripReply::Kind;
-    const std::string says = fmt::format("the caster says \"{}\"{}{}", reply_->GetStatus(),
-                                         reply_->GetReason().empty() ? "" : ": ", reply_->GetReason());
+    const std::string says =
+        fmt::format("the caster says \"{}\"{}{}", Without(reply_->GetStatus(), password_.Reveal()),
+                    reply_->GetReason().empty() ? "" : ": ", Without(reply_->GetReason(), password_.Reveal()));
     switch (reply_->GetKind()) {
         case Kind::Incomplete:
             return;

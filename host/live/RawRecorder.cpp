@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <fmt/format.h>
+#include <sys/file.h>
 
 namespace Host {
 
@@ -16,15 +17,22 @@ bool RawRecorder::Open() {
     if (retry_ && clock_() < *retry_) return false;
     // Never waits: a pipe that nobody reads is a failure like others.
     file_ = Descriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0644));
-    if (file_.IsOpen()) return true;
-    Fail(errno);
-    return false;
+    if (!file_.IsOpen()) {
+        Fail(SystemWords(errno));
+        return false;
+    }
+    // The bytes of two would be a mixture. What knows no locks is no such file.
+    if (::flock(file_.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        Fail("another program or source records there");
+        return false;
+    }
+    return true;
 }
 
-void RawRecorder::Fail(int error) {
+void RawRecorder::Fail(const std::string& reason) {
     file_.Close();
     // Said when it begins, not at each try.
-    if (!retry_) tell_(fmt::format("recording to {} fails: {}; the data go on", path_, SystemWords(error)));
+    if (!retry_) tell_(fmt::format("recording to {} fails: {}; the data go on", path_, reason));
     retry_ = clock_() + Pause;
 }
 
@@ -38,7 +46,7 @@ void RawRecorder::Write(std::string_view bytes) {
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0) {
             nmrLost_ += static_cast<std::int64_t>(bytes.size());
-            Fail(written < 0 ? errno : ENOSPC);
+            Fail(SystemWords(written < 0 ? errno : ENOSPC));
             return;
         }
         nmrWritten_ += written;

@@ -29,7 +29,7 @@ public:
 
 private:
     [[nodiscard]] bool Open();
-    void Fail(int error);
+    void Fail(const std::string& reason);
 
     std::string path_;
     SteadyClock clock_;

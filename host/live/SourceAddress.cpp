@@ -303,6 +303,17 @@ std::string MaskPassword(std::string_view text) {
     return masked;
 }
 
+std::string MaskPasswords(std::string_view text) {
+    std::string masked;
+    for (std::size_t scheme = text.find("://"); scheme != std::string_view::npos; scheme = text.find("://")) {
+        const std::size_t end = std::min(text.find_first_of(" \t\r\n\"'", scheme), text.size());
+        masked += text.substr(0, scheme);
+        masked += MaskPassword(text.substr(scheme, end - scheme));
+        text.remove_prefix(end);
+    }
+    return masked += text;
+}
+
 std::string BracketHost(const std::string& host) {
     return host.find(':') == std::string::npos ? host : '[' + host + ']';
 }

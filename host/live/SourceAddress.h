@@ -55,6 +55,8 @@ struct SourceAddress {
 
 // A text that may be an address with a password in it, with the password replaced by three asterisks.
 [[nodiscard]] std::string MaskPassword(std::string_view text);
+// The same of every address in a text for people, where it ends at a blank or a quote.
+[[nodiscard]] std::string MaskPasswords(std::string_view text);
 
 // A name or a numeric address as it stands before a port: with brackets where it has colons.
 [[nodiscard]] std::string BracketHost(const std::string& host);

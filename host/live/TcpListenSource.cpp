@@ -15,8 +15,9 @@ TcpListenSource::TcpListenSource(SourceAddress address, const LiveSettings& sett
     : LiveSource(address.GetName(), settings, sink), address_(std::move(address)) {}
 
 void TcpListenSource::AddWanted(std::vector<pollfd>& wanted) const {
-    if (listener_.IsOpen()) wanted.push_back({listener_.Get(), POLLIN, 0});
+    // The peer first: one that ends its connection and at once makes another is not in its own way.
     if (peer_.IsOpen()) wanted.push_back({peer_.Get(), POLLIN, 0});
+    if (listener_.IsOpen()) wanted.push_back({listener_.Get(), POLLIN, 0});
 }
 
 int TcpListenSource::GetPort() const {

@@ -105,6 +105,9 @@ void TcpSource::OnConnectDone() {
         return;
     }
     isConnected_ = true;
+    // For a peer whose machine has gone, where silence is allowed.
+    const int on = 1;
+    static_cast<void>(::setsockopt(socket_.Get(), SOL_SOCKET, SO_KEEPALIVE, &on, sizeof(on)));
     SetLimit(std::nullopt);
     OnConnection();
 }

@@ -37,6 +37,7 @@ std::string FullName(const Column& column) {
 class TableWriter final : public RowWriter {
 public:
     TableWriter(std::vector<Column> columns, Sink& sink) : columns_(std::move(columns)), sink_(sink) {
+        if (sink_.IsContinued()) return;
         for (const Column& column : columns_) Put(column.name, column);
         EndLine();
         if (std::ranges::all_of(columns_, [](const Column& column) { return column.unit.empty(); })) return;
@@ -86,6 +87,7 @@ private:
 class CsvWriter final : public RowWriter {
 public:
     CsvWriter(std::vector<Column> columns, Sink& sink) : columns_(std::move(columns)), sink_(sink) {
+        if (sink_.IsContinued()) return;
         for (std::size_t i = 0; i < columns_.size(); ++i) {
             if (i > 0) sink_.Write(",");
             Quoted(FullName(columns_[i]));

@@ -42,7 +42,8 @@ public:
     // Writes a row of as many cells as there are columns.
     virtual void Write(std::span<const Cell> cells) = 0;
 
-    // A writer that has written its heading. The sink must outlive it.
+    // A writer that has written its heading, unless the sink goes on with a file that has one. The sink must outlive
+    // it.
     [[nodiscard]] static std::unique_ptr<RowWriter> Make(Form form, std::vector<Column> columns, Sink& sink);
 };
 

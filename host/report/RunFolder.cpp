@@ -171,6 +171,30 @@ std::string RunFolder::Open(const std::string& target, bool overwrite, const std
     return Fail("cannot be made", EEXIST);
 }
 
+std::vector<std::string> RunFolder::KeepLeftOvers(const std::string& parent) {
+    std::vector<std::string> kept;
+    std::vector<std::string> names;
+    if (!List(parent, names)) return kept;
+    constexpr std::size_t Tail = 1 + NmrDigits + Suffix.size();
+    for (const std::string& name : names) {
+        if (name.size() <= Tail + 1 || !name.starts_with('.') || name[name.size() - Tail] != '.') continue;
+        if (!IsWorkName(name, name.substr(0, name.size() - Tail + 1))) continue;
+        const std::string path = Join(parent, name);
+        const int lock = Lock(path);
+        if (lock < 0) continue;
+        const std::string stem = Join(parent, name.substr(1, name.size() - Tail - 1)) + "_interrupted";
+        std::string target = stem;
+        constexpr int MaxTries = 1000;
+        // An empty one would be replaced, too.
+        struct stat info {};
+        for (int i = 2; ::lstat(target.c_str(), &info) == 0 && i < MaxTries; ++i)
+            target = stem + '_' + std::to_string(i);
+        if (::rename(path.c_str(), target.c_str()) == 0) kept.push_back(target);
+        ::close(lock);
+    }
+    return kept;
+}
+
 std::string RunFolder::PathOf(std::string_view name) const {
     return Join(work_, name);
 }

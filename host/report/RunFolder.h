@@ -24,6 +24,9 @@ public:
     // files of the names given: those that a run may have written. Its own folder must exist.
     [[nodiscard]] std::string Open(const std::string& target, bool overwrite, const std::vector<std::string>& names);
     [[nodiscard]] bool IsOpen() const { return !work_.empty(); }
+    // In a folder of many targets: gives what runs have left there that were killed, and that nobody writes, the name
+    // NAME_interrupted, or NAME_interrupted_2, and so on. Their new paths.
+    static std::vector<std::string> KeepLeftOvers(const std::string& parent);
 
     // Where a file is to be made; only while open.
     [[nodiscard]] std::string PathOf(std::string_view name) const;

@@ -27,7 +27,10 @@ Sink::Sink(const std::string& path, Mode mode) : name_(path.empty() || path == "
     const bool isFile = !path.empty() && path != "-";
     if (isFile && mode == Mode::Whole && CanBeReplaced(path)) part_ = path + ".part";
     const std::string& opened = part_.empty() ? path : part_;
-    file_ = isFile ? ::open(opened.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) : STDOUT_FILENO;
+    const int begin = mode == Mode::Added ? O_APPEND : O_TRUNC;
+    file_ = isFile ? ::open(opened.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | begin, 0666) : STDOUT_FILENO;
+    struct stat info {};
+    isContinued_ = isFile && mode == Mode::Added && file_ >= 0 && ::fstat(file_, &info) == 0 && info.st_size > 0;
     if (file_ < 0) {
         Fail("cannot be written");
         part_.clear();

@@ -13,10 +13,11 @@ class Sink {
 public:
     enum class Mode {
         InPlace,  // what is written is in the file at once
+        Added,    // the same, at the end of a file that is there
         Whole,    // a regular file appears under its name when Close has succeeded; until then it is FILE.part
     };
 
-    // Standard output for an empty path and for "-", otherwise a file that is made anew.
+    // Standard output for an empty path and for "-", otherwise a file that is made anew, but for Mode::Added.
     explicit Sink(const std::string& path, Mode mode = Mode::InPlace);
     Sink(const Sink&) = delete;
     Sink& operator=(const Sink&) = delete;
@@ -27,6 +28,8 @@ public:
     void Advance(std::size_t size) { used_ += size; }
     void Write(std::string_view text);
 
+    // Whether the file held something before.
+    [[nodiscard]] bool IsContinued() const { return isContinued_; }
     // Whether everything has been written so far.
     [[nodiscard]] bool IsGood() const { return error_.empty(); }
     // Writes what has been collected.
@@ -42,6 +45,7 @@ private:
     std::string name_;
     std::string part_;  // what the file is called until it is whole; empty without
     int file_ = -1;
+    bool isContinued_ = false;
     std::string buffer_;
     std::size_t used_ = 0;
     std::string error_;

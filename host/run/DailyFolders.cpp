@@ -1,12 +1,17 @@
 #include "host/run/DailyFolders.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <fcntl.h>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
 #include <fmt/format.h>
+#include <sys/file.h>
 
+#include "host/report/RunFolder.h"
 #include "host/run/RunCore.h"
 #include "host/run/RunText.h"
 
@@ -22,13 +27,37 @@ std::int64_t DayOf(const GNSS::GPSTime& time) {
            static_cast<std::int64_t>(std::floor(time.GetSeconds() / GNSS::GPSTime::SecsInDay));
 }
 
+// What a run has had since an earlier moment of it.
+RunFacts FactsSince(const RunFacts& before, const RunFacts& now) {
+    RunFacts since = now;
+    for (std::size_t i = 0; i < std::min(since.inputs.size(), before.inputs.size()); ++i) {
+        for (const auto count : {&RunInput::bytes, &RunInput::skipped, &RunInput::checksumFailures, &RunInput::messages,
+                                 &RunInput::refused, &RunInput::undated, &RunInput::epochs, &RunInput::records})
+            since.inputs[i].*count -= before.inputs[i].*count;
+    }
+    using Counts = FixComponent::Counts;
+    for (const auto count : {&Counts::epochs, &Counts::fixes, &Counts::repeated, &Counts::outOfOrder})
+        since.counts.*count -= before.counts.*count;
+    return since;
+}
+
 }  // namespace
 
 DailyFolders::DailyFolders(RunFolderOptions options, const std::optional<GNSS::ECEF>& reference)
     : options_(std::move(options)), reference_(reference) {
     std::error_code error;
     std::filesystem::create_directories(options_.folder, error);
-    if (error) failure_ = options_.folder + ": cannot be made: " + error.message();
+    if (error) {
+        failure_ = options_.folder + ": cannot be made: " + error.message();
+        return;
+    }
+    lock_ = Descriptor(::open(options_.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (lock_.IsOpen() && ::flock(lock_.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        failure_ = options_.folder + ": another run writes to it";
+        return;
+    }
+    for (const std::string& kept : RunFolder::KeepLeftOvers(options_.folder))
+        Say(Source, kept + ": what a run has left that did not come to its end; the last rows may be missing");
 }
 
 DailyFolders::~DailyFolders() = default;
@@ -52,11 +81,13 @@ void DailyFolders::BeginDay(const GNSS::GPSTime& time) {
 
 std::string DailyFolders::EndDay(const RunFacts& facts) {
     if (!day_) return {};
-    std::string failure = day_->summary.Finish(facts);
-    if (failure.empty()) failure = day_->folder.Finish(facts);
+    const RunFacts since = FactsSince(before_, facts);
+    before_ = facts;
+    std::string failure = day_->summary.Finish(since);
+    if (failure.empty()) failure = day_->folder.Finish(since);
     if (failure.empty()) {
         last_ = current_;
-        lastSummary_ = PrintSummary(day_->summary.GetFigures(), day_->summary.GetSeries(), facts);
+        lastSummary_ = PrintSummary(day_->summary.GetFigures(), day_->summary.GetSeries(), since);
     }
     day_.reset();
     return failure;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "gnss/geodesy/ECEF.h"
+#include "host/live/Descriptor.h"
 #include "host/run/RunFolderOutput.h"
 #include "host/run/RunOutput.h"
 #include "host/run/RunSummary.h"
@@ -15,8 +16,9 @@ namespace Host {
 
 // Each day of GPS time has a folder like that of RunFolderOutput, called after its date in the folder of the options:
 // DIR/2025-06-04. It appears when the day has passed or the run has ended; where there is one already, from before the
-// program was started again, DIR/2025-06-04_2 is made, and so on. A folder that cannot be made is told on the event
-// log, and the run goes on.
+// program was started again, DIR/2025-06-04_2 is made, and so on. What a run has left that was killed is kept as
+// DIR/2025-06-04_interrupted. A folder that cannot be made is told on the event log, and the run goes on. The figures
+// of the inputs are those since the day before ended. One run at a time writes to DIR.
 class DailyFolders : public RunOutput {
 public:
     // Empty in GetFailure, or why nothing can be written.
@@ -48,7 +50,9 @@ private:
 
     RunFolderOptions options_;
     std::optional<GNSS::ECEF> reference_;
+    Descriptor lock_;
     const RunFacts* facts_ = nullptr;
+    RunFacts before_;  // when the last day ended
     std::optional<Day> day_;
     std::vector<RunEvent> early_;  // from before the first day
     std::int64_t number_ = 0;      // of the day, from the beginning of GPS time

@@ -159,15 +159,17 @@ void LiveRun::AddSource(const std::string& text, std::size_t index, std::string&
     facts.name = address.GetName();
     auto feed = std::make_unique<Feed>(core_, facts, address.GetName());
     const NtripSource::Position position = [this] {
-        const std::optional<GNSS::Geog> place = core_.GetLastPlace();
+        const std::optional<RunCore::Place>& place = core_.GetLastPlace();
         const std::optional<GNSS::GPSTime>& now = core_.GetNow();
         if (!place || !now) return std::string();
         GgaPosition gga;
         const double utc = now->GetSeconds() - core_.CountLeapSeconds(*now) + GNSS::GPSTime::SecsInDay;
         gga.secondsOfDay = std::fmod(utc, GNSS::GPSTime::SecsInDay);
-        gga.latitude = place->GetPhi().Degrees();
-        gga.longitude = place->GetLambda().Degrees();
-        gga.height = place->GetHeight();
+        gga.latitude = place->geog.GetPhi().Degrees();
+        gga.longitude = place->geog.GetLambda().Degrees();
+        gga.height = place->geog.GetHeight();
+        gga.satellites = place->satellites;
+        gga.hdop = place->hdop;
         return MakeGga(gga);
     };
     feed->source = MakeLiveSource(address, settings_.live, *this, settings_.password, position);
@@ -243,7 +245,7 @@ std::string LiveRun::Run(const std::function<bool()>& isStopped, const std::func
         // Nothing is wrong with the time of what has not come.
         if (feed->stream.GetFacts().messages > 0) feed->stream.Finish(core_.GetRequest().date);
     }
-    core_.GetFacts().isStopped = !core_.AreOutputsGood();
+    // So it is when an output cannot be written any more: the others are whole.
     return core_.Finish();
 }
 

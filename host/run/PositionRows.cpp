@@ -11,10 +11,10 @@ PositionRows::PositionRows(Form form, const std::string& path, std::function<boo
 }
 
 PositionRows::PositionRows(Form form, const std::string& path, Followed /*followed*/)
-    : PositionRows(form, path, Sink::Mode::InPlace) {}
+    : PositionRows(form, path, Sink::Mode::Added) {}
 
 PositionRows::PositionRows(Form form, const std::string& path, Sink::Mode mode)
-    : sink_(path, mode), isFollowed_(mode == Sink::Mode::InPlace) {
+    : sink_(path, mode), isFollowed_(mode == Sink::Mode::Added) {
     std::vector<Column> columns = FixRow::Columns();
     if (form == Form::Table) {
         shown_ = FixRow::ChiefColumns();

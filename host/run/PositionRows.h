@@ -20,7 +20,8 @@ public:
     // To a file, which appears when it is whole, or standard output for an empty path. A run that is stopped makes no
     // file.
     PositionRows(Form form, const std::string& path, std::function<bool()> isStopped = {});
-    // To a file or standard output that others follow: each row is there at once, and stays there.
+    // To a file or standard output that others follow: each row is there at once, after those of earlier runs, and
+    // stays.
     struct Followed {};
     static constexpr Followed Following{};
     PositionRows(Form form, const std::string& path, Followed followed);

@@ -58,7 +58,7 @@ public:
 
 private:
     void OnFix(const PublishedFix& fix) {
-        if (fix.result.valid) core_.lastPlace_ = fix.result.geog;
+        if (fix.result.valid) core_.lastPlace_ = {fix.result.geog, fix.result.NmrUsed(), fix.result.dop.GetHDOP()};
         for (RunOutput* output : core_.outputs_) output->OnFix(fix);
     }
 

@@ -58,7 +58,12 @@ public:
     [[nodiscard]] NavigationPlan& GetPlan() { return plan_; }
     [[nodiscard]] const std::optional<GNSS::GPSTime>& GetNow() const { return now_; }
     // Of the last fix; nothing before there was one.
-    [[nodiscard]] const std::optional<GNSS::Geog>& GetLastPlace() const { return lastPlace_; }
+    struct Place {
+        GNSS::Geog geog;
+        int satellites = 0;
+        double hdop = 0.0;
+    };
+    [[nodiscard]] const std::optional<Place>& GetLastPlace() const { return lastPlace_; }
 
     // Before Begin. A navigation file that has been opened: its records are planned. False with the reason.
     [[nodiscard]] bool TakeNavigationFile(Input& input, RunInput& facts, std::string& reason);
@@ -120,7 +125,7 @@ private:
     std::optional<GNSS::GPSTime> leapRemarked_;  // when their change was last remarked on
     std::optional<GNSS::GPSTime> lastEpoch_;
     bool isSilent_ = false;
-    std::optional<GNSS::Geog> lastPlace_;
+    std::optional<Place> lastPlace_;
     GlonassChannels channels_;
     bool areChannelsNew_ = false;
     Corvane::Event::SinkID sink_ = 0;

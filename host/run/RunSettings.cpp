@@ -7,6 +7,7 @@
 
 #include "gnss/geodesy/LocalGrid.h"
 #include "gnss/geodesy/Spheroid.h"
+#include "host/live/SourceAddress.h"
 #include "host/run/SettingKinds.h"
 #include "host/text/PlaceText.h"
 #include "host/text/Satellites.h"
@@ -28,7 +29,8 @@ Setting Sources() {
              Kind::List, "a list of file names");
     setting.print = [](const RunSettings& s) {
         std::string list;
-        for (const std::string& input : s.request.inputs) list += (list.empty() ? "" : ", ") + QuoteText(input);
+        for (const std::string& input : s.request.inputs)
+            list += (list.empty() ? "" : ", ") + QuoteText(SourceAddress::IsLive(input) ? MaskPassword(input) : input);
         return "[" + list + "]";
     };
     setting.set = [](RunSettings& s, const SettingValue& value) {
@@ -277,7 +279,8 @@ std::vector<Setting> MakeSettings() {
                      &Folder::isDark, {{"light", false}, {"dark", true}}),
         Time({"output", "sky-at", "--sky-at", "time of the sky plot; that of the last position without it"},
              &Folder::skyTime),
-        Name({"output", "positions", "--positions", "file of the positions; of live sources, each is there at once"},
+        Name({"output", "positions", "--positions",
+              "file of the positions; of live sources, each is there at once, after those of earlier runs"},
              &RunSettings::positions, FileOrNone),
         Choice<Form>({"output", "form", "--form", "form of the positions outside the folder"}, &RunSettings::form,
                      {{"table", Form::Table}, {"csv", Form::Csv}, {"ndjson", Form::Ndjson}}),

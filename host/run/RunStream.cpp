@@ -38,7 +38,6 @@ void RunStream::OnString(const GlonassString& string) {
 }
 
 void RunStream::OnMeasurements(const GNSS::MeasSet& set) {
-    ++facts_.epochs;
     if (const RinexObservationDecoder* observations = std::exchange(observations_, nullptr); observations != nullptr) {
         const auto& channels = observations->GetHeader().channels;
         for (int slot = GNSS::Glonass::Slot::Min; slot <= GNSS::Glonass::Slot::Max; ++slot) {
@@ -46,6 +45,8 @@ void RunStream::OnMeasurements(const GNSS::MeasSet& set) {
         }
     }
     core_.TakeEpoch(set);
+    // Afterwards: what is written on its account is of the epochs before.
+    ++facts_.epochs;
 }
 
 void RunStream::OnRecord(const GNSS::Glonass::Ephemeride& record, std::optional<int> channel) {

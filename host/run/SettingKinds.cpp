@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include "host/live/SourceAddress.h"
+
 namespace Host {
 
 namespace SettingKinds {
@@ -53,11 +55,11 @@ std::string Show(const SettingValue& value) {
     if (const bool* isOn = std::get_if<bool>(&value)) return *isOn ? "true" : "false";
     if (const auto* whole = std::get_if<std::int64_t>(&value)) return std::to_string(*whole);
     if (const auto* number = std::get_if<double>(&value)) return SettingKinds::PrintValue(*number);
-    if (const auto* text = std::get_if<std::string>(&value)) return QuoteText(*text);
+    if (const auto* text = std::get_if<std::string>(&value)) return QuoteText(MaskPassword(*text));
     const auto* list = std::get_if<std::vector<std::string>>(&value);
     if (list == nullptr) return "a value of another kind";
     std::string shown;
-    for (const std::string& text : *list) shown += (shown.empty() ? "" : ", ") + QuoteText(text);
+    for (const std::string& text : *list) shown += (shown.empty() ? "" : ", ") + QuoteText(MaskPassword(text));
     return "[" + shown + "]";
 }
 

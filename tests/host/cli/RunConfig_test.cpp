@@ -190,7 +190,8 @@ TEST_F(RunOptions, GoBeforeTheFileAndTheFileBeforeTheDefaults) {
     ASSERT_EQ(
         Run("printf '[live]\nntrip-password = \"geheim\"\n' | tee o.toml >p.toml; chmod 600 p.toml; chmod 644 o.toml; "
             "printf '[live]\nntrip-password = 4711\n' >w.toml; $GNSS run --config p.toml --print-config && "
-            "$GNSS run --config p.toml --duration 1 --simulator-speed 100"),
+            "$GNSS run --config p.toml --duration 1 --simulator-speed 100 && "
+            "$GNSS run ntrip://me:geheim@h/M --print-config && ! $GNSS run Ntrip://me:geheim@h/M"),
         0)
         << err_;
     EXPECT_TRUE(Says("ntrip-password = \"********\"")) << out_;
@@ -236,6 +237,11 @@ TEST_F(RunOptions, LeaveInputsAsTheyAreAndNothingHalfMade) {
         Run("$GNSS run --output live --simulator-speed 50 & g=$!; for i in $(seq 50); do sleep 0.1; "
             "ls -d live/.2*.run 2>/dev/null && break; done; kill -TERM $g; kill -TERM $g; sleep 0.1; kill -HUP $g; "
             "wait $g && ls live/2025-06-04/report.html live/2025-06-04/summary.json && ! ls -d live/.2*"),
+        0)
+        << err_;
+    // So is its folder when nobody takes the rows any more.
+    EXPECT_EQ(
+        Run("$GNSS run --output piped --simulator-speed 50 --positions - | head -20; ls piped/2025-06-04/report.html"),
         0)
         << err_;
 }

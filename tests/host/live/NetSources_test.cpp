@@ -141,11 +141,40 @@ TEST(TcpListenSource, ServesOnePeerAtATime) {
     EXPECT_EQ(second.Receive(), "");
     EXPECT_EQ(bench.nmrBroken, 1);
 
+    // The peer that ends a connection and at once makes another is not a second one.
+    Peer third = Peer::ConnectTo(source.GetPort());
+    ASSERT_TRUE(bench.RunToState(source, State::Connected));
+    third.Close();
+    const Peer fourth = Peer::ConnectTo(source.GetPort());
+    ASSERT_TRUE(bench.RunUntil([&] { return source.GetCounts().connects == 4; }));
+    EXPECT_FALSE(fourth.IsEnded());
+
     // The port is taken: tries again.
     auto rival = bench.Make<Host::TcpListenSource>("tcp-listen://" + std::to_string(source.GetPort()));
     rival.Start();
     EXPECT_EQ(rival.GetState(), State::Waiting);
     EXPECT_EQ(bench.CountEvents("cannot take the port: Address already in use; next try in 10 s"), 1);
+}
+
+TEST(TcpListenSource, TellsLittleOfWhoConnectsAgainAndAgain) {
+    LiveBench bench;
+    auto source = bench.Make<Host::TcpListenSource>("tcp-listen://0");
+    bench.loop.Add(source);
+    source.Start();
+    const auto insist = [&](int nmr) {
+        const std::int64_t drops = source.GetCounts().drops + nmr;
+        while (source.GetCounts().drops < drops) {
+            const std::int64_t before = source.GetCounts().drops;
+            static_cast<void>(Peer::ConnectTo(source.GetPort()));
+            ASSERT_TRUE(bench.RunUntil([&] { return source.GetCounts().drops > before; }));
+        }
+    };
+    insist(100);
+    EXPECT_EQ(bench.events.size(), 20U);
+    bench.now += 60s;
+    insist(1);
+    EXPECT_EQ(bench.events.size(), 22U);
+    EXPECT_EQ(bench.CountEvents("(181 events before are not told)"), 1) << bench.events[20];
 }
 
 TEST(UdpSource, ListensToTheFirstSenderUntilItIsSilent) {
@@ -201,7 +230,14 @@ TEST(RawRecorder, AddsToTheEndAndOutlivesFailures) {
         EXPECT_EQ(recorder.GetNmrLost(), 8);
         EXPECT_EQ(told.size(), 2U);
     }
-    Host::RawRecorder(path, clock, tell).Write(std::string_view("\0two", 4));
+    {
+        Host::RawRecorder recorder(path, clock, tell);
+        recorder.Write(std::string_view("\0two", 4));
+        Host::RawRecorder second(path, clock, tell);
+        second.Write("lost");
+        EXPECT_EQ(second.GetNmrLost(), 4);
+        EXPECT_NE(told.back().find("another program or source"), std::string::npos) << told.back();
+    }
     std::ifstream file(path, std::ios::binary);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), std::string("one\0two", 7));
     Host::RawRecorder full("/dev/full", clock, tell);
@@ -210,7 +246,7 @@ TEST(RawRecorder, AddsToTheEndAndOutlivesFailures) {
         now += 1s;
     }
     EXPECT_EQ(full.GetNmrLost(), 200);
-    EXPECT_EQ(told.size(), 3U) << "said once, though tried again";
+    EXPECT_EQ(told.size(), 4U) << "said once, though tried again";
     std::filesystem::remove_all(folder);
 }
 

@@ -34,6 +34,7 @@ TEST(NtripSource, SaysWhyItIsRefusedAndWaitsAccordingly) {
     };
     for (const Case& c : {
              Case{"HTTP/1.1 401 Unauthorized\r\n\r\n", "user or password are wrong; next try in 5 min", 300s},
+             Case{"HTTP/1.1 401 Not sesame\r\n\r\n", "Not ***\"", 300s},
              Case{"ERROR - Bad Password\r\n", "the caster says \"ERROR - Bad Password\"", 300s},
              Case{"HTTP/1.1 302 Found\r\nLocation: /\r\n\r\n", "redirections are not followed; next try in 5 min",
                   300s},

@@ -306,18 +306,24 @@ TEST_F(Line, TellsTheCasterItsPosition) {
 TEST_F(Line, HasAFolderForEachDayAndRowsAtOnce) {
     const Sent sent(40, 1.0, GPSTime(2369, 4.0 * 86400.0 - 20.0));
     std::string seen;
+    std::int64_t nmrRows = 1;
+    // As a run leaves it that was killed.
+    std::filesystem::create_directories(Path("days/.2025-06-04.0123456789abcdef.run"));
+    std::ofstream(Path("days/.2025-06-04.0123456789abcdef.run/positions.csv")) << "row\n";
     const auto run = [&] {
         Host::RunFolderOptions options;
         options.folder = Path("days");
         options.pictures = false;
         Host::DailyFolders days(options);
         ASSERT_EQ(days.GetFailure(), "");
+        EXPECT_NE(Host::DailyFolders(options).GetFailure().find("another run"), std::string::npos);
         Host::PositionRows rows(Host::Form::Csv, Path("rows.csv"), Host::PositionRows::Following);
+        nmrRows += 40;
         Run(
             [&](Line& line) {
                 tests::Peer peer = line.Accept();
                 peer.Send(sent.bytes);
-                while (std::count(seen.begin(), seen.end(), '\n') < 41) seen = ReadFile(Path("rows.csv"));
+                while (std::count(seen.begin(), seen.end(), '\n') < nmrRows) seen = ReadFile(Path("rows.csv"));
                 End(peer);
             },
             {&days, &rows});
@@ -325,13 +331,16 @@ TEST_F(Line, HasAFolderForEachDayAndRowsAtOnce) {
     run();
     run();
     EXPECT_EQ(ReadFile(Path("rows.csv")), seen);
+    EXPECT_EQ(seen.find("gps_week", 1), std::string::npos) << "one heading";
+    EXPECT_EQ(ReadFile(Path("days/2025-06-04_interrupted/positions.csv")), "row\n");
     for (const char* name : {"2025-06-04", "2025-06-05", "2025-06-04_2", "2025-06-05_2"}) {
         const std::string positions = ReadFile(Path(std::string("days/") + name + "/positions.csv"));
         EXPECT_EQ(std::count(positions.begin(), positions.end(), '\n'), 21) << name;
-        EXPECT_GT(std::filesystem::file_size(Path(std::string("days/") + name + "/summary.json")), 500U) << name;
+        const std::string summary = ReadFile(Path(std::string("days/") + name + "/summary.json"));
+        EXPECT_NE(summary.find("\"epochs\":20,\"records\""), std::string::npos) << name << summary;
     }
     const auto all = std::filesystem::directory_iterator(Path("days"));
-    EXPECT_EQ(std::distance(begin(all), end(all)), 4);
+    EXPECT_EQ(std::distance(begin(all), end(all)), 5);
 }
 
 // The receiver that is built in; slower than a silence is long, it is not silent.
