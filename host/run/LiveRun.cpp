@@ -243,7 +243,7 @@ std::string LiveRun::Run(const std::function<bool()>& isStopped, const std::func
         // Nothing is wrong with the time of what has not come.
         if (feed->stream.GetFacts().messages > 0) feed->stream.Finish(core_.GetRequest().date);
     }
-    core_.GetFacts().isStopped = !core_.AreOutputsGood();
+    // What ends it, be it another output that cannot be written, does not spoil the folder of the day.
     return core_.Finish();
 }
 

@@ -23,7 +23,7 @@ public:
     // To a file or standard output that others follow: each row is there at once, and stays there.
     struct Followed {};
     static constexpr Followed Following{};
-    PositionRows(Form form, const std::string& path, Followed followed);
+    PositionRows(Form form, const std::string& path, Followed followed, std::function<bool()> isStopped = {});
 
     void OnFix(const PublishedFix& fix) override;
     [[nodiscard]] std::string Finish(const RunFacts& facts) override;
