@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <string_view>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -37,7 +39,11 @@ std::string DescribeNotes(const GNSS::Notes& notes) {
 
 }  // namespace
 
-LiveStatus::LiveStatus() : isTerminal_(::isatty(STDERR_FILENO) == 1) {}
+// One that knows no control codes is served like a file.
+LiveStatus::LiveStatus() : isTerminal_(::isatty(STDERR_FILENO) == 1) {
+    const char* kind = std::getenv("TERM");
+    if (kind == nullptr || std::string_view(kind) == "dumb") isTerminal_ = false;
+}
 
 LiveStatus::~LiveStatus() {
     Wipe();
