@@ -227,6 +227,7 @@ int Run(const Options& options) {
     if (!options.truth.empty()) truths.emplace(options.truth);
 
     const StopSignal stop;
+    if (sink && IsStandard(options.output)) sink->SetStop([] { return StopSignal::Get() != 0; });
     // Nothing is sent, and no time passes, before somebody listens.
     while (request.serve && StopSignal::Get() == 0 && !server.Await(Patience)) {
     }
