@@ -69,7 +69,8 @@ bool DailyFolders::IsOtherFolder(std::int64_t number) {
     const std::int64_t before = std::exchange(lastNumber_, number);
     if (number != before && number != before + 1) {
         nmrSteady_ = 0;
-        if (++nmrJumps_ == MaxJumps + 1) Say(Source, "the data jump between days to and fro, and stay in one folder");
+        if (nmrJumps_ <= MaxJumps && ++nmrJumps_ > MaxJumps)
+            Say(Source, "the data jump between days to and fro, and stay in one folder");
     } else if (++nmrSteady_ >= Steady) {
         nmrJumps_ = 0;
     }
@@ -81,7 +82,7 @@ void DailyFolders::OnFix(const PublishedFix& fix) {
     const std::int64_t number = DayOf(time);
     // A day that comes back, as in data that go back in time, has a folder of its own.
     const bool isOther = IsOtherFolder(number);
-    if (day_ && isOther) TellFailure(EndDay(*facts_), time);
+    if (day_ && isOther) TellFailure(EndDay(*facts_), "");
     if (!day_) {
         if (failedAt_ && std::abs((time - *failedAt_).Seconds()) < Pause) return;
         BeginDay(time);
@@ -89,14 +90,15 @@ void DailyFolders::OnFix(const PublishedFix& fix) {
     day_->summary.OnFix(fix);
     day_->folder.OnFix(fix);
     // Said now, and not when the day has passed; what comes later may find room again.
-    if (!day_->folder.IsGood()) TellFailure(EndDay(*facts_), time);
+    if (day_->folder.IsGood()) return;
+    failedAt_ = time;
+    TellFailure(EndDay(*facts_), "; another folder is tried in ten minutes");
 }
 
-void DailyFolders::TellFailure(const std::string& failure, const GNSS::GPSTime& time) {
+void DailyFolders::TellFailure(const std::string& failure, const char* next) {
     if (failure.empty()) return;
-    failedAt_ = time;
     lost_ = failure;
-    Say(Source, failure + "; another folder is tried in ten minutes");
+    Say(Source, failure + next);
 }
 
 void DailyFolders::OnEvent(const RunEvent& event) {

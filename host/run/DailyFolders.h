@@ -42,7 +42,7 @@ private:
     };
 
     [[nodiscard]] bool IsOtherFolder(std::int64_t number);
-    void TellFailure(const std::string& failure, const GNSS::GPSTime& time);
+    void TellFailure(const std::string& failure, const char* next);
     void BeginDay(const GNSS::GPSTime& time);
     [[nodiscard]] std::string EndDay(const RunFacts& facts);
 
