@@ -1,6 +1,8 @@
 #include "host/cli/LiveStatus.h"
 
 #include <cmath>
+#include <cstdlib>
+#include <string_view>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -32,7 +34,11 @@ std::string DescribeNotes(const GNSS::Notes& notes) {
 
 }  // namespace
 
-LiveStatus::LiveStatus() : isTerminal_(::isatty(STDERR_FILENO) == 1) {}
+// One that knows no control codes is served like a file.
+LiveStatus::LiveStatus() : isTerminal_(::isatty(STDERR_FILENO) == 1) {
+    const char* kind = std::getenv("TERM");
+    if (kind == nullptr || std::string_view(kind) == "dumb") isTerminal_ = false;
+}
 
 LiveStatus::~LiveStatus() {
     Wipe();

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <unistd.h>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -17,6 +18,7 @@
 #include "host/cli/RunLive.h"
 #include "host/cli/RunOptions.h"
 #include "host/cli/StopSignal.h"
+#include "host/live/SourceAddress.h"
 #include "host/run/Pipeline.h"
 #include "host/run/PositionRows.h"
 #include "host/run/RunConfig.h"
@@ -66,7 +68,10 @@ std::string DescribeNothing(const RunFacts& facts) {
 
 int Run(const RunOptions& options) {
     RunSettings settings;
-    const std::vector<std::string> faults = options.Read(settings);
+    std::vector<std::string> faults = options.Read(settings);
+    for (const std::string& input : settings.request.inputs) {
+        if (std::string fault = FindFaultOf(input); !fault.empty()) faults.push_back(std::move(fault));
+    }
     for (const std::string& fault : faults) Complain(fault);
     if (!faults.empty()) return 2;
     if (options.IsPrintAsked()) return PrintSettings(settings);

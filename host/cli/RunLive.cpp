@@ -42,6 +42,7 @@ int RunLive(RunSettings settings) {
     if (!run.Open(reason)) return Complain(reason), 1;
     const StopSignal stop;
     StopSignal::WakeThrough(run.GetWakeFile());
+    const auto isStopped = [] { return StopSignal::Get() != 0; };
     std::optional<DailyFolders> folders;
     if (!settings.folder.folder.empty()) {
         folders.emplace(settings.folder, settings.referencePlace);
@@ -50,25 +51,27 @@ int RunLive(RunSettings settings) {
     }
     std::optional<PositionRows> rows;
     if (!settings.positions.empty())
-        run.AddOutput(rows.emplace(settings.form, settings.positions, PositionRows::Following));
+        run.AddOutput(rows.emplace(settings.form, settings.positions, PositionRows::Following, isStopped));
     // Of each source a few events are shown in an hour, not in the months that a run may take.
     constexpr int Hour = 3600;
     int seconds = 0;
-    const std::string failure = run.Run([] { return StopSignal::Get() != 0; },
-                                        [&] {
-                                            if (++seconds % Hour == 0) {
-                                                status.Wipe();
-                                                events.Renew();
-                                            }
-                                            if (!settings.quiet) status.Show(run);
-                                        });
+    const std::string failure = run.Run(isStopped, [&] {
+        if (++seconds % Hour == 0) {
+            status.Wipe();
+            events.Renew();
+        }
+        if (!settings.quiet) status.Show(run);
+    });
     StopSignal::WakeThrough(-1);
     if (folders && !folders->GetLast().empty() && !settings.quiet) {
         Tell(folders->GetLastSummary());
         Complain("written to " + folders->GetLast());
     }
     if (!failure.empty()) return Complain(failure), 1;
-    return run.GetFacts().counts.fixes > 0 ? 0 : 1;
+    const FixComponent::Counts& counts = run.GetFacts().counts;
+    if (counts.epochs == 0) return Complain("no measurements were received that could be used"), 1;
+    if (counts.fixes == 0) return Complain("no epoch has a position; the notes and events say why"), 1;
+    return 0;
 }
 
 }  // namespace Host

@@ -3,6 +3,8 @@
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -37,13 +39,14 @@ struct Options {
     std::string motion = "still";
     std::string systems = "GR";
     std::string noise = "nominal";
+    std::string mask = "5";
+    std::string ionosphere = "1";
     std::string seed = "1";
     std::string speed;
     std::string output;
-    std::string serve;
+    std::optional<std::string> serve;
     std::string truth;
     std::vector<std::string> faults;
-    SimulatorSettings settings;  // what needs no reading
 };
 
 // What the options say, checked.
@@ -55,12 +58,20 @@ struct Request {
 };
 
 constexpr const char* FastSpeed = "max";
+// With it even the longest simulation ends while the machine's clock can tell the time.
+constexpr double SlowestSpeed = 1e-3;
+
+// Not left to the parser of options, to which nan lies in every range and the seed -1 is a large one.
+template <typename Value>
+std::optional<Value> ReadNumber(const std::string& text, Value least, Value most) {
+    Value value{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc() && end == text.data() + text.size() && value >= least && value <= most) return value;
+    return std::nullopt;
+}
 
 std::optional<double> ReadFactor(const std::string& text) {
-    double value = 0.0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error == std::errc() && end == text.data() + text.size() && value >= 0.0 && value <= 1e6) return value;
-    return std::nullopt;
+    return ReadNumber(text, 0.0, 1e6);
 }
 
 // A span, or 0.
@@ -105,10 +116,15 @@ std::string ReadMeasurements(const Options& options, SimulatorSettings& settings
     const auto noise = options.noise == "nominal" ? std::optional(1.0) : ReadFactor(options.noise);
     if (!noise) return "--noise: " + Quoted(options.noise) + " is not nominal or a factor of that";
     settings.noise = *noise;
-    const auto [seedEnd, seedError] =
-        std::from_chars(options.seed.data(), options.seed.data() + options.seed.size(), settings.seed);
-    if (seedError != std::errc() || seedEnd != options.seed.data() + options.seed.size())
-        return "--seed: " + Quoted(options.seed) + " is not a whole number from 0 to 18446744073709551615";
+    const auto mask = ReadNumber(options.mask, -5.0, 80.0);
+    if (!mask) return "--mask: " + Quoted(options.mask) + " is not a number of degrees from -5 to 80";
+    settings.mask = *mask;
+    const auto ionosphere = ReadNumber(options.ionosphere, 0.0, 10.0);
+    if (!ionosphere) return "--ionosphere: " + Quoted(options.ionosphere) + " is not a factor from 0 to 10";
+    settings.ionosphere = *ionosphere;
+    const auto seed = ReadNumber(options.seed, std::uint64_t{0}, std::numeric_limits<std::uint64_t>::max());
+    if (!seed) return "--seed: " + Quoted(options.seed) + " is not a whole number from 0, below 2^64";
+    settings.seed = *seed;
     for (const std::string& text : options.faults) {
         std::string fault;
         const auto read = ParseFault(text, fault);
@@ -121,22 +137,26 @@ std::string ReadMeasurements(const Options& options, SimulatorSettings& settings
     return "";
 }
 
+bool IsStandard(const std::string& output) {
+    return output.empty() || output == "-";
+}
+
 std::string Understand(const Options& options, Request& request) {
-    request.settings = options.settings;
     if (std::string fault = ReadTimes(options, request.settings, request); !fault.empty()) return fault;
     if (std::string fault = ReadMeasurements(options, request.settings); !fault.empty()) return fault;
-    if (!options.serve.empty()) {
-        request.serve = ParseListenAddress(options.serve);
-        if (!request.serve) return "--serve: " + Quoted(options.serve) + " is not PORT or ADDRESS:PORT";
+    if (options.serve) {
+        request.serve = ParseListenAddress(*options.serve);
+        if (!request.serve) return "--serve: " + Quoted(*options.serve) + " is not PORT or ADDRESS:PORT";
         if (!options.output.empty()) return "--serve and --output are two ways for the bytes to go; give one";
     }
-    const bool isPiped = !request.serve && (options.output.empty() || options.output == "-");
-    if (isPiped && options.truth == "-") return "--truth: standard output has the receiver's bytes already";
+    const bool isToOutput = IsStandard(options.truth) ? IsStandard(options.output) : options.truth == options.output;
+    if (!options.truth.empty() && !options.serve && isToOutput)
+        return "--truth and --output go to one place; the bytes and the rows need two";
     const std::string speed = options.speed.empty() ? (request.serve ? "1" : FastSpeed) : options.speed;
     if (speed != FastSpeed) {
         request.speed = ReadFactor(speed);
-        if (!request.speed || *request.speed <= 0.0)
-            return "--speed: " + Quoted(speed) + " is not a factor above zero, or max";
+        if (!request.speed || *request.speed < SlowestSpeed)
+            return "--speed: " + Quoted(speed) + " is not a factor from 0.001 to a million, or max";
     }
     if (!request.duration && !request.serve && !request.speed)
         return "say how long: --duration; only what is served, or comes at a --speed, may go on for ever";
@@ -178,6 +198,7 @@ public:
             place.GetPhi().Degrees(), place.GetLambda().Degrees(), place.GetHeight(), truth.clock, truth.clockGlonass,
             truth.clockDrift, std::int64_t{truth.nmrGPS}, std::int64_t{truth.nmrGlonass}});
     }
+    [[nodiscard]] bool IsGood() const { return sink_.IsGood(); }
     [[nodiscard]] std::string Close() { return sink_.Close(); }
 
 private:
@@ -212,6 +233,7 @@ int Run(const Options& options) {
     if (!options.truth.empty()) truths.emplace(options.truth);
 
     const StopSignal stop;
+    if (sink && IsStandard(options.output)) sink->SetStop([] { return StopSignal::Get() != 0; });
     // Nothing is sent, and no time passes, before somebody listens.
     while (request.serve && StopSignal::Get() == 0 && !server.Await(Patience)) {
     }
@@ -219,7 +241,7 @@ int Run(const Options& options) {
     const auto begin = SteadyClock::now();
     const double interval = request.settings.interval;
     std::string bytes;
-    for (std::int64_t epoch = 0; StopSignal::Get() == 0; ++epoch) {
+    for (std::int64_t epoch = 0; StopSignal::Get() == 0 && !(truths && !truths->IsGood()); ++epoch) {
         const double t = static_cast<double>(epoch) * interval;
         if (request.duration && t >= *request.duration - 1e-9) break;
         bytes.clear();
@@ -252,7 +274,6 @@ int Run(const Options& options) {
 void AddSimulateCommand(CLI::App& program, int& exitCode) {
     CLI::App* command = program.add_subcommand("simulate", "a receiver's stream (UBX) under a simulated sky");
     const auto options = std::make_shared<Options>();
-    SimulatorSettings& settings = options->settings;
     const auto add = [&](const char* name, std::string& text, const char* help) {
         return command->add_option(name, text, help)->capture_default_str();
     };
@@ -266,15 +287,11 @@ void AddSimulateCommand(CLI::App& program, int& exitCode) {
     add("--motion", options->motion,
         "of the antenna from the place on: still; circle,RADIUS,SPEED; line,COURSE,SPEED (metres, m/s, degrees)");
     add("--systems", options->systems, "G, R or GR; R alone sends no model of the ionosphere");
-    command->add_option("--mask", settings.mask, "elevation from which satellites are received, degrees")
-        ->check(CLI::Range(-5.0, 80.0))
-        ->capture_default_str();
+    add("--mask", options->mask, "elevation from which satellites are received, degrees from -5 to 80");
     add("--seed", options->seed, "of all that is drawn; the same one gives the same bytes");
     add("--noise", options->noise,
         "errors of the measurements: nominal, as a position fix expects them, or a factor of it");
-    command->add_option("--ionosphere", settings.ionosphere, "true delay as a factor of the one broadcast")
-        ->check(CLI::Range(0.0, 10.0))
-        ->capture_default_str();
+    add("--ionosphere", options->ionosphere, "true delay as a factor of the one broadcast, up to 10");
     command->add_option("--fault", options->faults, "something that goes wrong, see below; any number of times")
         ->allow_extra_args(false);
     command->add_option("--output", options->output, "file instead of standard output");

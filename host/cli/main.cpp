@@ -36,6 +36,16 @@ std::string ListCommands(const CLI::App& program, const char* last) {
     return list;
 }
 
+// What the parser says of an option that there is not, without the password that somebody tried to give by it.
+std::string WithoutPassword(std::string text) {
+    constexpr const char* Option = "password=";
+    if (const std::size_t at = text.find(Option); at != std::string::npos) {
+        text.erase(at + std::char_traits<char>::length(Option));
+        text += "***";
+    }
+    return text;
+}
+
 int Run(int argc, char** argv) {
     CLI::App program("GPS and GLONASS computations. `gnss COMMAND --help` tells more of each command.", "gnss");
     program.require_subcommand(1);
@@ -75,7 +85,7 @@ int Run(int argc, char** argv) {
         Host::Complain("standard output cannot be written");
         return 1;
     } catch (const CLI::ParseError& error) {
-        Host::Complain(error.what());
+        Host::Complain(WithoutPassword(error.what()));
         return 2;
     }
     return exitCode;

@@ -10,6 +10,7 @@
 
 #include "host/live/NameLookup.h"
 #include "host/live/SerialSource.h"
+#include "host/report/SafeText.h"
 
 namespace Host {
 
@@ -30,6 +31,7 @@ constexpr std::array Schemes{
 };
 constexpr const char* Device = "/dev/";
 constexpr std::size_t MaxText = 1000;
+constexpr std::size_t MaxShown = 100;
 
 const Scheme* FindScheme(std::string_view text) {
     const auto* found =
@@ -39,6 +41,14 @@ const Scheme* FindScheme(std::string_view text) {
 
 bool IsLetterOrDigit(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+// "http://", whether there is such a scheme or not. A file of such a name is no loss.
+bool HasAnyScheme(std::string_view text) {
+    const std::size_t end = text.find("://");
+    return end != std::string_view::npos && end > 0 && std::ranges::all_of(text.substr(0, end), [](char c) {
+               return IsLetterOrDigit(c) || c == '+' || c == '-' || c == '.';
+           });
 }
 
 bool ParseNumber(std::string_view text, int least, int most, int& number) {
@@ -207,7 +217,7 @@ const char* ParityName(Parity parity) {
 }  // namespace
 
 bool SourceAddress::IsLive(const std::string& text) {
-    if (FindScheme(text) != nullptr) return true;
+    if (HasAnyScheme(text)) return true;
     struct stat status {};
     return text.starts_with(Device) && text.find("tty") != std::string::npos && ::stat(text.c_str(), &status) == 0 &&
            S_ISCHR(status.st_mode);
@@ -312,6 +322,22 @@ std::string MaskPasswords(std::string_view text) {
         text.remove_prefix(end);
     }
     return masked += text;
+}
+
+std::string FindFaultOf(const std::string& input) {
+    if (SourceAddress::IsLive(input)) {
+        SourceAddress address;
+        std::string reason;
+        if (SourceAddress::Parse(input, address, reason)) return {};
+        // Without the settings, among which a password may have been tried.
+        const std::string masked = MaskPassword(input);
+        const std::string_view shown = std::string_view(masked).substr(0, masked.find('?')).substr(0, MaxShown);
+        return CleanText(shown) + ": " + reason;
+    }
+    struct stat status {};
+    const std::string masked = MaskPassword(input);
+    if (masked == input || ::stat(input.c_str(), &status) == 0) return {};
+    return CleanText(masked) + ": there is no such file; a caster's address is ntrip://[USER@]HOST[:PORT]/MOUNT";
 }
 
 std::string BracketHost(const std::string& host) {

@@ -39,8 +39,8 @@ struct SourceAddress {
     std::optional<std::chrono::seconds> gga;      // how often a position is sent to the caster; nothing: never
     std::optional<std::chrono::seconds> silence;  // nothing: what holds for all sources
 
-    // Whether a text means a live source, and not a file: it begins with one of the schemes, or is the path of a
-    // character device that is a terminal.
+    // Whether a text means a live source, and not a file: it begins with a scheme, be it none of these, or is the path
+    // of a character device that is a terminal.
     [[nodiscard]] static bool IsLive(const std::string& text);
     // False with the reason for a person, in which nothing of the text is repeated that could be a password.
     [[nodiscard]] static bool Parse(const std::string& text, SourceAddress& address, std::string& reason);
@@ -57,6 +57,10 @@ struct SourceAddress {
 [[nodiscard]] std::string MaskPassword(std::string_view text);
 // The same of every address in a text for people, where it ends at a blank or a quote.
 [[nodiscard]] std::string MaskPasswords(std::string_view text);
+// What is wrong with an input of a run that can be seen without opening it: a live one whose address is none, or one
+// that is neither an address nor a file, but has a password in it. As clean text without the password; empty for all
+// others.
+[[nodiscard]] std::string FindFaultOf(const std::string& input);
 
 // A name or a numeric address as it stands before a port: with brackets where it has colons.
 [[nodiscard]] std::string BracketHost(const std::string& host);

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <sys/stat.h>
@@ -60,7 +62,10 @@ void Sink::Write(std::string_view text) {
 void Sink::Flush() {
     std::string_view rest(buffer_.data(), used_);
     while (!rest.empty() && IsGood()) {
-        const ssize_t written = ::write(file_, rest.data(), rest.size());
+        if (isStopped_ && !WaitForRoom()) break;
+        // For so much a pipe that has room does not block.
+        const std::size_t size = isStopped_ ? std::min<std::size_t>(rest.size(), PIPE_BUF) : rest.size();
+        const ssize_t written = ::write(file_, rest.data(), size);
         if (written >= 0) {
             rest.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno != EINTR) {
@@ -68,6 +73,18 @@ void Sink::Flush() {
         }
     }
     used_ = 0;
+}
+
+// False, and it has failed, when it is stopped before there is any.
+bool Sink::WaitForRoom() {
+    constexpr int Patience = 200;  // ms
+    pollfd room{file_, POLLOUT, 0};
+    while (::poll(&room, 1, isStopped_() ? 0 : Patience) <= 0) {
+        if (!isStopped_()) continue;
+        if (error_.empty()) error_ = name_ + ": nobody took the last of what was written";
+        return false;
+    }
+    return true;
 }
 
 void Sink::Fail(const char* what) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,9 @@ public:
     Sink& operator=(const Sink&) = delete;
     ~Sink();
 
+    // Where nobody takes what is written, as from a pipe, writing waits; but then not beyond a stop.
+    void SetStop(std::function<bool()> isStopped) { isStopped_ = std::move(isStopped); }
+
     // Room for at least `size` more bytes at the end of what was written; Advance takes what was used of it.
     [[nodiscard]] char* Reserve(std::size_t size);
     void Advance(std::size_t size) { used_ += size; }
@@ -41,6 +45,7 @@ public:
 
 private:
     void Fail(const char* what);
+    [[nodiscard]] bool WaitForRoom();
 
     std::string name_;
     std::string part_;  // what the file is called until it is whole; empty without
@@ -49,6 +54,7 @@ private:
     std::string buffer_;
     std::size_t used_ = 0;
     std::string error_;
+    std::function<bool()> isStopped_;
 };
 
 }  // namespace Host

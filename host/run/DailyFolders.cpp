@@ -21,6 +21,10 @@ namespace {
 
 constexpr const char* Source = "Run";
 constexpr std::size_t MaxEarly = 1000;
+// Jumps between days that begin a folder each, until so many epochs have come without one.
+constexpr int MaxJumps = 10;
+constexpr std::int64_t Steady = 3600;
+constexpr double Pause = 600.0;  // s of the data's time, after a folder that could not be written
 
 std::int64_t DayOf(const GNSS::GPSTime& time) {
     return std::int64_t{time.GetWeek()} * 7 +
@@ -68,13 +72,14 @@ void DailyFolders::BeginDay(const GNSS::GPSTime& time) {
     const std::string name =
         fmt::format("{}/{:04}-{:02}-{:02}", options_.folder, date.Year(), date.Month(), date.Day());
     current_ = name;
-    for (int i = 2; std::filesystem::exists(current_) && !options_.overwrite; ++i)
+    std::error_code error;  // where it cannot be seen it cannot be made either, which is told
+    for (int i = 2; std::filesystem::exists(current_, error) && !options_.overwrite; ++i)
         current_ = fmt::format("{}_{}", name, i);
     RunFolderOptions options = options_;
     options.folder = current_;
     options.skyTime.reset();
     day_.emplace(std::move(options), reference_);
-    if (!day_->folder.GetFailure().empty()) Say(Source, day_->folder.GetFailure());
+    failedAt_.reset();
     if (facts_ != nullptr) day_->folder.Begin(*facts_);
     for (const RunEvent& event : std::exchange(early_, {})) OnEvent(event);
 }
@@ -93,16 +98,42 @@ std::string DailyFolders::EndDay(const RunFacts& facts) {
     return failure;
 }
 
+// Whether a day that is not the folder's begins another one. Days follow each other; and data may jump, but if they do
+// so again and again, as those of two receivers that tell different years, there would be a folder for each epoch.
+bool DailyFolders::IsOtherFolder(std::int64_t number) {
+    const std::int64_t before = std::exchange(lastNumber_, number);
+    if (number != before && number != before + 1) {
+        nmrSteady_ = 0;
+        if (nmrJumps_ <= MaxJumps && ++nmrJumps_ > MaxJumps)
+            Say(Source, "the data jump between days to and fro, and stay in one folder");
+    } else if (++nmrSteady_ >= Steady) {
+        nmrJumps_ = 0;
+    }
+    return number != number_ && nmrJumps_ <= MaxJumps;
+}
+
 void DailyFolders::OnFix(const PublishedFix& fix) {
+    const GNSS::GPSTime& time = fix.result.time;
+    const std::int64_t number = DayOf(time);
     // A day that comes back, as in data that go back in time, has a folder of its own.
-    if (!day_ || DayOf(fix.result.time) != number_) {
-        if (day_ && facts_ != nullptr) {
-            if (const std::string failure = EndDay(*facts_); !failure.empty()) Say(Source, failure);
-        }
-        BeginDay(fix.result.time);
+    const bool isOther = IsOtherFolder(number);
+    if (day_ && isOther) TellFailure(EndDay(*facts_), "");
+    if (!day_) {
+        if (failedAt_ && std::abs((time - *failedAt_).Seconds()) < Pause) return;
+        BeginDay(time);
     }
     day_->summary.OnFix(fix);
     day_->folder.OnFix(fix);
+    // Said now, and not when the day has passed; what comes later may find room again.
+    if (day_->folder.IsGood()) return;
+    failedAt_ = time;
+    TellFailure(EndDay(*facts_), "; another folder is tried in ten minutes");
+}
+
+void DailyFolders::TellFailure(const std::string& failure, const char* next) {
+    if (failure.empty()) return;
+    lost_ = failure;
+    Say(Source, failure + next);
 }
 
 void DailyFolders::OnEvent(const RunEvent& event) {
@@ -119,7 +150,9 @@ void DailyFolders::OnReceiverFix(const ReceiverFix& fix) {
 }
 
 std::string DailyFolders::Finish(const RunFacts& facts) {
-    return EndDay(facts);
+    const bool hasDay = day_.has_value();
+    const std::string failure = EndDay(facts);
+    return hasDay ? failure : lost_;
 }
 
 }  // namespace Host

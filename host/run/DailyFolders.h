@@ -17,8 +17,9 @@ namespace Host {
 // Each day of GPS time has a folder like that of RunFolderOutput, called after its date in the folder of the options:
 // DIR/2025-06-04. It appears when the day has passed or the run has ended; where there is one already, from before the
 // program was started again, DIR/2025-06-04_2 is made, and so on. What a run has left that was killed is kept as
-// DIR/2025-06-04_interrupted. A folder that cannot be made is told on the event log, and the run goes on. The figures
-// of the inputs are those since the day before ended. One run at a time writes to DIR.
+// DIR/2025-06-04_interrupted. A folder that cannot be written is lost; that is told on the event log at once, the run
+// goes on, and another one is begun after a while. The figures of the inputs are those since the day before ended. One
+// run at a time writes to DIR.
 class DailyFolders : public RunOutput {
 public:
     // Empty in GetFailure, or why nothing can be written.
@@ -45,6 +46,8 @@ private:
         RunFolderOutput folder;
     };
 
+    [[nodiscard]] bool IsOtherFolder(std::int64_t number);
+    void TellFailure(const std::string& failure, const char* next);
     void BeginDay(const GNSS::GPSTime& time);
     [[nodiscard]] std::string EndDay(const RunFacts& facts);
 
@@ -56,7 +59,12 @@ private:
     std::optional<Day> day_;
     std::vector<RunEvent> early_;  // from before the first day
     std::int64_t number_ = 0;      // of the day, from the beginning of GPS time
-    std::string current_;          // its folder
+    std::int64_t lastNumber_ = 0;  // of the last epoch's day
+    int nmrJumps_ = 0;
+    std::int64_t nmrSteady_ = 0;             // epochs since the last jump
+    std::optional<GNSS::GPSTime> failedAt_;  // when a folder could not be written, until the next one
+    std::string lost_;                       // what was the matter
+    std::string current_;                    // its folder
     std::string last_;
     std::string lastSummary_;
     std::string failure_;

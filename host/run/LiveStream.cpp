@@ -12,6 +12,8 @@ namespace {
 constexpr std::size_t FirstLook = 64;
 // Messages by which a protocol is known.
 constexpr std::int64_t EnoughMessages = 2;
+// Without a message of the one known, another protocol is looked for in so many bytes, then in more and more.
+constexpr std::size_t FirstDoubt = 2048;
 
 }  // namespace
 
@@ -63,7 +65,7 @@ void LiveStream::BeginDecoder() {
     GetFacts().format = Name(format_);
     messages_ = 0;
     strange_.clear();
-    nextDoubt_ = MaxStrange;
+    nextDoubt_ = FirstDoubt;
 }
 
 void LiveStream::Decode(std::string_view bytes) {
@@ -73,7 +75,7 @@ void LiveStream::Decode(std::string_view bytes) {
     if (const std::int64_t messages = counts.GetNmrMessages(); messages > messages_) {
         messages_ = messages;
         strange_.clear();
-        nextDoubt_ = MaxStrange;
+        nextDoubt_ = FirstDoubt;
         return;
     }
     strange_ += bytes;
@@ -84,6 +86,8 @@ void LiveStream::Doubt() {
     const DetectedFormat detected = DetectFormat(strange_);
     if (detected.messages < EnoughMessages || detected.format == format_) {
         // Damage, whose end the decoder waits for with what it has of a message.
+        nextDoubt_ = strange_.size() + strange_.size() / 4;
+        if (strange_.size() < MaxStrange) return;
         strange_.erase(0, strange_.size() / 2);
         nextDoubt_ = MaxGarbage;
         return;
@@ -112,6 +116,7 @@ void LiveStream::EndDecoder() {
 
 void LiveStream::Break() {
     // More will not come: what is whole is used, be it little.
+    if (decoder_ && !strange_.empty()) Doubt();
     if (decoder_ || (!beginning_.empty() && DecodeBeginning(1))) {
         EndDecoder();
         BeginDecoder();
@@ -128,9 +133,13 @@ void LiveStream::TellGarbage() {
     const RunInput& facts = GetFacts();
     const std::int64_t skipped = facts.skipped - std::exchange(toldSkipped_, facts.skipped);
     const std::int64_t failures = facts.checksumFailures - std::exchange(toldFailures_, facts.checksumFailures);
-    if (skipped <= 0 && failures <= 0) return;
-    Say(GetName(), fmt::format("{} bytes belong to no message, up to byte {}{}", skipped, facts.bytes,
-                               failures > 0 ? fmt::format("; wrong checksums: {}", failures) : ""));
+    const std::int64_t allRefused = before_.refused + (decoder_ ? decoder_->GetCounts().GetNmrRefused() : 0);
+    const std::int64_t refused = allRefused - std::exchange(toldRefused_, allRefused);
+    if (skipped > 0 || failures > 0) {
+        Say(GetName(), fmt::format("{} bytes belong to no message, up to byte {}{}", skipped, facts.bytes,
+                                   failures > 0 ? fmt::format("; wrong checksums: {}", failures) : ""));
+    }
+    if (refused > 0) Say(GetName(), fmt::format("messages left out that say what cannot be: {}", refused));
 }
 
 void LiveStream::OnMeasurements(const GNSS::MeasSet& set) {

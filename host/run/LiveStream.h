@@ -19,7 +19,7 @@ namespace Host {
 // is used, and nothing of the old is taken for a part of the new; what subframes and strings have been collected stays.
 class LiveStream : public RunStream {
 public:
-    // Bytes without a single message after which another format is looked for.
+    // Bytes without a single message that are looked at for another format; not all of them are kept longer.
     static constexpr std::size_t MaxStrange = std::size_t{64} * 1024;
     // No more than these are kept.
     static constexpr std::size_t MaxGarbage = std::size_t{256} * 1024;
@@ -31,7 +31,7 @@ public:
     void Take(std::string_view bytes);
     // The stream is broken.
     void Break();
-    // Says how many bytes belonged to no message since the last call, if there were any.
+    // Says how many bytes belonged to no message, and how many messages were refused, since the last call.
     void TellGarbage();
 
     void OnMeasurements(const GNSS::MeasSet& set) override;
@@ -54,9 +54,10 @@ private:
     RunInput before_;            // counts of earlier decoders
     std::int64_t messages_ = 0;  // at the last message, of this decoder
     std::string strange_;        // since then
-    std::size_t nextDoubt_ = MaxStrange;
+    std::size_t nextDoubt_ = 0;
     std::int64_t toldSkipped_ = 0;
     std::int64_t toldFailures_ = 0;
+    std::int64_t toldRefused_ = 0;
     std::optional<GNSS::GPSTime> date_;
     std::optional<GNSS::GPSTime> lastEpoch_;
 };

@@ -10,8 +10,10 @@ PositionRows::PositionRows(Form form, const std::string& path, std::function<boo
     isStopped_ = std::move(isStopped);
 }
 
-PositionRows::PositionRows(Form form, const std::string& path, Followed /*followed*/)
-    : PositionRows(form, path, Sink::Mode::Added) {}
+PositionRows::PositionRows(Form form, const std::string& path, Followed /*followed*/, std::function<bool()> isStopped)
+    : PositionRows(form, path, Sink::Mode::Added) {
+    sink_.SetStop(std::move(isStopped));
+}
 
 PositionRows::PositionRows(Form form, const std::string& path, Sink::Mode mode)
     : sink_(path, mode), isFollowed_(mode == Sink::Mode::Added) {

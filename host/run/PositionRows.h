@@ -24,7 +24,7 @@ public:
     // stays.
     struct Followed {};
     static constexpr Followed Following{};
-    PositionRows(Form form, const std::string& path, Followed followed);
+    PositionRows(Form form, const std::string& path, Followed followed, std::function<bool()> isStopped = {});
 
     void OnFix(const PublishedFix& fix) override;
     [[nodiscard]] std::string Finish(const RunFacts& facts) override;

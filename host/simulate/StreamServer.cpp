@@ -95,8 +95,10 @@ bool StreamServer::Await(int milliseconds) {
 
 bool StreamServer::Send(std::string_view bytes) {
     if (!HasClient()) return false;
+    // Not as long as there is more: a client that never stops sending is to be served as well.
+    constexpr int MaxPieces = 16;
     std::array<char, 512> dropped{};
-    for (;;) {
+    for (int i = 0; i < MaxPieces; ++i) {
         const ssize_t got = ::recv(client_, dropped.data(), dropped.size(), 0);
         if (got > 0) continue;
         if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)) break;

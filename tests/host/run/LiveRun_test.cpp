@@ -258,9 +258,42 @@ TEST_F(Line, FollowsTimeWhereverItJumps) {
     EXPECT_TRUE(run_.HasEvent("go back in time")) << run_.Events();
 }
 
+// Two clocks in one stream, as of two receivers of which one tells another year: folders for some of the jumps, and
+// none of the epochs lost. One that cannot be written is told of at once.
+TEST_F(Line, JumpsToAndFroMakeFewFolders) {
+    const Sent now(60, 1.0);
+    const Sent other(60, 1.0, now.epochs[0].time - Corvane::Time(900.0 * 86400.0));
+    Host::RunFolderOptions options;
+    options.folder = Path("days");
+    options.pictures = false;
+    Host::DailyFolders days(options);
+    Run(
+        [&](Line& line) {
+            tests::Peer peer = line.Accept();
+            for (std::size_t i = 0; i + 1 < now.epochs.size(); ++i) {
+                for (const Sent* sent : {&now, &other})
+                    peer.Send(sent->bytes.substr(sent->epochs[i].end, sent->epochs[i + 1].end - sent->epochs[i].end));
+            }
+            End(peer);
+        },
+        {&days});
+    const auto all = std::filesystem::directory_iterator(Path("days"));
+    std::ptrdiff_t rows = 0;
+    int nmrFolders = 0;
+    for (const auto& folder : all) {
+        const std::string positions = ReadFile(folder.path() / "positions.csv");
+        rows += std::count(positions.begin(), positions.end(), '\n') - 1;
+        ++nmrFolders;
+    }
+    EXPECT_LE(nmrFolders, 12);
+    EXPECT_EQ(rows, static_cast<std::ptrdiff_t>(run_.fixes.size()));
+    EXPECT_GT(rows, 50);
+}
+
 // A short connection has little, and the first bytes are no message; then there is another format.
 TEST_F(Line, FindsTheFormatInLittleAndWhenItChanges) {
     const Sent sent(3, 1.0);
+    const Sent later(2, 1.0, sent.epochs[2].time + Corvane::Time(10.0));
     const std::string text = "HTTP/1.0 200 OK\r\n\r\n";
     // An RTCM message without content, with its checksum.
     const std::string rtcm("\xD3\x00\x00\x47\xEA\x4B", 6);
@@ -274,8 +307,12 @@ TEST_F(Line, FindsTheFormatInLittleAndWhenItChanges) {
         tests::Peer peer = line.Accept();
         for (std::size_t i = 0; i <= Host::LiveStream::MaxGarbage / rtcm.size(); ++i) peer.Send(rtcm);
         End(peer);
+        // Less than it takes to look for another one.
+        peer = line.Accept();
+        peer.Send(later.bytes.substr(later.epochs[0].end));
+        End(peer);
     });
-    EXPECT_EQ(run_.fixes.size(), 3U) << run_.Events();
+    EXPECT_EQ(run_.fixes.size(), 4U) << run_.Events();
     EXPECT_TRUE(run_.HasEvent("sends UBX") && run_.HasEvent("sends RTCM 3")) << run_.Events();
     EXPECT_EQ(run_.facts.inputs[0].bytes, counts_.bytes);
     EXPECT_EQ(run_.facts.inputs[0].skipped, 2 * static_cast<std::int64_t>(text.size()));
