@@ -308,8 +308,8 @@ void RunCore::SetEnabled(const Satellite& satellite, bool isEnabled, const std::
         port_->health.Send({mode, GNSS::Glonass::Slot(satellite.number), 0});
     }
     tree_.Drain();
-    Say("Operator", fmt::format("{} at {}: {} {}"
-                                isEnabled ? "enabled" : "disabled", who));
+    Say("Console", fmt::format("{}: {} {}", who, PrintSatellite(satellite.system, satellite.number),
+                               isEnabled ? "enabled" : "disabled"));
 }
 
 void RunCore::TakeReceiverFix(const ReceiverFix& fix) {
