@@ -77,7 +77,8 @@ private:
         std::uint64_t number = 0;  // of the text, over all panels
         std::uint64_t count = 0;   // of the panel's texts
     };
-    [[nodiscard]] std::uint64_t CountUntaken(const Reader& reader) const;
+    // Of a reader: texts of each panel that it has not taken and never will.
+    [[nodiscard]] std::uint64_t CountReplaced(const Reader& reader) const;
 
     mutable std::mutex mutex_;
     std::vector<Panel> panels_;
