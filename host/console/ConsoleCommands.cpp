@@ -40,7 +40,8 @@ ConsoleAnswer ConsoleCommands::Post(std::string_view command, std::string_view b
     if (command != "health") return Refuse(404, "there is no such command");
     std::optional<ConsoleCommand> parsed = ParseHealth(body);
     if (!parsed)
-        return Refuse(400, R"(write {"satellite":"G05","enabled":false}, with a satellite from G01 to G32 or R01 to R24)");
+        return Refuse(400,
+                      R"(write {"satellite":"G05","enabled":false}, with a satellite from G01 to G32 or R01 to R24)");
     parsed->who = CleanText(who);
     const std::lock_guard lock(mutex_);
     if (!closed_.empty()) return Refuse(409, closed_);

@@ -37,8 +37,8 @@ void ConsoleNotes::Add(const GNSS::GPSTime& time, const GNSS::Notes& notes) {
                        ",\"alarm\":" + (row.isAlarm ? "true" : "false") +
                        ",\"satellite\":" + ConsoleJson::Quote(SatelliteOf(note)) + ",\"intervals\":";
         }
-        const bool goesOn = !row.intervals.empty() && (row.lastEpoch == nmrEpochs_ - 1 ||
-                                                       last_ - row.intervals.back().end <= row.closed);
+        const bool goesOn = !row.intervals.empty() &&
+                            (row.lastEpoch == nmrEpochs_ - 1 || last_ - row.intervals.back().end <= row.closed);
         row.lastEpoch = nmrEpochs_;
         if (goesOn) {
             row.intervals.back().end = last_;

@@ -202,8 +202,8 @@ void ConsoleOutput::PublishFix(const PublishedFix& fix) {
 
 void ConsoleOutput::OnEvent(const RunEvent& event) {
     if (event.time && (!now_ || *now_ < *event.time)) now_ = event.time;
-    events_.Add("{\"utc\":" + ConsoleJson::Time(event.time) + ",\"source\":" +
-                Quote(Cut(event.source, MaxEventText)) + ",\"text\":" + Quote(Cut(event.text, MaxEventText)) + '}');
+    events_.Add("{\"utc\":" + ConsoleJson::Time(event.time) + ",\"source\":" + Quote(Cut(event.source, MaxEventText)) +
+                ",\"text\":" + Quote(Cut(event.text, MaxEventText)) + '}');
     PublishIncrements();
 }
 
@@ -266,10 +266,9 @@ void ConsoleOutput::PublishRun() {
                                  R"("repeated":{},"out_of_order":{},"speed":{},"from":{},"to":{},"seeking":{},)"
                                  R"("reference":{},"ages":{{{}}},"version":{},"settings":{}}})",
                                  state_.kind, state_.state, ConsoleJson::Time(now_),
-                                 interval > 0.0 ? Number(interval, 3) : "null", nmrEpochs_, nmrFixes_,
-                                 counts.repeated, counts.outOfOrder, Number(state_.speed, 3),
-                                 ConsoleJson::Time(state_.from), ConsoleJson::Time(state_.to),
-                                 Bool(state_.isSeeking),
+                                 interval > 0.0 ? Number(interval, 3) : "null", nmrEpochs_, nmrFixes_, counts.repeated,
+                                 counts.outOfOrder, Number(state_.speed, 3), ConsoleJson::Time(state_.from),
+                                 ConsoleJson::Time(state_.to), Bool(state_.isSeeking),
                                  isReferenceGiven_ ? "\"the reference given\"" : "\"the first position\"", ages,
                                  Quote(version_), settings_));
 }

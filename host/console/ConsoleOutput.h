@@ -31,9 +31,9 @@ namespace Host {
 
 // What the panel "run" says of the run itself.
 struct ConsoleRunState {
-    const char* kind = "files";     // "live", "files" or "replay"
-    const char* state = "running";  // "running", "paused" or "ended"
-    double speed = 1.0;             // of a replay, times real
+    const char* kind = "files";             // "live", "files" or "replay"
+    const char* state = "running";          // "running", "paused" or "ended"
+    double speed = 1.0;                     // of a replay, times real
     std::optional<GNSS::GPSTime> from, to;  // of the data of a replay
     bool isSeeking = false;
 };
@@ -45,17 +45,20 @@ class ConsoleOutput : public RunOutput {
 public:
     static constexpr std::size_t MaxSeries = 4 * 3600;  // epochs that are kept
     static constexpr std::size_t MaxEvents = 1000;
-    static constexpr std::size_t MaxEventText = 2000;                  // bytes; a longer one is cut
-    static constexpr std::chrono::milliseconds FastPeriod{190};        // a little less than a fifth of a second: a
-                                                                       // stream of 5 Hz that is not quite even
-    static constexpr std::chrono::milliseconds SlowPeriod{900};        // likewise
+    static constexpr std::size_t MaxEventText = 2000;            // bytes; a longer one is cut
+    static constexpr std::chrono::milliseconds FastPeriod{190};  // a little less than a fifth of a second: a
+                                                                 // stream of 5 Hz that is not quite even
+    static constexpr std::chrono::milliseconds SlowPeriod{900};  // likewise
     using Sources = std::function<std::vector<LiveRun::SourceStatus>()>;
 
-    ConsoleOutput(const RunSettings& settings, const std::string& version, ConsoleHub& hub, ConsoleSky& sky,
-                  ConsoleStores& stores, SteadyClock clock = [] { return std::chrono::steady_clock::now(); });
+    ConsoleOutput(
+        const RunSettings& settings, const std::string& version, ConsoleHub& hub, ConsoleSky& sky,
+        ConsoleStores& stores, SteadyClock clock = [] { return std::chrono::steady_clock::now(); });
 
     // Of live sources, before Begin.
     void SetSources(Sources sources) { sources_ = std::move(sources); }
+    // Whether the run is to end, for one that asks its outputs.
+    void SetStop(std::function<bool()> isStopped) { isStopped_ = std::move(isStopped); }
     void SetState(const ConsoleRunState& state);
     [[nodiscard]] const ConsoleRunState& GetState() const { return state_; }
     // The operator has enabled or disabled a satellite.
@@ -69,6 +72,7 @@ public:
     void OnFix(const PublishedFix& fix) override;
     void OnEvent(const RunEvent& event) override;
     [[nodiscard]] std::string Finish(const RunFacts& facts) override;
+    [[nodiscard]] bool IsGood() const override { return !isStopped_ || !isStopped_(); }
 
     // Any thread: {"from":N,"next":M,"columns":[...],"rows":[[...],...]}.
     [[nodiscard]] std::string PrintSeries(std::int64_t from) const;
@@ -94,6 +98,7 @@ private:
     ConsoleStores& stores_;
     SteadyClock clock_;
     Sources sources_;
+    std::function<bool()> isStopped_;
     std::string version_;
     std::string settings_;  // JSON
     const RunFacts* facts_ = nullptr;

@@ -63,11 +63,11 @@ std::optional<std::int64_t> Whole(std::string_view text, std::int64_t low, std::
 // False for a parameter that there is not, or with a value that it has not.
 bool Understand(std::string_view name, std::string_view value, Request& request) {
     constexpr std::int64_t Most = std::numeric_limits<std::int64_t>::max();
-    constexpr std::array<std::pair<std::string_view, GNSS::DopArt::Mode>, 4> Modes{{{"gps", GNSS::DopArt::GPSOnly},
-                                                                                   {"glonass",
-                                                                                    GNSS::DopArt::GlonassOnly},
-                                                                                   {"both", GNSS::DopArt::Both},
-                                                                                   {"alternate", GNSS::DopArt::Both}}};
+    constexpr std::array<std::pair<std::string_view, GNSS::DopArt::Mode>, 4> Modes{
+        {{"gps", GNSS::DopArt::GPSOnly},
+         {"glonass", GNSS::DopArt::GlonassOnly},
+         {"both", GNSS::DopArt::Both},
+         {"alternate", GNSS::DopArt::Both}}};
     constexpr std::array<std::pair<std::string_view, Style::AziStyle>, 5> Azimuths{{{"none", Style::AziNone},
                                                                                     {"letters", Style::AziNESW},
                                                                                     {"upright", Style::AziUpright},
