@@ -88,7 +88,7 @@ export class Stream extends EventTarget {
         let reason = "The server does not answer";
         try {
             const answer = await fetch("/api/stream", { signal: abort.signal, headers: { Accept: "text/event-stream" } });
-            if (answer.status === 401 || answer.status === 403) return this.#setState("refused");
+            if (answer.status === 401) return this.#setState("refused");
             if (answer.status === 503) reason = "The console has as many viewers as it takes";
             else if (!answer.ok) reason = `The server answers ${answer.status}`;
             else {
