@@ -236,7 +236,8 @@ bool HttpFront::MakeRoom(const std::string* peer) {
     HttpConnection* oldest = nullptr;
     for (const auto& [id, connection] : connections_) {
         if (!connection->CanBeDisplaced() || (peer != nullptr && connection->peer != *peer)) continue;
-        if (oldest == nullptr || connection->since < oldest->since) oldest = connection.get();
+        if (oldest == nullptr || std::pair(connection->since, id) < std::pair(oldest->since, oldest->id))
+            oldest = connection.get();
     }
     if (oldest == nullptr) return false;
     ++displaced_;
