@@ -48,7 +48,7 @@ TEST(HttpFront, StreamsPanelsAndRefusesSurplusStreams) {
 // Who never reads holds up neither the run nor the other streams, loses all but the newest, and is given up at last.
 TEST(HttpFront, DropsForAStreamThatIsNotRead) {
     Host::ConsoleServerSettings settings;
-    settings.bounds.stall = std::chrono::milliseconds(1500);
+    settings.bounds.stall = std::chrono::milliseconds(4000);
     ConsoleBench bench(std::move(settings));
     ASSERT_TRUE(bench.hub.Publish("run", "first"));
     ConsolePeer deaf(bench.port, "127.0.0.1", 4096);
@@ -57,7 +57,7 @@ TEST(HttpFront, DropsForAStreamThatIsNotRead) {
     awake.Send(bench.Get("/api/stream"));
     EXPECT_NE(awake.ReadUntil("first").find("first"), std::string::npos);
     ASSERT_TRUE(ConsoleBench::WaitFor([&] { return bench.server.GetFigures().streams == 2; }));
-    constexpr int NmrTexts = 100;
+    constexpr int NmrTexts = 60;
     double longest = 0.0;
     for (int i = 0; i < NmrTexts; ++i) {
         const auto begin = Clock::now();
@@ -67,7 +67,7 @@ TEST(HttpFront, DropsForAStreamThatIsNotRead) {
     }
     EXPECT_LT(longest, 0.1);
     const std::uint64_t dropped = bench.hub.GetFigures().dropped;
-    EXPECT_GT(dropped, 80U);
+    EXPECT_GT(dropped, 40U);
     EXPECT_LT(dropped, static_cast<std::uint64_t>(NmrTexts));
     EXPECT_TRUE(ConsoleBench::WaitFor([&] { return bench.server.GetFigures().streams == 1; }));
     EXPECT_EQ(bench.server.GetFigures().late, 1U);
