@@ -68,7 +68,8 @@ public:
         httplib::Headers headers;
         for (const auto& header : SafetyHeaders) headers.emplace(std::string(header[0]), std::string(header[1]));
         set_default_headers(std::move(headers));
-        set_keep_alive_timeout(15);
+        set_keep_alive_timeout(15);  // said to the client; the front keeps to its own bounds
+        set_keep_alive_max_count(1000);
         set_payload_max_length(HttpHead::MaxBody);
         set_pre_routing_handler([this](const Request& request, Response& response) {
             return ComeIn(request, response) ? HandlerResponse::Unhandled : HandlerResponse::Handled;
