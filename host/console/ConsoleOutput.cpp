@@ -34,11 +34,11 @@ double UnixTime(const Corvane::TimeDate& utc) {
     return (utc - Epoch).Seconds();
 }
 
-// Cut between two characters of UTF-8.
-std::string_view Cut(std::string_view text, std::size_t most) {
-    if (text.size() <= most) return text;
-    while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0U) == 0x80U) --most;
-    return text.substr(0, most);
+// A text that may be of any length, cut between two characters.
+std::string Short(std::string_view text) {
+    std::size_t size = std::min(text.size(), ConsoleOutput::MaxText);
+    while (size > 0 && size < text.size() && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80U) --size;
+    return Quote(text.substr(0, size));
 }
 
 // As people read it: without the quotes of a text and the brackets of a list.
@@ -202,8 +202,8 @@ void ConsoleOutput::PublishFix(const PublishedFix& fix) {
 
 void ConsoleOutput::OnEvent(const RunEvent& event) {
     if (event.time && (!now_ || *now_ < *event.time)) now_ = event.time;
-    events_.Add("{\"utc\":" + ConsoleJson::Time(event.time) + ",\"source\":" + Quote(Cut(event.source, MaxEventText)) +
-                ",\"text\":" + Quote(Cut(event.text, MaxEventText)) + '}');
+    events_.Add("{\"utc\":" + ConsoleJson::Time(event.time) + ",\"source\":" + Short(event.source) +
+                ",\"text\":" + Short(event.text) + '}');
     PublishIncrements();
 }
 
@@ -293,12 +293,12 @@ void ConsoleOutput::PublishSources() {
             R"({}{{"name":{},"format":{},"state":"{}","age_s":{},"wait_s":{},"bytes":{},"messages":{},"skipped":{},)"
             R"("checksum_failures":{},"refused":{},"undated":{},"epochs":{},"records":{},"connects":{},"drops":{},)"
             R"("errors":{},"failure":{}}})",
-            isFirst ? "" : ",", Quote(isLive ? found->name : input.name), Quote(input.format), state,
+            isFirst ? "" : ",", Short(isLive ? found->name : input.name), Short(input.format), state,
             Number(isLive ? found->age : std::nullopt, 1), Number(isLive ? found->wait : std::nullopt, 1),
             isLive ? found->counts.bytes : input.bytes, input.messages, input.skipped, input.checksumFailures,
             input.refused, input.undated, input.epochs, input.records, isLive ? found->counts.connects : 0,
             isLive ? found->counts.drops : 0, isLive ? found->counts.errors : 0,
-            input.failure.empty() ? "null" : Quote(input.failure));
+            input.failure.empty() ? "null" : Short(input.failure));
         isFirst = false;
     }
     Publish("sources", json + "]}");

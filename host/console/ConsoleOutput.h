@@ -45,7 +45,7 @@ class ConsoleOutput : public RunOutput {
 public:
     static constexpr std::size_t MaxSeries = 4 * 3600;  // epochs that are kept
     static constexpr std::size_t MaxEvents = 1000;
-    static constexpr std::size_t MaxEventText = 2000;            // bytes; a longer one is cut
+    static constexpr std::size_t MaxText = 2000;                 // bytes; a longer one is cut
     static constexpr std::chrono::milliseconds FastPeriod{190};  // a little less than a fifth of a second: a
                                                                  // stream of 5 Hz that is not quite even
     static constexpr std::chrono::milliseconds SlowPeriod{900};  // likewise

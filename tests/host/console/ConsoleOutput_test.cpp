@@ -108,7 +108,8 @@ TEST(ConsoleOutput, ShowsWhatTheTablesOfTheRunSay) {
     EXPECT_EQ(run["epochs"], fixes.size());
     EXPECT_EQ(run["now"], fixes.back()["utc"]);
     std::set<int> healthy;
-    for (const json& sv : panels.Latest("health")["gps"]) {
+    const json health = panels.Latest("health");
+    for (const json& sv : health["gps"]) {
         if (sv["health"] == "healthy") healthy.insert(sv["number"].get<int>());
         EXPECT_EQ(sv["enabled"], sv["number"] != 3);
     }
@@ -117,7 +118,8 @@ TEST(ConsoleOutput, ShowsWhatTheTablesOfTheRunSay) {
     EXPECT_GT(panels.Latest("sources")["rows"][0]["messages"], 100);
     EXPECT_EQ(panels.Latest("sources")["rows"][0]["state"], "read");
     bool hasNote = false;
-    for (const json& note : panels.Latest("notes")["rows"]) hasNote = hasNote || note["satellite"] == "G03";
+    const json notes = panels.Latest("notes");
+    for (const json& note : notes["rows"]) hasNote = hasNote || note["satellite"] == "G03";
     EXPECT_TRUE(hasNote);
     const json view = json::parse(panels.stores.Get("ephemeris", {{"record", "0"}}).body);
     EXPECT_EQ(view["tables"][0]["columns"].size(), 3 + healthy.size());
@@ -144,22 +146,35 @@ TEST(ConsoleOutput, TakesADisabledSatelliteOutOfTheFix) {
         for (const Host::FixSatellite& satellite : fix.result.satellites) {
             const bool isUsed = satellite.use == Host::SatelliteUse::Used;
             const std::string its = Host::SatelliteName(satellite.glonass, satellite.number);
-            if (epoch == 50 && name.empty() && isUsed) name = its;
+            if (name.empty() && isUsed) name = its;
             if (its == name) used[epoch] = isUsed;
         }
-        if (epoch == 50) post("false");
-        if (epoch == 100) post("true");
     });
     Host::Pipeline pipeline(settings.request, {&console.GetOutput(), &probe});
     console.Join(pipeline.GetCore());
     ASSERT_TRUE(pipeline.Open(reason)) << reason;
     EXPECT_EQ(console.Post("health", R"({"satellite":"G01","enabled":true})", "::1").status, 409) << "not yet";
     ASSERT_TRUE(console.Start({}, reason)) << reason;
-    ASSERT_EQ(pipeline.Run([&](const Host::RunFacts&) { console.Work(pipeline.GetCore()); }), "");
+    // Commands take effect between two pieces of the input, each of which has many epochs.
+    std::vector<std::size_t> turns;
+    ASSERT_EQ(pipeline.Run([&](const Host::RunFacts&) {
+        if (!name.empty() && turns.size() < 2 && (turns.empty() || epoch > turns[0])) {
+            post(turns.empty() ? "false" : "true");
+            turns.push_back(epoch);
+        }
+        console.Work(pipeline.GetCore());
+    }),
+              "");
     console.Stop();
-    for (std::size_t i = 51; i <= 100; ++i) EXPECT_FALSE(used[i]) << i;
-    EXPECT_TRUE(used[50]);
-    EXPECT_TRUE(used[101] || used[102]);
+    ASSERT_EQ(turns.size(), 2U);
+    ASSERT_LT(turns[1], epoch) << "epochs after the last command";
+    for (const auto& [at, isUsed] : used) {
+        if (at > turns[0] && at <= turns[1]) {
+            EXPECT_FALSE(isUsed) << at;
+        }
+    }
+    EXPECT_TRUE(used[turns[0]]);
+    EXPECT_TRUE(used[turns[1] + 1]);
     for (const char* what : {": disabled", ": enabled"}) {
         const std::string event = "Console: operator at 192.0.2.7: " + name + std::string(what).substr(1);
         EXPECT_NE(probe.events.find(event), std::string::npos) << probe.events;
@@ -169,7 +184,8 @@ TEST(ConsoleOutput, TakesADisabledSatelliteOutOfTheFix) {
 
 TEST(ConsoleOutput, KeepsItsPaceAndItsBounds) {
     Panels panels;
-    panels.output.Begin({});
+    const Host::RunFacts facts;
+    panels.output.Begin(facts);
     int nmrShown = 0;
     std::int64_t made = -1;
     constexpr int NmrEpochs = 20'000;
@@ -240,11 +256,11 @@ TEST(ConsoleOutput, MakesJsonOfAnyText) {
         panels.output.OnFix(fix);
         panels.output.PublishAll();
         for (const char* panel : {"run", "fix", "sources", "notes", "events", "series", "health", "sky", "stores"}) {
-            const auto json = panels.hub.Latest(panel);
-            ASSERT_TRUE(json) << panel;
-            EXPECT_TRUE(json::accept(*json)) << panel;
-            for (const char c : *json) ASSERT_GE(static_cast<unsigned char>(c), 0x20U) << panel;
-            EXPECT_LT(json->size(), 500'000U) << panel;
+            const auto published = panels.hub.Latest(panel);
+            ASSERT_TRUE(published) << panel;
+            EXPECT_TRUE(json::accept(*published)) << panel;
+            for (const char c : *published) ASSERT_GE(static_cast<unsigned char>(c), 0x20U) << panel;
+            EXPECT_LT(published->size(), 500'000U) << panel;
         }
     }
     EXPECT_EQ(panels.hub.Latest("run")->find("very secret"), std::string::npos);
