@@ -60,7 +60,7 @@ TEST(ConsoleOutput, ShowsWhatTheTablesOfTheRunSay) {
         (std::filesystem::temp_directory_path() / ("gnss_console_" + std::to_string(::getpid()) + ".ndjson")).string();
     Host::RunSettings settings;
     settings.request.inputs = {path};
-    settings.request.disabledGPS = {GNSS::PRN(3)};
+    settings.request.disabledGPS = {GNSS::PRN(18)};
     Panels panels(settings);
     panels.step = 1s;
     Host::PositionRows rows(Host::Form::Ndjson, file);
@@ -73,7 +73,7 @@ TEST(ConsoleOutput, ShowsWhatTheTablesOfTheRunSay) {
         used.push_back(0);
         for (const json& row : satellites["rows"]) {
             used.back() += row["use"] == "used" ? 1 : 0;
-            EXPECT_EQ(row["enabled"], row["satellite"] != "G03");
+            EXPECT_EQ(row["enabled"], row["satellite"] != "G18");
             EXPECT_FALSE(row.contains("gps_week"));
         }
     });
@@ -111,18 +111,20 @@ TEST(ConsoleOutput, ShowsWhatTheTablesOfTheRunSay) {
     const json health = panels.Latest("health");
     for (const json& sv : health["gps"]) {
         if (sv["health"] == "healthy") healthy.insert(sv["number"].get<int>());
-        EXPECT_EQ(sv["enabled"], sv["number"] != 3);
+        EXPECT_EQ(sv["enabled"], sv["number"] != 18);
     }
     EXPECT_GE(healthy.size(), 6U);
-    EXPECT_EQ(panels.Latest("stores")["ephemeris"]["satellites"], healthy.size());
+    const auto nmrEphemerides = panels.Latest("stores")["ephemeris"]["satellites"].get<std::size_t>();
+    EXPECT_GE(nmrEphemerides, 6U);
+    EXPECT_LE(nmrEphemerides, healthy.size()) << "of others there is an almanac";
     EXPECT_GT(panels.Latest("sources")["rows"][0]["messages"], 100);
     EXPECT_EQ(panels.Latest("sources")["rows"][0]["state"], "read");
     bool hasNote = false;
     const json notes = panels.Latest("notes");
-    for (const json& note : notes["rows"]) hasNote = hasNote || note["satellite"] == "G03";
+    for (const json& note : notes["rows"]) hasNote = hasNote || note["satellite"] == "G18";
     EXPECT_TRUE(hasNote);
     const json view = json::parse(panels.stores.Get("ephemeris", {{"record", "0"}}).body);
-    EXPECT_EQ(view["tables"][0]["columns"].size(), 3 + healthy.size());
+    EXPECT_EQ(view["tables"][0]["columns"].size(), 3 + nmrEphemerides);
     EXPECT_NE(view["text"].get<std::string>().find("\t"), std::string::npos);
 }
 
