@@ -43,7 +43,7 @@ struct ConsoleRunState {
 // thread of the run. Takes the same room however long the run goes on.
 class ConsoleOutput : public RunOutput {
 public:
-    static constexpr std::size_t MaxSeries = 4 * 3600;  // epochs that are kept
+    static constexpr std::size_t MaxSeries = std::size_t{4} * 3600;  // epochs that are kept
     static constexpr std::size_t MaxEvents = 1000;
     static constexpr std::size_t MaxText = 2000;                 // bytes; a longer one is cut
     static constexpr std::chrono::milliseconds FastPeriod{190};  // a little less than a fifth of a second: a

@@ -182,7 +182,7 @@ ConsoleAnswer ConsoleSky::Get(const std::map<std::string, std::string>& paramete
         // A number that makes a browser ask anew.
         if (name == "changed") continue;
         if (!Understand(name, value, request))
-            return {400, "application/json", ConsoleJson::Error("the picture has no " + name + "=" + value)};
+            return {400, "application/json", ConsoleJson::Error(fmt::format("the picture has no {}={}", name, value))};
     }
     if (const auto mode = parameters.find("mode"); mode == parameters.end() || mode->second != "alternate")
         request.isOddTurn = false;

@@ -104,7 +104,7 @@ ConsoleAnswer ConsoleStores::Get(std::string_view store, const std::map<std::str
         } else if (name == "record" && isDigit) {
             record = value[0] - '0';
         } else if (name != "changed") {
-            return {400, "application/json", ConsoleJson::Error("the store has no " + name + "=" + value)};
+            return {400, "application/json", ConsoleJson::Error(fmt::format("the store has no {}={}", name, value))};
         }
     }
     const std::lock_guard lock(showing_);
