@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <poll.h>
 #include <unistd.h>
 #include <utility>
 
@@ -18,6 +19,7 @@
 #include "host/cli/RunLive.h"
 #include "host/cli/RunOptions.h"
 #include "host/cli/StopSignal.h"
+#include "host/console/Console.h"
 #include "host/live/SourceAddress.h"
 #include "host/run/Pipeline.h"
 #include "host/run/PositionRows.h"
@@ -66,6 +68,18 @@ std::string DescribeNothing(const RunFacts& facts) {
         records);
 }
 
+// Shows how a run has ended until somebody stops the program.
+void ServeOn(Console& console) {
+    Complain("the inputs have ended; the console shows the last state at " + console.GetUrl() + " until Ctrl-C");
+    constexpr int WaitMS = 200;
+    while (StopSignal::Get() == 0) {
+        console.GetOutput().Tick();
+        // A signal ends it.
+        static_cast<void>(::poll(nullptr, 0, WaitMS));
+    }
+    console.Stop();
+}
+
 int Run(const RunOptions& options) {
     RunSettings settings;
     std::vector<std::string> faults = options.Read(settings);
@@ -80,6 +94,12 @@ int Run(const RunOptions& options) {
     if (IsInputOverwritten(settings))
         return Complain(settings.positions + ": is an input, which the positions would overwrite"), 2;
 
+    std::string reason;
+    std::optional<Console> console;
+    if (!settings.console.address.empty()) {
+        console.emplace(settings, "files");
+        if (!console->Configure(settings, reason)) return Complain("--console: " + reason), 2;
+    }
     // Who takes what the run produces.
     RunSummary summary(settings.referencePlace);
     RunEventLines events(settings.allWarnings);
@@ -87,17 +107,21 @@ int Run(const RunOptions& options) {
     std::optional<PositionRows> rows;
 
     Pipeline pipeline(settings.request, outputs);
-    std::string reason;
+    if (console) console->Join(pipeline.GetCore());
     if (!pipeline.Open(reason)) return Complain(reason), 1;
     // Made when the inputs are good, so that an old file is not lost to a mistyped name. With a folder the positions
     // are in it, and elsewhere only if that is asked for.
     std::optional<StopSignal> stop;
     std::optional<RunFolderOutput> folder;
     // Rows on standard output end where a signal finds them; files are whole or not at all.
-    if (!settings.folder.folder.empty() || !settings.positions.empty()) {
+    if (console || !settings.folder.folder.empty() || !settings.positions.empty()) {
         settings.folder.isStopped = [] { return StopSignal::Get() != 0; };
         stop.emplace();
-        pipeline.SetStop(settings.folder.isStopped);
+        // Asked again and again while standard input keeps one waiting, and so what a console needs.
+        pipeline.SetStop([&] {
+            if (console) console->Work(pipeline.GetCore());
+            return StopSignal::Get() != 0;
+        });
     }
     if (!settings.folder.folder.empty()) {
         folder.emplace(settings.folder, summary);
@@ -108,16 +132,28 @@ int Run(const RunOptions& options) {
         pipeline.AddOutput(rows.emplace(settings.form, settings.positions, settings.folder.isStopped));
     }
     if (folder) pipeline.AddOutput(*folder);
+    if (console) {
+        console->GetOutput().SetStop(settings.folder.isStopped);
+        pipeline.AddOutput(console->GetOutput());
+        if (!console->Start({}, reason)) return Complain("--console: " + reason), 1;
+        Complain("the console is at " + console->GetUrl());
+    }
     std::optional<Progress> progress(std::in_place, "bytes", pipeline.GetFacts().bytesTotal);
-    const std::string failure = pipeline.Run([&](const RunFacts& facts) { progress->SetDone(facts.bytesDone); });
+    const std::string failure = pipeline.Run([&](const RunFacts& facts) {
+        progress->SetDone(facts.bytesDone);
+        if (console) console->Work(pipeline.GetCore());
+    });
     progress.reset();
+    if (console) console->End();
     if (!failure.empty()) return Complain(failure), 1;
-    if (stop && StopSignal::Get() != 0) return Complain("the run was stopped; no file was made"), 1;
+    if (stop && StopSignal::Get() != 0)
+        return Complain(console ? "the run was stopped" : "the run was stopped; no file was made"), 1;
     const RunFigures& figures = summary.GetFigures();
     if (!settings.quiet) Tell(PrintSummary(figures, summary.GetSeries(), pipeline.GetFacts()));
     if (figures.epochs == 0) return Complain(DescribeNothing(pipeline.GetFacts())), 1;
-    if (figures.fixes == 0) return Complain("no epoch has a position; the notes and events say why"), 1;
-    return 0;
+    if (figures.fixes == 0) Complain("no epoch has a position; the notes and events say why");
+    if (console) ServeOn(*console);
+    return figures.fixes > 0 ? 0 : 1;
 }
 
 constexpr const char* Footer =

@@ -5,10 +5,13 @@
 #include <utility>
 #include <vector>
 
+#include <sys/eventfd.h>
+
 #include "host/cli/Inputs.h"
 #include "host/cli/LiveStatus.h"
 #include "host/cli/RunEventLines.h"
 #include "host/cli/StopSignal.h"
+#include "host/console/Console.h"
 #include "host/live/SourceAddress.h"
 #include "host/run/DailyFolders.h"
 #include "host/run/LiveRun.h"
@@ -35,14 +38,22 @@ int RunLive(RunSettings settings) {
     const PasswordPlaces places{settings.live.passwordFile, settings.live.password.Reveal(), settings.live.configFile};
     if (!FindPassword(places, live.password, reason)) return Complain(reason), 2;
 
+    std::optional<Console> console;
+    if (!settings.console.address.empty()) {
+        console.emplace(settings, "live");
+        if (!console->Configure(settings, reason)) return Complain("--console: " + reason), 2;
+    }
     LiveStatus status;
     RunEventLines events(settings.allWarnings);
     // The status makes room before an event is shown.
     LiveRun run(settings.request, {&status, &events}, std::move(live));
+    if (console) {
+        console->Join(run.GetCore());
+        console->GetOutput().SetSources([&run] { return run.GetSources(); });
+    }
     if (!run.Open(reason)) return Complain(reason), 1;
     const StopSignal stop;
     StopSignal::WakeThrough(run.GetWakeFile());
-    const auto isStopped = [] { return StopSignal::Get() != 0; };
     std::optional<DailyFolders> folders;
     if (!settings.folder.folder.empty()) {
         folders.emplace(settings.folder, settings.referencePlace);
@@ -51,7 +62,19 @@ int RunLive(RunSettings settings) {
     }
     std::optional<PositionRows> rows;
     if (!settings.positions.empty())
-        run.AddOutput(rows.emplace(settings.form, settings.positions, PositionRows::Following, isStopped));
+        run.AddOutput(rows.emplace(settings.form, settings.positions, PositionRows::Following,
+                                   [] { return StopSignal::Get() != 0; }));
+    if (console) {
+        run.AddOutput(console->GetOutput());
+        const auto wake = [file = run.GetWakeFile()] { static_cast<void>(::eventfd_write(file, 1)); };
+        if (!console->Start(wake, reason)) return Complain("--console: " + reason), 1;
+        Complain("the console is at " + console->GetUrl());
+    }
+    // Asked after each wait: also after one that an operator's command has ended.
+    const auto isStopped = [&] {
+        if (console) console->Work(run.GetCore());
+        return StopSignal::Get() != 0;
+    };
     // Of each source a few events are shown in an hour, not in the months that a run may take.
     constexpr int Hour = 3600;
     int seconds = 0;
@@ -62,6 +85,7 @@ int RunLive(RunSettings settings) {
         }
         if (!settings.quiet) status.Show(run);
     });
+    if (console) console->Stop();
     StopSignal::WakeThrough(-1);
     if (folders && !folders->GetLast().empty() && !settings.quiet) {
         Tell(folders->GetLastSummary());

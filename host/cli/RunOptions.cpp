@@ -67,6 +67,7 @@ RunOptions::RunOptions(CLI::App& command) : given_(GetSettings().size()) {
         } else {
             option = command.add_option(setting.option, given.text, help + "; " + setting.GetAllowed());
             option->type_name(TypeName(setting.kind));
+            if (setting.implied != nullptr) option->expected(0, 1);
             if (const std::string plain = Plain(value); !plain.empty()) option->default_str(plain);
         }
         if (*setting.option == '-') option->group(DescribeTable(setting.table));
@@ -101,7 +102,8 @@ std::vector<std::string> RunOptions::Read(RunSettings& settings) const {
         if (setting.kind == Setting::Kind::List) {
             value = given.list;
         } else if (setting.kind != Setting::Kind::Switch) {
-            value = setting.ParseText(given.text);
+            const bool isImplied = setting.implied != nullptr && given.text.empty();
+            value = setting.ParseText(isImplied ? setting.implied : given.text);
         }
         std::string fault = setting.Apply(settings, value, setting.option);
         if (!fault.empty()) faults.push_back(std::move(fault));

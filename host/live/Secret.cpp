@@ -94,7 +94,8 @@ void Secret::Wipe() {
 bool FindPassword(const PasswordPlaces& places, Secret& password, std::string& reason) {
     password = Secret();
     if (!places.file.empty()) return ReadFirstLine(places.file, password, reason);
-    if (const char* variable = std::getenv(PasswordVariable); variable != nullptr && *variable != 0) {
+    const char* variable = places.variable != nullptr ? std::getenv(places.variable) : nullptr;
+    if (variable != nullptr && *variable != 0) {
         password = Secret(variable);
         return true;
     }

@@ -26,15 +26,16 @@ private:
     std::string text_;
 };
 
-// Where the caster's password may stand; what is empty is not there. The first that is there holds.
-struct PasswordPlaces {
-    std::string file;        // --ntrip-password-file: a file whose first line it is
-    std::string configured;  // in the configuration file
-    std::string configFile;  // which that is
-};
-
-// Between the two: the variable of the environment.
+// The variable of the environment for the caster's.
 inline constexpr const char* PasswordVariable = "GNSS_NTRIP_PASSWORD";
+
+// Where a password may stand, at first the caster's; what is empty is not there. The first that is there holds.
+struct PasswordPlaces {
+    std::string file;                         // --ntrip-password-file: a file whose first line it is
+    std::string configured;                   // in the configuration file
+    std::string configFile;                   // which that is
+    const char* variable = PasswordVariable;  // between the two; null for none
+};
 
 // An empty password when it stands nowhere. False, with a line for a person, when a file cannot be read, or may be read
 // by others than its owner.

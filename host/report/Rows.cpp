@@ -128,55 +128,38 @@ private:
     Sink& sink_;
 };
 
+void AppendQuoted(std::string_view text, std::string& to) {
+    constexpr std::string_view Digits = "0123456789abcdef";
+    to += '"';
+    for (const char c : text) {
+        const auto code = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') to += '\\';
+        if (code < 0x20) {
+            to += "\\u00";
+            to += Digits[code >> 4U];
+            to += Digits[code & 0xFU];
+        } else {
+            to += c;
+        }
+    }
+    to += '"';
+}
+
 class NdjsonWriter final : public RowWriter {
 public:
-    NdjsonWriter(std::vector<Column> columns, Sink& sink) : columns_(std::move(columns)), sink_(sink) {
-        for (const Column& column : columns_) names_.push_back("\"" + FullName(column) + "\":");
-    }
+    NdjsonWriter(std::vector<Column> columns, Sink& sink) : rows_(std::move(columns)), sink_(sink) {}
 
     void Write(std::span<const Cell> cells) override {
-        sink_.Write("{");
-        for (std::size_t i = 0; i < columns_.size() && i < cells.size(); ++i) {
-            if (i > 0) sink_.Write(",");
-            sink_.Write(names_[i]);
-            if (const auto* text = std::get_if<std::string_view>(&cells[i])) {
-                Quoted(*text);
-            } else if (const auto* yes = std::get_if<bool>(&cells[i])) {
-                sink_.Write(*yes ? "true" : "false");
-            } else {
-                char* const start = sink_.Reserve(LongestNumber);
-                char* const end = PrintPlain(cells[i], columns_[i].decimals, start);
-                if (end == start) {
-                    sink_.Write("null");
-                } else {
-                    sink_.Advance(static_cast<std::size_t>(end - start));
-                }
-            }
-        }
-        sink_.Write("}\n");
+        line_.clear();
+        rows_.Append(cells, line_);
+        line_ += '\n';
+        sink_.Write(line_);
     }
 
 private:
-    void Quoted(std::string_view text) {
-        constexpr std::string_view Digits = "0123456789abcdef";
-        sink_.Write("\"");
-        for (const char& c : text) {
-            const auto code = static_cast<unsigned char>(c);
-            if (c == '"' || c == '\\') sink_.Write("\\");
-            if (code < 0x20) {
-                sink_.Write("\\u00");
-                sink_.Write(Digits.substr(code >> 4U, 1));
-                sink_.Write(Digits.substr(code & 0xFU, 1));
-            } else {
-                sink_.Write(std::string_view(&c, 1));
-            }
-        }
-        sink_.Write("\"");
-    }
-
-    std::vector<Column> columns_;
-    std::vector<std::string> names_;
+    JsonRows rows_;
     Sink& sink_;
+    std::string line_;
 };
 
 }  // namespace
@@ -191,6 +174,36 @@ bool ParseForm(std::string_view text, Form& form) {
     else
         return false;
     return true;
+}
+
+JsonRows::JsonRows(std::vector<Column> columns) {
+    for (const Column& column : columns) {
+        names_.push_back("\"" + FullName(column) + "\":");
+        decimals_.push_back(column.decimals);
+    }
+}
+
+void JsonRows::Append(std::span<const Cell> cells, std::string& to) const {
+    to += '{';
+    AppendMembers(cells, 0, to);
+    to += '}';
+}
+
+void JsonRows::AppendMembers(std::span<const Cell> cells, std::size_t first, std::string& to) const {
+    std::array<char, LongestNumber> number;
+    for (std::size_t i = first; i < names_.size() && i < cells.size(); ++i) {
+        if (i > first) to += ',';
+        to += names_[i];
+        if (const auto* text = std::get_if<std::string_view>(&cells[i])) {
+            AppendQuoted(*text, to);
+        } else if (const auto* yes = std::get_if<bool>(&cells[i])) {
+            to += *yes ? "true" : "false";
+        } else if (const char* end = PrintPlain(cells[i], decimals_[i], number.data()); end != number.data()) {
+            to.append(number.data(), static_cast<std::size_t>(end - number.data()));
+        } else {
+            to += "null";
+        }
+    }
 }
 
 std::unique_ptr<RowWriter> RowWriter::Make(Form form, std::vector<Column> columns, Sink& sink) {

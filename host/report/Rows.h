@@ -1,6 +1,7 @@
 // Rows of named values, written as a table for people, as CSV or as NDJSON.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -30,6 +31,21 @@ enum class Form { Table, Csv, Ndjson };
 
 // "table", "csv" or "ndjson"; false for anything else.
 [[nodiscard]] bool ParseForm(std::string_view text, Form& form);
+
+// Rows as JSON objects of one set of columns, as NDJSON has them.
+class JsonRows {
+public:
+    explicit JsonRows(std::vector<Column> columns);
+
+    // Appends {"gps_week":1590,...}; texts are taken as they are, but for what JSON must escape.
+    void Append(std::span<const Cell> cells, std::string& to) const;
+    // The same without the braces, from one of the columns on.
+    void AppendMembers(std::span<const Cell> cells, std::size_t first, std::string& to) const;
+
+private:
+    std::vector<int> decimals_;
+    std::vector<std::string> names_;
+};
 
 // Writes rows of one set of columns as they come; keeps none.
 class RowWriter {

@@ -39,6 +39,7 @@ public:
     [[nodiscard]] std::string Run(const OnProgress& onProgress);
 
     [[nodiscard]] const RunFacts& GetFacts() const { return core_.GetFacts(); }
+    [[nodiscard]] RunCore& GetCore() { return core_; }
 
 private:
     class Feed;

@@ -299,6 +299,19 @@ void RunCore::TakeEpoch(const GNSS::MeasSet& set) {
     facts_.counts = fix_->GetCounts();
 }
 
+void RunCore::SetEnabled(const Satellite& satellite, bool isEnabled, const std::string& who) {
+    using Update = GNSS::SVHealth::Update;
+    const Update::Mode mode = isEnabled ? Update::Enable : Update::Disable;
+    if (satellite.system == 'G') {
+        port_->health.Send({mode, GNSS::PRN(satellite.number), 0});
+    } else {
+        port_->health.Send({mode, GNSS::Glonass::Slot(satellite.number), 0});
+    }
+    tree_.Drain();
+    Say("Console", fmt::format("{}: {} {}", who, PrintSatellite(satellite.system, satellite.number),
+                               isEnabled ? "enabled" : "disabled"));
+}
+
 void RunCore::TakeReceiverFix(const ReceiverFix& fix) {
     for (RunOutput* output : outputs_) output->OnReceiverFix(fix);
 }

@@ -26,6 +26,7 @@
 #include "host/source/Input.h"
 #include "host/source/NavigationPlan.h"
 #include "host/stores/StoreTree.h"
+#include "host/text/Satellites.h"
 
 namespace Host {
 
@@ -91,6 +92,10 @@ public:
     void Remark(FixNote note, int param, const std::string& text);
     void TakeReceiverFix(const ReceiverFix& fix);
     void TakeStation(const StationPosition& station);
+
+    // Of the operator, between two messages: whether a satellite (with its number) is used from the next epoch on. Goes
+    // the way of the list at the start. Who it was is told on the event log.
+    void SetEnabled(const Satellite& satellite, bool isEnabled, const std::string& who);
     [[nodiscard]] Navigation& GetNavigation() { return tree_.GetNavigation(); }
 
 private:

@@ -120,24 +120,75 @@ Setting Reference() {
     return setting;
 }
 
-// Of casters. On the command line everyone on the machine could read it.
-Setting Password() {
-    // What is printed for any password; read again, it leaves the password as it is.
-    constexpr const char* Mask = "********";
-    Setting setting = Make({"live", "ntrip-password", "",
-                            "the password for casters, when neither that file nor the variable has one; the "
-                            "configuration file must then be readable by its owner alone. Shown as asterisks"},
-                           Kind::Text, "a text; \"\" for none");
-    setting.isSecret = true;
-    setting.print = [](const RunSettings& s) { return QuoteText(s.live.password.IsEmpty() ? "" : Mask); };
+// Whether it may be an address or a port, and is not the name of a source that stands behind the option. The server
+// knows the rest.
+bool LooksLikeAddress(std::string_view text) {
+    constexpr std::string_view Digits = "0123456789";
+    if (text.find_first_of("/\\ \t\r\n") != std::string_view::npos) return false;
+    const std::size_t colon = text.rfind(':');
+    const std::string_view port = colon == std::string_view::npos ? std::string_view() : text.substr(colon + 1);
+    if (!port.empty() && port.find_first_not_of(Digits) == std::string_view::npos) return true;
+    return text.empty() || text.front() == '[' || text == "localhost" || text == "*" ||
+           text.find_first_not_of("0123456789.") == std::string_view::npos;
+}
+
+// Where the operator's page is.
+Setting ConsoleAddress() {
+    Setting setting = Make({"console", "address", "--console",
+                            "a page for browsers at this address, on which a run is watched and steered; beyond this "
+                            "machine a token is needed"},
+                           Kind::Text,
+                           "ADDRESS:PORT, ADDRESS or PORT, 127.0.0.1:8080 where only --console stands; \"\" for none. "
+                           "A source does not stand right behind --console");
+    setting.implied = ConsoleChoices::Usual;
+    setting.print = [](const RunSettings& s) { return QuoteText(s.console.address); };
     setting.set = [](RunSettings& s, const SettingValue& value) {
+        const auto* number = std::get_if<std::int64_t>(&value);
         const std::string* text = AsName(value);
-        // A line's end would be one of the request that it is sent in.
-        if (text == nullptr || text->find_first_of("\r\n") != std::string::npos) return false;
-        if (*text != Mask) s.live.password = Secret(*text);
+        if (text == nullptr && number == nullptr) return false;
+        const std::string written = text != nullptr ? *text : std::to_string(*number);
+        if (!LooksLikeAddress(written)) return false;
+        s.console.address = written;
         return true;
     };
     return setting;
+}
+
+Setting ConsoleHosts() {
+    Setting setting = Make({"console", "hosts", "--console-hosts",
+                            "names and addresses, beside its own, under which the page may be asked for"},
+                           Kind::List, "a list of hosts, with a port or for any: bridge.example,10.0.0.5:8080");
+    setting.print = [](const RunSettings& s) {
+        std::string list;
+        for (const std::string& host : s.console.hosts) list += (list.empty() ? "" : ", ") + QuoteText(host);
+        return "[" + list + "]";
+    };
+    setting.set = [](RunSettings& s, const SettingValue& value) {
+        const auto* hosts = std::get_if<std::vector<std::string>>(&value);
+        if (hosts != nullptr) s.console.hosts = *hosts;
+        return hosts != nullptr;
+    };
+    return setting;
+}
+
+std::vector<Setting> MakeConsoleSettings() {
+    return {
+        ConsoleAddress(),
+        ConsoleHosts(),
+        Switch({"console", "token_always", "--console-token-always",
+                "nobody is let in without a token, not even from this machine: for use behind a proxy"},
+               &ConsoleChoices::tokenAlways),
+        Name({"console", "view_token_file", "--console-view-token-file",
+              "a file, readable by its owner alone, whose first line is the token of those who may look"},
+             &ConsoleChoices::viewTokenFile, "a file name; \"\" for none"),
+        Name({"console", "steer_token_file", "--console-steer-token-file", "likewise of those who may steer as well"},
+             &ConsoleChoices::steerTokenFile, "a file name; \"\" for none"),
+        Hidden({"console", "view_token", "",
+                "the token of those who may look, when no file has it; the configuration file must then be readable by "
+                "its owner alone. Shown as asterisks"},
+               &ConsoleChoices::viewToken),
+        Hidden({"console", "steer_token", "", "likewise of those who may steer as well"}, &ConsoleChoices::steerToken),
+    };
 }
 
 constexpr const char* FileOrNone = "a file name; \"\" for standard output";
@@ -254,13 +305,17 @@ std::vector<Setting> MakeSettings() {
               "a file whose first line is the password for casters, readable by its owner alone; without it the "
               "variable GNSS_NTRIP_PASSWORD is asked"},
              &LiveChoices::passwordFile, "a file name; \"\" for none"),
-        Password(),
+        Hidden({"live", "ntrip-password", "",
+                "the password for casters, when neither that file nor the variable has one; the configuration file "
+                "must then be readable by its owner alone. Shown as asterisks"},
+               &LiveChoices::password),
         Number({"live", "simulator-speed", "--simulator-speed", "how fast the simulated receiver goes, times real"},
                &LiveChoices::speed, {0.001, 10000.0}),
         Whole({"live", "simulator-seed", "--simulator-seed", "of the noise of the simulated receiver"},
               &LiveChoices::seed, {0.0, 1e9}),
     };
     settings.insert(settings.end(), live.begin(), live.end());
+    for (Setting& setting : MakeConsoleSettings()) settings.push_back(std::move(setting));
     const std::vector<Setting> output{
         Name({"output", "folder", "--output",
               "a folder for everything: positions, satellites, notes and events as tables, pictures, a report; made as "
@@ -300,7 +355,7 @@ std::span<const Setting> GetSettings() {
 }
 
 const char* DescribeTable(std::string_view table) {
-    constexpr std::array<std::pair<std::string_view, const char*>, 9> Tables{{
+    constexpr std::array<std::pair<std::string_view, const char*>, 10> Tables{{
         {"sources", "What is read"},
         {"fix", "How positions are computed"},
         {"fix.weights", "How good a range is taken to be"},
@@ -309,6 +364,7 @@ const char* DescribeTable(std::string_view table) {
         {"limits", "Working limits"},
         {"satellites", "The operator's list"},
         {"live", "Live sources"},
+        {"console", "The operator's page"},
         {"output", "What is written"},
     }};
     for (const auto& [name, what] : Tables)
@@ -318,7 +374,7 @@ const char* DescribeTable(std::string_view table) {
 
 bool HasSayInPositions(const Setting& setting) {
     const std::string_view table = setting.table;
-    return table != "output" && table != "live" && std::string_view(setting.key) != "files";
+    return table != "output" && table != "live" && table != "console" && std::string_view(setting.key) != "files";
 }
 
 }  // namespace Host

@@ -30,9 +30,24 @@ struct LiveChoices {
     int seed = 1;              // of its noise
 };
 
+// Of the operator's page.
+struct ConsoleChoices {
+    // What stands for an address that was asked for without saying which.
+    static constexpr const char* Usual = "127.0.0.1:8080";
+
+    std::string address;  // as it was written; empty for no console
+    std::vector<std::string> hosts;
+    bool tokenAlways = false;
+    std::string viewTokenFile;
+    std::string steerTokenFile;
+    Secret viewToken;  // as they stand in the configuration file
+    Secret steerToken;
+};
+
 struct RunSettings {
     RunRequest request;
     LiveChoices live;
+    ConsoleChoices console;
     RunFolderOptions folder;
     std::string reference;                     // as it was written
     std::optional<GNSS::ECEF> referencePlace;  // what it says
@@ -59,7 +74,9 @@ struct Setting {
     const char* unit = "";  // "degrees"
     Kind kind = Kind::Text;
     bool isSecret = false;  // never shown
-    std::string allowed;    // "a number from 0 to 89"
+    // What an option without a value stands for; null when it needs one.
+    const char* implied = nullptr;
+    std::string allowed;  // "a number from 0 to 89"
     // The value as TOML and JSON write it.
     std::function<std::string(const RunSettings&)> print;
     // False, and nothing changed, for a value that is not allowed.

@@ -52,6 +52,10 @@ auto& Of(Settings& settings, T LiveChoices::*member) {
     return settings.live.*member;
 }
 template <typename Settings, typename T>
+auto& Of(Settings& settings, T ConsoleChoices::*member) {
+    return settings.console.*member;
+}
+template <typename Settings, typename T>
 auto& Of(Settings& settings, T RunSettings::*member) {
     return settings.*member;
 }
@@ -169,6 +173,24 @@ Setting Name(const Base& base, Member member, const char* allowed) {
         const std::string* name = AsName(value);
         if (name != nullptr) Of(s, member) = *name;
         return name != nullptr;
+    };
+    return setting;
+}
+
+// A password. For the file alone: on the command line everyone on the machine could read it.
+template <typename Member>
+Setting Hidden(const Base& base, Member member) {
+    // What is printed for any; read again, it leaves what there is as it is.
+    constexpr const char* Mask = "********";
+    Setting setting = Make(base, Setting::Kind::Text, "a text; \"\" for none");
+    setting.isSecret = true;
+    setting.print = [member](const RunSettings& s) { return QuoteText(Of(s, member).IsEmpty() ? "" : Mask); };
+    setting.set = [member](RunSettings& s, const SettingValue& value) {
+        const std::string* text = AsName(value);
+        // A line's end would be one of the request that it is sent in.
+        if (text == nullptr || text->find_first_of("\r\n") != std::string::npos) return false;
+        if (*text != Mask) Of(s, member) = Secret(*text);
+        return true;
     };
     return setting;
 }

@@ -1,0 +1,97 @@
+// Steering a replay: play, pause, speed and where in the log.
+
+import { clock, date, find, make, setAttribute, setText } from "./dom.js";
+import { postJson } from "./stream.js";
+
+const Speeds = [0.5, 1, 2, 5, 10, 30, 100, 300, 1000];
+const Steps = 1000;
+
+export class Replay {
+    #run = null;
+    #isDragging = false;
+
+    constructor(stream, maySteer) {
+        this.maySteer = maySteer;
+        this.play = find("replay-play");
+        this.speed = find("replay-speed");
+        this.seek = find("replay-seek");
+        this.time = find("replay-time");
+        this.state = find("replay-state");
+        this.speed.replaceChildren(...Speeds.map((speed) => make("option", { value: speed }, `${speed} ×`)));
+        for (const control of [this.play, this.speed, this.seek, this.time, find("replay-go")])
+            control.disabled = !maySteer;
+
+        this.play.addEventListener("click", () =>
+            this.#post({ action: this.#run?.state === "running" ? "pause" : "play" }),
+        );
+        this.speed.addEventListener("change", () => this.#post({ action: "speed", speed: Number(this.speed.value) }));
+        this.seek.addEventListener("input", () => {
+            this.#isDragging = true;
+            this.#showTime(this.#timeAt(Number(this.seek.value)));
+        });
+        this.seek.addEventListener("change", () => {
+            this.#isDragging = false;
+            this.#seekTo(this.#timeAt(Number(this.seek.value)));
+        });
+        const go = () => this.#seekTo(`${this.time.value.length === 16 ? `${this.time.value}:00` : this.time.value}Z`);
+        find("replay-go").addEventListener("click", go);
+        this.time.addEventListener("keydown", (event) => {
+            if (event.key === "Enter") go();
+        });
+        stream.on("run", (run) => this.#show(run));
+    }
+
+    #show(run) {
+        this.#run = run;
+        find("replay").hidden = run.kind !== "replay";
+        document.body.classList.toggle("has-replay", run.kind === "replay");
+        if (run.kind !== "replay") return;
+        setText(this.play, run.state === "running" ? "❚❚ Pause" : "▶ Play");
+        this.play.disabled = !this.maySteer || run.state === "ended";
+        if (document.activeElement !== this.speed) {
+            // A speed of the command line may be none of ours.
+            if (!Speeds.includes(run.speed) && !this.speed.querySelector(`[value="${Number(run.speed)}"]`))
+                this.speed.append(make("option", { value: run.speed }, `${run.speed} ×`));
+            this.speed.value = String(run.speed);
+        }
+        setAttribute(this.time, "min", String(run.from ?? "").slice(0, 19));
+        setAttribute(this.time, "max", String(run.to ?? "").slice(0, 19));
+        if (!this.#isDragging) {
+            this.seek.value = String(Math.round(Steps * this.#share(run.now)));
+            this.#showTime(run.now);
+            if (document.activeElement !== this.time && run.now) this.time.value = run.now.slice(0, 19);
+        }
+        const states = { paused: "Paused", ended: "At the end of the log", running: "" };
+        setText(this.state, run.seeking ? "Seeking…" : this.maySteer ? (states[run.state] ?? "") : "You may look, not steer");
+    }
+
+    #showTime(utc) {
+        setText(find("replay-at"), `${date(utc)} ${clock(utc)}`);
+        setAttribute(this.seek, "aria-valuetext", `${date(utc)} ${clock(utc)} UTC`);
+    }
+
+    #share(utc) {
+        const [from, to] = [Date.parse(this.#run.from), Date.parse(this.#run.to)];
+        const share = (Date.parse(utc) - from) / (to - from);
+        return Number.isFinite(share) ? Math.min(1, Math.max(0, share)) : 0;
+    }
+
+    #timeAt(step) {
+        const [from, to] = [Date.parse(this.#run?.from), Date.parse(this.#run?.to)];
+        const time = new Date(from + ((to - from) * step) / Steps);
+        return Number.isNaN(time.getTime()) ? "" : time.toISOString();
+    }
+
+    #seekTo(time) {
+        if (Number.isNaN(Date.parse(time))) return setText(this.state, "Which time?");
+        this.#post({ action: "seek", time });
+    }
+
+    async #post(command) {
+        try {
+            await postJson("/api/replay", command);
+        } catch (error) {
+            setText(this.state, error.message);
+        }
+    }
+}
