@@ -66,7 +66,7 @@ function showViews(onView) {
 function showPlots(series) {
     const plots = new Plots(series);
     const select = find("series-kind");
-    select.replaceChildren(...Object.entries(Kinds).map(([kind, { title }]) => make("option", { value: kind }, title)));
+    select.replaceChildren(...Object.entries(Kinds).map(([kind, { name }]) => make("option", { value: kind }, name)));
     const stored = memory.get("series", "position");
     select.value = stored in Kinds ? stored : "position";
     const main = plots.add(find("series-plot"), select.value);
@@ -107,8 +107,8 @@ function addAges(stream) {
             const resting = stream.isResting() && stream.state === "open" ? stream.latest("run").state : null;
             panel.classList.toggle("stale", isStale);
             panel.classList.toggle("empty", seconds === null);
-            const shown = seconds === null ? "no data yet" : (resting ?? span(seconds));
-            setText(age, isStale ? `stale, ${shown} old` : shown);
+            const shown = seconds === null ? "no data yet" : (resting ?? (seconds < 10 ? `${Math.floor(seconds)} s` : span(seconds)));
+            setText(age, isStale ? `stale, ${shown} old` : seconds === null || resting ? shown : `${shown} ago`);
         }
     };
 }

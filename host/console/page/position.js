@@ -14,16 +14,16 @@ function degrees(value, places, positive, negative, inMinutes) {
     return `${head}° ${minutes.toFixed(5).padStart(8, "0")}′ ${side}`;
 }
 
-// A table of figures: rows of [what, value, unit].
+// A table of figures: rows of [what, value, unit, by which satellite or against what].
 class Figures {
     constructor(id, caption, rows) {
         this.rows = rows;
         this.table = new Table(find(id), caption, [
             { head: "Figure", of: ([name]) => name, isText: true },
-            { head: "Value", of: ([, value]) => value },
-            { head: "Unit", of: ([, , unit]) => unit, isText: true },
+            { head: "Value", of: ([, value, unit]) => (unit ? `${value} ${unit}` : value) },
             { head: "Of", of: ([, , , by]) => by ?? "", isText: true },
         ]);
+        find(id).tHead.classList.add("unseen");
     }
 
     show(fix) {
@@ -38,7 +38,7 @@ export class Position {
         this.stream = stream;
         const button = find("position-form");
         const name = () => {
-            setText(button, this.#inMinutes ? "° ′" : "°");
+            setText(button, this.#inMinutes ? "dd° mm′" : "dd.ddd°");
             setAttribute(button, "aria-label", this.#inMinutes ? "Show decimal degrees" : "Show degrees and minutes");
             setAttribute(button, "title", button.getAttribute("aria-label"));
         };
@@ -105,19 +105,19 @@ export class Position {
 
 function testRows(fix) {
     return [
-        ["F-test", fixed(fix.unit_variance, 3), "", `limit ${fixed(fix.f_limit, 3)}: ${fix.f_test ?? "–"}`],
+        ["F-test", fixed(fix.unit_variance, 3), "", `limit ${fixed(fix.f_limit, 3)}, ${fix.f_test ?? "–"}`],
         ["w-test, largest", fixed(fix.max_w, 2), "", `${fix.max_w_satellite || "–"}, limit ${fixed(fix.w_limit, 2)}`],
         ["Redundancy", whole(fix.redundancy), "", `${whole(fix.unchecked)} unchecked`],
         ["RMS of residuals", fixed(fix.residual_rms, 2), "m"],
-        ["Marginally detectable bias", fixed(fix.mdb, 2), "m", fix.mdb_satellite],
+        ["Marginally detectable", fixed(fix.mdb, 2), "m", fix.mdb_satellite],
         [
-            "External reliability 2D",
+            "External rel. 2D",
             fixed(fix.ext_rel_2d, 2),
             "m",
             `${fix.ext_rel_2d_satellite || "–"}, ${fixed(fix.ext_rel_2d_bearing, 0)}°`,
         ],
-        ["External reliability, height", fixed(fix.ext_rel_height, 2), "m", fix.ext_rel_height_satellite],
-        ["External reliability 3D", fixed(fix.ext_rel_3d, 2), "m", fix.ext_rel_3d_satellite],
+        ["External rel. height", fixed(fix.ext_rel_height, 2), "m", fix.ext_rel_height_satellite],
+        ["External rel. 3D", fixed(fix.ext_rel_3d, 2), "m", fix.ext_rel_3d_satellite],
         [
             "Ellipse 95 %",
             `${fixed(fix.ellipse95_major, 2)} × ${fixed(fix.ellipse95_minor, 2)}`,
@@ -139,7 +139,9 @@ function velocityRows(fix) {
         ["Clock GPS", signed(fix.clock_gps, 1), "m"],
         ["Clock GLONASS", signed(fix.clock_glonass, 1), "m"],
         ["Clock drift", signed(fix.clock_drift, 3), "m/s"],
-        ["X, Y, Z", [fix.x, fix.y, fix.z].map((value) => fixed(value, 2)).join(", "), "m"],
+        ["X", fixed(fix.x, 3), "m"],
+        ["Y", fixed(fix.y, 3), "m"],
+        ["Z", fixed(fix.z, 3), "m"],
     ];
 }
 
@@ -166,7 +168,13 @@ class Ellipse {
             makeSvg("circle", { r: 2.5, class: "point" }),
         );
         this.said = make("p", { class: "hint" });
-        place.append(this.svg, this.said);
+        this.reliability = make("span", {});
+        const sample = makeSvg(
+            "svg",
+            { width: 26, height: 10, viewBox: "0 0 26 10", "aria-hidden": "true", class: "sample" },
+            makeSvg("line", { x1: 0, x2: 26, y1: 5, y2: 5, class: "reach" }),
+        );
+        place.append(this.svg, this.said, make("p", { class: "hint" }, sample, this.reliability));
     }
 
     show(fix) {
@@ -192,7 +200,8 @@ class Ellipse {
         setAttribute(this.reach, "x2", (reach * scale * Math.sin(bearing)).toFixed(2));
         setAttribute(this.reach, "y2", (-reach * scale * Math.cos(bearing)).toFixed(2));
         const text = `${fixed(major, 2)} × ${fixed(minor, 2)} m, ${fixed(fix.ellipse95_bearing, 0)}°`;
-        setText(this.said, text);
+        setText(this.said, `95 %: ${text}`);
+        setText(this.reliability, `external reliability ${fixed(reach, 1)} m`);
         setAttribute(
             this.svg,
             "aria-label",
@@ -201,9 +210,9 @@ class Ellipse {
     }
 }
 
-// 1, 2 or 5 and noughts, and not less.
+// A round number that is not less.
 function roundUp(value) {
     const power = 10 ** Math.floor(Math.log10(Math.max(value, 1e-3)));
-    const step = [1, 2, 5, 10].find((one) => one * power >= value) ?? 10;
-    return Number((step * power).toPrecision(1));
+    const step = [1, 1.5, 2, 3, 4, 5, 6, 8, 10].find((one) => one * power >= value) ?? 10;
+    return Number((step * power).toPrecision(2));
 }

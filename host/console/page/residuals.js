@@ -20,7 +20,7 @@ export class Residuals {
         this.svg = makeSvg("svg", { role: "img", "aria-label": "w-test by satellite" });
         this.place.append(this.svg);
         this.table = new Table(find("residuals"), "Residuals and w-test by satellite", [
-            { head: "Satellite", of: (row) => row.satellite ?? "" },
+            { head: "Sat", of: (row) => row.satellite ?? "" },
             { head: "Residual", unit: "m", of: (row) => signed(row.residual, 2) },
             { head: "SD", unit: "m", of: (row) => fixed(row.sd, 2) },
             { head: "w", of: (row) => signed(wOf(row), 2), classOf: (row) => `w-${gradeOf(row)[0]}` },

@@ -36,10 +36,11 @@ export class Verdict {
         show("test", `${sign} ${word}`, fix.fix ? ratio : (fix.failure ?? ""), grade);
 
         const rejected = (fix.rejected_gps ?? 0) + (fix.rejected_glonass ?? 0);
+        setText(find("tile-satellites").querySelector("h2"), `Satellites used${rejected ? `, ${rejected} rejected` : ""}`);
         show(
             "satellites",
             whole(fix.used),
-            `${whole(fix.used_gps)} GPS + ${whole(fix.used_glonass)} GLONASS${rejected ? `, ${rejected} rejected` : ""}`,
+            `${whole(fix.used_gps)} GPS + ${whole(fix.used_glonass)} GLONASS`,
             rejected ? "warn" : "",
         );
         show("error", `${fixed(fix.ellipse95_major, 2)} m`, `height ${fixed(fix.height95, 2)} m`);
