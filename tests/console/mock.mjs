@@ -41,6 +41,7 @@ export class World {
     faulty = "R16"; // rejected now and then
     hostile = null; // a text to put wherever text comes from outside
     isBad = false; // the tests fail
+    isStalled = false; // no epochs come
 
     constructor({ isReplay = false, hasTrouble = false } = {}) {
         this.isReplay = isReplay;
@@ -258,7 +259,7 @@ export async function serve({ port = 0, kind = "live", right = "steer", token = 
     let told = world.events.length;
     const timers = [
         setInterval(() => {
-            if (world.state !== "running") return tell(["run"]);
+            if (world.state !== "running" || world.isStalled) return tell(["run", "sources"]);
             world.step();
             tell(Panels.filter((panel) => !Rare.has(panel) && (panel !== "events" || world.events.length > told)));
             told = world.events.length;

@@ -108,7 +108,7 @@ function addAges(stream) {
             panel.classList.toggle("stale", isStale);
             panel.classList.toggle("empty", seconds === null);
             const shown = seconds === null ? "no data yet" : (resting ?? (seconds < 10 ? `${Math.floor(seconds)} s` : span(seconds)));
-            setText(age, isStale ? `stale, ${shown} old` : seconds === null || resting ? shown : `${shown} ago`);
+            setText(age, isStale ? `▲ ${shown} old` : seconds === null || resting ? shown : `${shown} ago`);
         }
     };
 }
@@ -118,11 +118,12 @@ function showLink(stream) {
     const isLost = stream.state === "lost" || stream.state === "refused";
     const wasOpen = stream.latest("run") !== null;
     document.body.classList.toggle("lost", isLost && wasOpen);
-    const since = stream.lostAt === null ? "" : ` for ${span((performance.now() - stream.lostAt) / 1000)}`;
+    const old = stream.lostAt === null ? "old" : `${span(Math.ceil((performance.now() - stream.lostAt) / 1000))} old`;
     const wait = Math.ceil(secondsToTry(stream));
     const banner = find("lost");
     banner.hidden = !isLost;
-    if (isLost) setText(find("lost-text"), `${stream.reason}. What you see is old${since}; ${wait > 0 ? `next try in ${wait} s` : "trying now"}.`);
+    const next = wait > 0 ? `next try in ${wait} s` : "trying now";
+    if (isLost) setText(find("lost-text"), `${stream.reason}. What you see is ${old}; ${next}.`);
     const link = find("link");
     setText(link, { open: "● Connected", connecting: "… Connecting", lost: "✕ Lost", refused: "✕ Logged out" }[stream.state]);
     setAttribute(link, "data-grade", { open: "good", lost: "bad", refused: "bad" }[stream.state] ?? "");

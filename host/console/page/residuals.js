@@ -38,7 +38,9 @@ export class Residuals {
     #show() {
         const satellites = this.stream.latest("satellites");
         if (!satellites) return;
-        const rows = satellites.rows.filter((row) => typeof row.residual === "number" || row.use === "rejected");
+        const rows = satellites.rows
+            .filter((row) => typeof row.residual === "number" || row.use === "rejected")
+            .sort((a, b) => (String(a.satellite) < String(b.satellite) ? -1 : 1));
         this.table.show(rows);
         const limit = this.stream.latest("fix")?.w_limit;
         setText(find("residuals-limit"), typeof limit === "number" ? `limit ±${fixed(limit, 2)}` : "not testable");
@@ -51,7 +53,7 @@ export class Residuals {
         if (width === 0 || height === 0) return;
         // Far beyond the limit all is the same, and the others stay readable.
         const most = Math.min(2.5 * limit, Math.max(1.35 * limit, ...rows.map((row) => Math.abs(wOf(row)) * 1.05)));
-        const [left, foot, head] = [34, 20, 8];
+        const [left, foot, head] = [34, 36, 8];
         const middle = head + (height - head - foot) / 2;
         const scale = (height - head - foot) / 2 / most;
         const step = (width - left - 4) / Math.max(rows.length, 1);
@@ -66,8 +68,18 @@ export class Residuals {
             parts.push(makeSvg("line", { x1: left, x2: width - 4, y1: y(value), y2: y(value), class: name }));
             parts.push(makeSvg("text", { x: left - 5, y: y(value) + 4, class: "label end" }, value === 0 ? "0" : signed(value, 1)));
         }
-        // Turned names where they would touch.
-        const isNarrow = step < 27;
+        // The number under each bar, and the system under its own: short enough to be large.
+        for (const [letter, system] of [
+            ["G", "GPS"],
+            ["R", "GLONASS"],
+        ]) {
+            const first = rows.findIndex((row) => row.satellite.startsWith(letter));
+            const number = rows.filter((row) => row.satellite.startsWith(letter)).length;
+            if (number === 0) continue;
+            const [from, to] = [left + step * first + 3, left + step * (first + number) - 3];
+            parts.push(makeSvg("line", { x1: from, x2: to, y1: height - 17, y2: height - 17, class: "zero" }));
+            parts.push(makeSvg("text", { x: (from + to) / 2, y: height - 4, class: "name system" }, number > 2 ? system : letter));
+        }
         rows.forEach((row, at) => {
             const w = wOf(row);
             const [grade, sign] = gradeOf(row);
@@ -81,8 +93,8 @@ export class Residuals {
                 ),
             );
             if (sign) parts.push(makeSvg("text", { x, y: w < 0 ? y(w) + 12 : y(w) - 3, class: `sign ${grade}` }, sign));
-            const name = isNarrow && at % 2 === 1 && step < 15 ? "" : row.satellite;
-            parts.push(makeSvg("text", { x, y: height - 5, class: isNarrow ? "name narrow" : "name" }, name));
+            if (step > 13 || at % 2 === 0)
+                parts.push(makeSvg("text", { x, y: height - 22, class: "name" }, row.satellite.slice(1)));
         });
         setAttribute(this.svg, "viewBox", `0 0 ${width} ${height}`);
         this.svg.replaceChildren(...parts);

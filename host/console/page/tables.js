@@ -51,6 +51,12 @@ export function showSources(stream) {
             of: (row) => `${StateSigns[row.state] ?? "○"} ${row.state ?? ""}`,
             classOf: (row) => (row.state === "failed" ? "bad" : ["waiting to try again", "stopped"].includes(row.state) ? "warn" : ""),
         },
+        {
+            head: "Failure",
+            isText: true,
+            of: (row) => row.failure || "–",
+            classOf: (row) => (row.failure ? "why bad" : ""),
+        },
         { head: "Last data", of: (row) => (typeof row.age_s === "number" ? `${span(row.age_s)} ago` : "–") },
         { head: "Next try", of: (row) => (typeof row.wait_s === "number" ? `in ${span(row.wait_s)}` : "–") },
         { head: "Received", of: (row) => bytes(row.bytes) },
@@ -59,7 +65,7 @@ export function showSources(stream) {
         { head: "Records", of: (row) => whole(row.records) },
         { head: "Skipped", unit: "B", of: (row) => whole(row.skipped) },
         {
-            head: "Checksum failures",
+            head: "Checksum errors",
             of: (row) => whole(row.checksum_failures),
             classOf: (row) => (row.checksum_failures > 0 ? "warn" : ""),
         },
@@ -67,7 +73,6 @@ export function showSources(stream) {
         { head: "Connects", of: (row) => whole(row.connects) },
         { head: "Drops", of: (row) => whole(row.drops), classOf: (row) => (row.drops > 0 ? "warn" : "") },
         { head: "Failed tries", of: (row) => whole(row.errors), classOf: (row) => (row.errors > 0 ? "warn" : "") },
-        { head: "Failure", isText: true, of: (row) => row.failure || "–", classOf: (row) => (row.failure ? "bad" : "") },
     ]);
     stream.on("sources", ({ rows }) => table.show(rows));
 }
