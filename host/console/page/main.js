@@ -23,7 +23,7 @@ function showTheme() {
         const choice = window.consoleTheme.choice;
         const signs = { auto: "◐ Auto", light: "☀ Light", dark: "☾ Dark" };
         setText(button, signs[choice]);
-        setAttribute(button, "aria-label", `Colours: ${choice}; change`);
+        setAttribute(button, "title", "Colours: as the machine has them, light or dark");
     };
     button.addEventListener("click", () => {
         window.consoleTheme.next();

@@ -39,8 +39,7 @@ export class Position {
         const button = find("position-form");
         const name = () => {
             setText(button, this.#inMinutes ? "dd° mm′" : "dd.ddd°");
-            setAttribute(button, "aria-label", this.#inMinutes ? "Show decimal degrees" : "Show degrees and minutes");
-            setAttribute(button, "title", button.getAttribute("aria-label"));
+            setAttribute(button, "title", this.#inMinutes ? "Show decimal degrees" : "Show degrees and minutes");
         };
         button.addEventListener("click", () => {
             this.#inMinutes = !this.#inMinutes;

@@ -120,7 +120,7 @@ export async function copyText(text) {
             // Forbidden: the old way may do.
         }
     }
-    const area = make("textarea", { class: "unseen", readonly: true, "aria-hidden": "true" });
+    const area = make("textarea", { class: "unseen copied", readonly: true, "aria-hidden": "true" });
     area.value = text;
     const focused = document.activeElement;
     document.body.append(area);
