@@ -23,7 +23,10 @@ export class Verdict {
 
     constructor(stream) {
         this.stream = stream;
-        stream.on("fix", (fix) => this.#show(fix));
+        stream.on("fix", (fix) => {
+            this.#show(fix);
+            this.tick();
+        });
     }
 
     #show(fix) {
