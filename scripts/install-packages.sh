@@ -11,7 +11,10 @@ for group in "$@"; do
     build)
         reasons+=("to compile")
         wanted+=(g++ cmake ninja-build ccache pkg-config libeigen3-dev libboost-dev zlib1g-dev libcli11-dev
-            libfmt-dev libtomlplusplus-dev libcairo2-dev libpango1.0-dev fonts-dejavu-core)
+            libfmt-dev libtomlplusplus-dev libcairo2-dev libpango1.0-dev fonts-dejavu-core libcpp-httplib-dev
+            nlohmann-json3-dev)
+        # Fetches what the console's page is made of; a hand-installed one will do.
+        command -v npm >/dev/null || wanted+=(npm)
         ;;
     test)
         reasons+=("to test and check")
