@@ -21,15 +21,15 @@ export class Residuals {
         this.place.append(this.svg);
         this.table = new Table(find("residuals"), "Residuals and w-test by satellite", [
             { head: "Sat", of: (row) => row.satellite ?? "" },
-            { head: "Residual", unit: "m", of: (row) => signed(row.residual, 2) },
-            { head: "SD", unit: "m", of: (row) => fixed(row.sd, 2) },
+            { head: "Residual", unit: "m", of: (row) => signed(row.residual_m, 2) },
+            { head: "SD", unit: "m", of: (row) => fixed(row.sd_m, 2) },
             { head: "w", of: (row) => signed(wOf(row), 2), classOf: (row) => `w-${gradeOf(row)[0]}` },
             { head: "w-test", of: (row) => row.w_test || "–", isText: true, classOf: (row) => `w-${gradeOf(row)[0]}` },
             { head: "Red.", title: "Redundancy number", of: (row) => fixed(row.redundancy, 2) },
-            { head: "MDE", unit: "m", title: "Marginally detectable error", of: (row) => fixed(row.mde, 1) },
-            { head: "East", unit: "m", title: "Effect of the MDE to the east", of: (row) => signed(row.effect_east, 1) },
-            { head: "North", unit: "m", title: "Effect of the MDE to the north", of: (row) => signed(row.effect_north, 1) },
-            { head: "Up", unit: "m", title: "Effect of the MDE upwards", of: (row) => signed(row.effect_up, 1) },
+            { head: "MDE", unit: "m", title: "Marginally detectable error", of: (row) => fixed(row.mde_m, 1) },
+            { head: "East", unit: "m", title: "Effect of the MDE to the east", of: (row) => signed(row.effect_east_m, 1) },
+            { head: "North", unit: "m", title: "Effect of the MDE to the north", of: (row) => signed(row.effect_north_m, 1) },
+            { head: "Up", unit: "m", title: "Effect of the MDE upwards", of: (row) => signed(row.effect_up_m, 1) },
         ]);
         stream.on("satellites", () => this.#show());
         new ResizeObserver(() => this.#show()).observe(this.place);
@@ -39,7 +39,7 @@ export class Residuals {
         const satellites = this.stream.latest("satellites");
         if (!satellites) return;
         const rows = satellites.rows
-            .filter((row) => typeof row.residual === "number" || row.use === "rejected")
+            .filter((row) => typeof row.residual_m === "number" || row.use === "rejected")
             .sort((a, b) => (String(a.satellite) < String(b.satellite) ? -1 : 1));
         this.table.show(rows);
         const limit = this.stream.latest("fix")?.w_limit;
@@ -89,7 +89,7 @@ export class Residuals {
                 makeSvg(
                     "rect",
                     { x: x - thick / 2, y: top, width: thick, height: Math.max(1.5, Math.abs(y(w) - middle)), rx: 2, class: grade },
-                    makeSvg("title", {}, `${row.satellite}: w ${signed(w, 2)}, residual ${signed(row.residual, 2)} m, ${row.w_test}`),
+                    makeSvg("title", {}, `${row.satellite}: w ${signed(w, 2)}, residual ${signed(row.residual_m, 2)} m, ${row.w_test}`),
                 ),
             );
             if (sign) parts.push(makeSvg("text", { x, y: w < 0 ? y(w) + 12 : y(w) - 3, class: `sign ${grade}` }, sign));

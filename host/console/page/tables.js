@@ -17,16 +17,16 @@ function useClass(row) {
 const Constellation = [
     { head: "Sat", of: (row) => row.satellite ?? "" },
     { head: "Use", isText: true, of: (row) => `${Signs[row.use] ?? "○"} ${row.use ?? ""}`, classOf: useClass },
-    { head: "Elev.", unit: "°", of: (row) => fixed(row.elevation, 1) },
-    { head: "Azim.", unit: "°", of: (row) => fixed(row.azimuth, 1) },
-    { head: "C/N₀", unit: "dB-Hz", of: (row) => fixed(row.cn0, 1) },
+    { head: "Elev.", unit: "°", of: (row) => fixed(row.elevation_deg, 1) },
+    { head: "Azim.", unit: "°", of: (row) => fixed(row.azimuth_deg, 1) },
+    { head: "C/N₀", unit: "dB-Hz", of: (row) => fixed(row.cn0_dBHz, 1) },
 ];
 const More = [
     { head: "Health", isText: true, of: (row) => row.health || "–" },
     { head: "Issue", of: (row) => whole(row.issue), title: "Issue of the ephemeris" },
-    { head: "Age", unit: "s", of: (row) => whole(row.age), title: "Age of the ephemeris" },
-    { head: "Iono", unit: "m", of: (row) => fixed(row.ionosphere, 2), title: "Ionospheric delay" },
-    { head: "Tropo", unit: "m", of: (row) => fixed(row.troposphere, 2), title: "Tropospheric delay" },
+    { head: "Age", unit: "s", of: (row) => whole(row.age_s), title: "Age of the ephemeris" },
+    { head: "Iono", unit: "m", of: (row) => fixed(row.ionosphere_m, 2), title: "Ionospheric delay" },
+    { head: "Tropo", unit: "m", of: (row) => fixed(row.troposphere_m, 2), title: "Tropospheric delay" },
     { head: "Chan.", of: (row) => whole(row.channel), title: "Frequency channel" },
 ];
 

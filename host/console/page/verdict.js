@@ -46,12 +46,12 @@ export class Verdict {
             `${whole(fix.used_gps)} GPS + ${whole(fix.used_glonass)} GLONASS`,
             rejected ? "warn" : "",
         );
-        show("error", `${fixed(fix.ellipse95_major, 2)} m`, `height ${fixed(fix.height95, 2)} m`);
+        show("error", `${fixed(fix.ellipse95_major_m, 2)} m`, `height ${fixed(fix.height95_m, 2)} m`);
         show("dop", fixed(fix.hdop, 2), `PDOP ${fixed(fix.pdop, 2)}`);
         show(
             "reliability",
-            `${fixed(fix.ext_rel_2d, 1)} m`,
-            `by ${fix.ext_rel_2d_satellite || "–"}, height ${fixed(fix.ext_rel_height, 1)} m`,
+            `${fixed(fix.ext_rel_2d_m, 1)} m`,
+            `by ${fix.ext_rel_2d_satellite || "–"}, height ${fixed(fix.ext_rel_height_m, 1)} m`,
         );
         const notes = Array.isArray(fix.notes_text) ? fix.notes_text : [];
         const alarms = notes.filter((note) => note.alarm).length;
