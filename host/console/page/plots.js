@@ -231,7 +231,7 @@ class Plot {
                     ...this.kind.lines.map(([, name, style]) => ({
                         label: name,
                         stroke: colour(`line-${style}`),
-                        width: style === "limit" ? 1.5 : 2,
+                        width: 1.6,
                         dash: Dashes[style],
                         points: { show: false },
                         paths: this.kind.isStepped ? uPlot.paths.stepped({ align: 1 }) : undefined,

@@ -5,6 +5,8 @@
 import { find, make, memory, setText } from "./dom.js";
 
 const AlternateMS = 4000;
+// Drawn larger than shown: symbols cover each other less, and their numbers are still read at arm's length.
+const SymbolShare = 1.2;
 const Modes = [
     ["both", "GPS + GLONASS"],
     ["gps", "GPS"],
@@ -109,7 +111,7 @@ export class Sky {
             azimuths: this.#style.azimuths,
             palette: document.documentElement.dataset.theme,
             // In steps, so that viewers with windows of nearly the same size share a drawing.
-            size: String(Math.min(1000, Math.max(200, Math.round(side / 40) * 40))),
+            size: String(Math.min(1000, Math.max(200, Math.round((SymbolShare * side) / 40) * 40))),
             changed: String(this.#changed),
         });
         const address = `/api/sky.svg?${wanted}`;
