@@ -185,7 +185,7 @@ test("old data is grey, and fresh data is not", async () => {
     const stale = () => page.locator(".panel.stale[data-panel='fix']:visible").count();
     await page.waitForTimeout(2000);
     assert.equal(await stale(), 0);
-    line.change = (block) => (/^event: (run|sources)\n|^:/.test(block) ? block : null);
+    line.change = (block) => (/^(event: (run|sources)$|:)/m.test(block) ? block : null);
     await until(page, () => document.querySelector(".position.stale .age")?.innerText.includes("old"));
     assert.match(await text(page, "#link"), /Connected/);
     line.change = null;

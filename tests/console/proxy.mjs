@@ -48,7 +48,7 @@ export async function proxy(target) {
         // In the newest text of a panel.
         replacePanel(panel, replace) {
             line.change = (block) =>
-                block.startsWith(`event: ${panel}\n`)
+                new RegExp(`^event: ${panel}$`, "m").test(block)
                     ? block.replace(/^data: (.*)$/m, (_, json) => `data: ${JSON.stringify(replace(JSON.parse(json)))}`)
                     : block;
         },
