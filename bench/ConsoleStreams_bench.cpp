@@ -21,7 +21,7 @@ namespace {
 
 constexpr int NmrBrowsers = 50;
 constexpr std::size_t NmrPanels = 10;
-constexpr std::size_t PanelSize = 6 * 1024;
+constexpr std::size_t PanelSize = 6144;
 
 class NoBackend : public Host::ConsoleBackend {
 public:

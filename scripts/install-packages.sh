@@ -20,7 +20,9 @@ for group in "$@"; do
         reasons+=("to test and check")
         wanted+=(g++ cmake ninja-build ccache pkg-config libeigen3-dev libboost-dev libgtest-dev libbenchmark-dev
             libgeographiclib-dev liberfa-dev locales clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 python3 git faketime
-            rtklib socat)
+            rtklib socat chromium fonts-inter)
+        # For the console's page in a browser; a hand-installed one will do.
+        command -v npm >/dev/null || wanted+=(npm)
         ;;
     bench)
         reasons+=("to compare the speed")

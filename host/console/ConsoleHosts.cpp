@@ -67,8 +67,8 @@ bool HttpAuthority::Parse(std::string_view text, HttpAuthority& authority) {
         std::string name = LowerCase(text.substr(0, colon));
         if (name.size() > 1 && name.ends_with('.')) name.pop_back();
         if (!IsName(name)) return false;
-        const std::string numeric = CanonicalAddress(name);
-        authority.host = numeric.empty() ? std::move(name) : numeric;
+        authority.host = CanonicalAddress(name);
+        if (authority.host.empty()) authority.host = std::move(name);
         port = text.substr(colon);
     }
     return port.empty() || (port.front() == ':' && ReadPort(port.substr(1), authority.port));

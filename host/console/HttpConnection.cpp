@@ -11,7 +11,7 @@ namespace Host {
 
 namespace {
 
-constexpr std::size_t Chunk = 16 * 1024;
+constexpr std::size_t Chunk = 16384;
 constexpr std::size_t MaxAtOnce = 16;  // events in one call of the system
 constexpr std::size_t MaxDiscards = 16;
 

@@ -7,8 +7,6 @@
 #include <unistd.h>
 #include <utility>
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -32,16 +30,9 @@ constexpr SteadySpan PumpDelay = 10ms;
 // After an error that waiting may cure.
 constexpr SteadySpan AcceptDelay = 100ms;
 constexpr SteadySpan DrainSpan = 1s;
-// Of events that wait in the system: what is late is replaced in the hub, not queued there.
-constexpr int StreamLowWater = 32 * 1024;
-constexpr int StreamBuffer = 128 * 1024;
 
 [[noreturn]] void Fail(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
-}
-
-void SetOption(int socket, int level, int name, int value) {
-    static_cast<void>(::setsockopt(socket, level, name, &value, sizeof(value)));
 }
 
 }  // namespace
@@ -169,21 +160,6 @@ void HttpFront::TakeReplies() {
         const auto found = connections_.find(done.connection);
         if (found != connections_.end()) Send(*found->second, std::move(done.reply));
     }
-}
-
-void HttpFront::EndOwned() {
-    std::vector<std::string> leavers;
-    {
-        const std::lock_guard lock(mutex_);
-        leavers.swap(leavers_);
-    }
-    if (leavers.empty()) return;
-    std::vector<HttpConnection*> ending;
-    for (const auto& [id, connection] : connections_)
-        if (connection->phase == Phase::Streaming &&
-            std::find(leavers.begin(), leavers.end(), connection->owner) != leavers.end())
-            ending.push_back(connection.get());
-    for (HttpConnection* connection : ending) Close(*connection);
 }
 
 void HttpFront::AcceptAll() {
@@ -316,38 +292,6 @@ void HttpFront::Continue(HttpConnection& connection) {
     Enter(connection, Phase::Head, connection.in.empty() ? bounds_.idle : bounds_.head);
     if (connection.in.empty()) return Want(connection, EPOLLIN);
     Advance(connection);
-}
-
-void HttpFront::BeginStream(HttpConnection& connection, HttpReply reply) {
-    SetOption(connection.socket.Get(), SOL_SOCKET, SO_SNDBUF, StreamBuffer);
-    SetOption(connection.socket.Get(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, StreamLowWater);
-    connection.out = std::move(reply.bytes);
-    connection.written = 0;
-    connection.in = std::string();
-    connection.owner = std::move(reply.owner);
-    connection.reader = std::make_unique<ConsoleHub::Reader>(hub_);
-    connection.moved = now_;
-    Enter(connection, Phase::Streaming, bounds_.streamAge);
-    nmrOpenStreams_ = ++nmrStreams_;
-    Pump(connection);
-}
-
-void HttpFront::PumpStreams() {
-    pumpDue_ = SteadyTime::max();
-    std::vector<HttpConnection*> streams;
-    streams.reserve(nmrStreams_);
-    for (const auto& [id, connection] : connections_)
-        if (connection->phase == Phase::Streaming && (connection->interest & EPOLLOUT) == 0)
-            streams.push_back(connection.get());
-    for (HttpConnection* connection : streams) Pump(*connection);
-}
-
-void HttpFront::Pump(HttpConnection& connection) {
-    const std::uint64_t before = connection.sent;
-    const Outcome outcome = connection.WriteEvents();
-    if (outcome == Outcome::Ended) return Close(connection);
-    if (connection.sent != before) connection.moved = now_;
-    Want(connection, outcome == Outcome::Waits ? EPOLLIN | EPOLLOUT : EPOLLIN);
 }
 
 void HttpFront::Sweep() {

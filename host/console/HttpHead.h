@@ -15,10 +15,10 @@ namespace Host {
 // belongs to the next request, for a proxy before the console as for the console.
 class HttpHead {
 public:
-    static constexpr std::size_t MaxBytes = 16 * 1024;
+    static constexpr std::size_t MaxBytes = 16384;
     static constexpr std::size_t MaxLines = 64;
     static constexpr std::size_t MaxTarget = 2048;
-    static constexpr std::size_t MaxBody = 64 * 1024;
+    static constexpr std::size_t MaxBody = 65536;
 
     enum class State : std::uint8_t { Partial, Whole, Refused };
 

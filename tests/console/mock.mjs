@@ -41,6 +41,7 @@ export class World {
     faulty = "R16"; // rejected now and then
     hostile = null; // a text to put wherever text comes from outside
     isBad = false; // the tests fail
+    isStalled = false; // no epochs come
 
     constructor({ isReplay = false, hasTrouble = false } = {}) {
         this.isReplay = isReplay;
@@ -86,15 +87,15 @@ export class World {
             const w = use === "rejected" ? 4.9 + wander(at, t) : wander(at, t) * (this.isBad && satellite === "G20" ? 9 : 1.6);
             return {
                 satellite, channel: isGlonass ? (at % 13) - 7 : null, use, health: satellite === "G08" ? "unhealthy" : "healthy",
-                azimuth: round((azimuth + t / 600) % 360, 2), elevation: round(el, 2), cn0: round(34 + el / 5 + wander(at, t), 1),
-                issue: 40 + at, age: Math.floor(t % 7200) - 600, ionosphere: isIn ? round(2 + 80 / (el + 10), 3) : null,
-                troposphere: isIn ? round(2.4 / Math.sin((el * Math.PI) / 180), 3) : null, sd: isIn ? round(sd, 3) : null,
-                residual: isIn ? round(w * sd, 3) : null, redundancy: isIn ? 0.71 : null, w: use === "used" ? round(w, 3) : null,
+                azimuth_deg: round((azimuth + t / 600) % 360, 2), elevation_deg: round(el, 2), cn0_dBHz: round(34 + el / 5 + wander(at, t), 1),
+                issue: 40 + at, age_s: Math.floor(t % 7200) - 600, ionosphere_m: isIn ? round(2 + 80 / (el + 10), 3) : null,
+                troposphere_m: isIn ? round(2.4 / Math.sin((el * Math.PI) / 180), 3) : null, sd_m: isIn ? round(sd, 3) : null,
+                residual_m: isIn ? round(w * sd, 3) : null, redundancy: isIn ? 0.71 : null, w: use === "used" ? round(w, 3) : null,
                 w_test: use === "rejected" ? "rejected" : use !== "used" ? null : Math.abs(w) > 3.29 ? "failed, largest" : "passed",
-                rejected_w: use === "rejected" ? round(w, 3) : null, mde: use === "used" ? round(sd * 4.9, 3) : null,
-                effect_east: use === "used" ? round(wander(at, 1) * 2, 3) : null,
-                effect_north: use === "used" ? round(wander(at, 2) * 2, 3) : null,
-                effect_up: use === "used" ? round(wander(at, 3) * 3, 3) : null, enabled: !this.disabled.has(satellite),
+                rejected_w: use === "rejected" ? round(w, 3) : null, mde_m: use === "used" ? round(sd * 4.9, 3) : null,
+                effect_east_m: use === "used" ? round(wander(at, 1) * 2, 3) : null,
+                effect_north_m: use === "used" ? round(wander(at, 2) * 2, 3) : null,
+                effect_up_m: use === "used" ? round(wander(at, 3) * 3, 3) : null, enabled: !this.disabled.has(satellite),
             };
         });
     }
@@ -118,18 +119,18 @@ export class World {
             utc: utcOf(t), fix: 1, failure: "", mode: "3D GPS + GLONASS", test: isFailed ? "failed" : "passed", used,
             used_gps: count("G", "used"), used_glonass: count("R", "used"), tracked_gps: 11, tracked_glonass: 8,
             rejected_gps: count("G", "rejected"), rejected_glonass: count("R", "rejected"), notes: notes.length,
-            latitude: 55.49357 + north / 111200, longitude: 8.45683 + east / 63000, height: 60 + up,
-            x: 3582104.9, y: 532590.2, z: 5232755.4, sd_east: 0.54 * shape, sd_north: 0.81 * shape, sd_up: 1.42 * shape,
-            cov_east_north: -0.12, cov_east_up: 0.08, cov_north_up: 0.31, gdop: 1.5 * shape, pdop: 1.16 * shape, hdop,
-            vdop: 0.95 * shape, tdop: 0.95 * shape, edop: 0.41 * shape, ndop: 0.52 * shape, clock_gps: 13250.2 + t % 100,
-            clock_glonass: 13301.7 + t % 100, redundancy: used - 5, unit_variance: Math.max(0.2, (isFailed ? 2.4 : 0.8) + 0.3 * wander(41, t)),
+            latitude_deg: 55.49357 + north / 111200, longitude_deg: 8.45683 + east / 63000, height_m: 60 + up,
+            x_m: 3582104.9, y_m: 532590.2, z_m: 5232755.4, sd_east_m: 0.54 * shape, sd_north_m: 0.81 * shape, sd_up_m: 1.42 * shape,
+            cov_east_north_m2: -0.12, cov_east_up_m2: 0.08, cov_north_up_m2: 0.31, gdop: 1.5 * shape, pdop: 1.16 * shape, hdop,
+            vdop: 0.95 * shape, tdop: 0.95 * shape, edop: 0.41 * shape, ndop: 0.52 * shape, clock_gps_m: 13250.2 + t % 100,
+            clock_glonass_m: 13301.7 + t % 100, redundancy: used - 5, unit_variance: Math.max(0.2, (isFailed ? 2.4 : 0.8) + 0.3 * wander(41, t)),
             f_limit: 1.92, f_test: isFailed ? "failed" : "passed", w_test: isFailed ? "failed" : "passed", max_w: Math.abs(worst.w),
-            max_w_satellite: worst.satellite, w_limit: 3.29, residual_rms: 1.3, unchecked: 0, mdb: 9.1, mdb_satellite: "R20",
-            ext_rel_2d: 2.4 * shape + 0.2 * wander(42, t), ext_rel_2d_bearing: 208, ext_rel_2d_satellite: "G10",
-            ext_rel_height: 5.2 * shape, ext_rel_height_satellite: "G21", ext_rel_3d: 5.6 * shape, ext_rel_3d_satellite: "G21",
-            ellipse95_major: 2.03 * shape, ellipse95_minor: 1.28 * shape, ellipse95_bearing: 161, height95: 2.78 * shape,
-            v_east: 0.01 * wander(50, t), v_north: 0.02 * wander(51, t), v_up: 0.02 * wander(52, t), sd_v_east: 0.03, sd_v_north: 0.04,
-            sd_v_up: 0.07, sog: 0.02 + 0.01 * wander(53, t), cmg: 220 + 30 * wander(54, t), clock_drift: -0.21, rates_used: used,
+            max_w_satellite: worst.satellite, w_limit: 3.29, residual_rms_m: 1.3, unchecked: 0, mdb_m: 9.1, mdb_satellite: "R20",
+            ext_rel_2d_m: 2.4 * shape + 0.2 * wander(42, t), ext_rel_2d_bearing_deg: 208, ext_rel_2d_satellite: "G10",
+            ext_rel_height_m: 5.2 * shape, ext_rel_height_satellite: "G21", ext_rel_3d_m: 5.6 * shape, ext_rel_3d_satellite: "G21",
+            ellipse95_major_m: 2.03 * shape, ellipse95_minor_m: 1.28 * shape, ellipse95_bearing_deg: 161, height95_m: 2.78 * shape,
+            v_east_m_s: 0.01 * wander(50, t), v_north_m_s: 0.02 * wander(51, t), v_up_m_s: 0.02 * wander(52, t), sd_v_east_m_s: 0.03, sd_v_north_m_s: 0.04,
+            sd_v_up_m_s: 0.07, sog_m_s: 0.02 + 0.01 * wander(53, t), cmg_deg: 220 + 30 * wander(54, t), clock_drift_m_s: -0.21, rates_used: used,
             rates_rejected: 0, notes_text: notes, east, north, up,
         };
     }
@@ -138,7 +139,7 @@ export class World {
         if (this.#hasGap(t)) return;
         const f = this.fix(t);
         this.series.push([
-            t, f.east, f.north, f.up, f.hdop, f.pdop, f.unit_variance, f.f_limit, f.ext_rel_2d, f.ext_rel_height, f.used_gps,
+            t, f.east, f.north, f.up, f.hdop, f.pdop, f.unit_variance, f.f_limit, f.ext_rel_2d_m, f.ext_rel_height_m, f.used_gps,
             f.used_glonass, f.rejected_gps + f.rejected_glonass, f.max_w, f.w_limit,
         ].map((value) => round(value, 4)));
     }
@@ -182,7 +183,7 @@ export class World {
                 ...made,
                 rows: [
                     { name: name1, format: "ubx", state: "connected", age_s: 0.2, wait_s: null, bytes, messages: 41200 + this.made * 4, skipped: 0, checksum_failures: 0, refused: 0, epochs: 1460 + this.made, records: 88, connects: 1, failure: "" },
-                    { name: "ntrip://caster.example/ESBC", format: "rtcm3", state: this.hasTrouble ? "waiting" : "connected", age_s: this.hasTrouble ? 44.1 : 0.7, wait_s: this.hasTrouble ? 6.2 : null, bytes: 1200412, messages: 9120, skipped: 212, checksum_failures: 3, refused: 1, epochs: 0, records: 61, connects: 2, failure: this.hasTrouble ? "silent for 30 s" : "" },
+                    { name: "ntrip://caster.example/ESBC", format: "rtcm3", state: this.hasTrouble ? "waiting to try again" : "connected", age_s: this.hasTrouble ? 44.1 : 0.7, wait_s: this.hasTrouble ? 6.2 : null, bytes: 1200412, messages: 9120, skipped: 212, checksum_failures: 3, refused: 1, epochs: 0, records: 61, connects: 2, failure: this.hasTrouble ? "silent for 30 s" : "" },
                     { name: "serial:///dev/ttyUSB0?baud=115200", format: "", state: this.hasTrouble ? "failed" : "listening", age_s: null, wait_s: null, bytes: 0, messages: 0, skipped: 0, checksum_failures: 0, refused: 0, epochs: 0, records: 0, connects: 0, failure: this.hasTrouble ? "no such device" : "" },
                 ],
             }),
@@ -212,8 +213,8 @@ export class World {
         const marks = this.satellites(this.t)
             .filter((row) => query.get("mode") !== (row.satellite[0] === "G" ? "glonass" : "gps"))
             .map((row) => {
-                const r = ((90 - row.elevation) / 90) * 270;
-                const [x, y] = [300 + r * Math.sin((row.azimuth * Math.PI) / 180), 300 - r * Math.cos((row.azimuth * Math.PI) / 180)];
+                const r = ((90 - row.elevation_deg) / 90) * 270;
+                const [x, y] = [300 + r * Math.sin((row.azimuth_deg * Math.PI) / 180), 300 - r * Math.cos((row.azimuth_deg * Math.PI) / 180)];
                 const isGlonass = row.satellite[0] === "R";
                 const fill = row.use === "used" ? fills.used[isGlonass ? 1 : 0] : fills[row.use];
                 const isSquare = isGlonass && query.get("squares") !== "0";
@@ -258,7 +259,7 @@ export async function serve({ port = 0, kind = "live", right = "steer", token = 
     let told = world.events.length;
     const timers = [
         setInterval(() => {
-            if (world.state !== "running") return tell(["run"]);
+            if (world.state !== "running" || world.isStalled) return tell(["run", "sources"]);
             world.step();
             tell(Panels.filter((panel) => !Rare.has(panel) && (panel !== "events" || world.events.length > told)));
             told = world.events.length;

@@ -23,7 +23,7 @@ function showTheme() {
         const choice = window.consoleTheme.choice;
         const signs = { auto: "◐ Auto", light: "☀ Light", dark: "☾ Dark" };
         setText(button, signs[choice]);
-        setAttribute(button, "aria-label", `Colours: ${choice}; change`);
+        setAttribute(button, "title", "Colours: as the machine has them, light or dark");
     };
     button.addEventListener("click", () => {
         window.consoleTheme.next();
@@ -66,7 +66,7 @@ function showViews(onView) {
 function showPlots(series) {
     const plots = new Plots(series);
     const select = find("series-kind");
-    select.replaceChildren(...Object.entries(Kinds).map(([kind, { title }]) => make("option", { value: kind }, title)));
+    select.replaceChildren(...Object.entries(Kinds).map(([kind, { name }]) => make("option", { value: kind }, name)));
     const stored = memory.get("series", "position");
     select.value = stored in Kinds ? stored : "position";
     const main = plots.add(find("series-plot"), select.value);
@@ -107,8 +107,8 @@ function addAges(stream) {
             const resting = stream.isResting() && stream.state === "open" ? stream.latest("run").state : null;
             panel.classList.toggle("stale", isStale);
             panel.classList.toggle("empty", seconds === null);
-            const shown = seconds === null ? "no data yet" : (resting ?? span(seconds));
-            setText(age, isStale ? `stale, ${shown} old` : shown);
+            const shown = seconds === null ? "no data yet" : (resting ?? (seconds < 10 ? `${Math.floor(seconds)} s` : span(seconds)));
+            setText(age, isStale ? `▲ ${shown} old` : seconds === null || resting ? shown : `${shown} ago`);
         }
     };
 }
@@ -118,11 +118,12 @@ function showLink(stream) {
     const isLost = stream.state === "lost" || stream.state === "refused";
     const wasOpen = stream.latest("run") !== null;
     document.body.classList.toggle("lost", isLost && wasOpen);
-    const since = stream.lostAt === null ? "" : ` for ${span((performance.now() - stream.lostAt) / 1000)}`;
+    const old = stream.lostAt === null ? "old" : `${span(Math.ceil((performance.now() - stream.lostAt) / 1000))} old`;
     const wait = Math.ceil(secondsToTry(stream));
     const banner = find("lost");
     banner.hidden = !isLost;
-    if (isLost) setText(find("lost-text"), `${stream.reason}. What you see is old${since}; ${wait > 0 ? `next try in ${wait} s` : "trying now"}.`);
+    const next = wait > 0 ? `next try in ${wait} s` : "trying now";
+    if (isLost) setText(find("lost-text"), `${stream.reason}. What you see is ${old}; ${next}.`);
     const link = find("link");
     setText(link, { open: "● Connected", connecting: "… Connecting", lost: "✕ Lost", refused: "✕ Logged out" }[stream.state]);
     setAttribute(link, "data-grade", { open: "good", lost: "bad", refused: "bad" }[stream.state] ?? "");

@@ -6,6 +6,7 @@ import { fixed, make, makeSvg, memory, setAttribute, setText, whole } from "./do
 // Lines of a plot: [column, name, style], where the dashes tell lines apart that colours may not.
 export const Kinds = {
     position: {
+        name: "Position",
         title: "Position, m from reference",
         lines: [
             ["east", "East", "one"],
@@ -16,6 +17,7 @@ export const Kinds = {
         unit: "m",
     },
     dop: {
+        name: "DOP",
         title: "DOP",
         lines: [
             ["hdop", "HDOP", "one"],
@@ -25,6 +27,7 @@ export const Kinds = {
         fromZero: true,
     },
     f: {
+        name: "F-test",
         title: "F-test against its limit",
         lines: [
             ["f", "F", "one"],
@@ -34,6 +37,7 @@ export const Kinds = {
         fromZero: true,
     },
     w: {
+        name: "w-test",
         title: "Largest w against its limit",
         lines: [
             ["max_w", "Largest |w|", "one"],
@@ -43,6 +47,7 @@ export const Kinds = {
         fromZero: true,
     },
     reliability: {
+        name: "Reliability",
         title: "External reliability, m",
         lines: [
             ["ext2d", "Horizontal", "one"],
@@ -53,6 +58,7 @@ export const Kinds = {
         fromZero: true,
     },
     satellites: {
+        name: "Satellites",
         title: "Satellites used",
         lines: [
             ["used_gps", "GPS", "one"],
@@ -217,7 +223,7 @@ class Plot {
                 },
                 scales: { x: { time: true }, y: { range: (_, low, high) => this.#room(low, high) } },
                 axes: [
-                    { ...axis, size: 26, gap: 3, values: (_, times, __, ___, step) => times.map((t) => clockOf(t, step)) },
+                    { ...axis, size: 26, gap: 3, space: 60, values: (_, times, __, ___, step) => times.map((t) => clockOf(t, step)) },
                     { ...axis, size: 46, gap: 4, values: (_, values) => values.map((v) => axisText(v)) },
                 ],
                 series: [
@@ -225,7 +231,7 @@ class Plot {
                     ...this.kind.lines.map(([, name, style]) => ({
                         label: name,
                         stroke: colour(`line-${style}`),
-                        width: style === "limit" ? 1.5 : 2,
+                        width: 1.6,
                         dash: Dashes[style],
                         points: { show: false },
                         paths: this.kind.isStepped ? uPlot.paths.stepped({ align: 1 }) : undefined,

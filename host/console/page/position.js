@@ -14,16 +14,16 @@ function degrees(value, places, positive, negative, inMinutes) {
     return `${head}° ${minutes.toFixed(5).padStart(8, "0")}′ ${side}`;
 }
 
-// A table of figures: rows of [what, value, unit].
+// A table of figures: rows of [what, value, unit, by which satellite or against what].
 class Figures {
     constructor(id, caption, rows) {
         this.rows = rows;
         this.table = new Table(find(id), caption, [
             { head: "Figure", of: ([name]) => name, isText: true },
-            { head: "Value", of: ([, value]) => value },
-            { head: "Unit", of: ([, , unit]) => unit, isText: true },
+            { head: "Value", of: ([, value, unit]) => (unit ? `${value} ${unit}` : value) },
             { head: "Of", of: ([, , , by]) => by ?? "", isText: true },
         ]);
+        find(id).tHead.classList.add("unseen");
     }
 
     show(fix) {
@@ -38,9 +38,8 @@ export class Position {
         this.stream = stream;
         const button = find("position-form");
         const name = () => {
-            setText(button, this.#inMinutes ? "° ′" : "°");
-            setAttribute(button, "aria-label", this.#inMinutes ? "Show decimal degrees" : "Show degrees and minutes");
-            setAttribute(button, "title", button.getAttribute("aria-label"));
+            setText(button, this.#inMinutes ? "dd° mm′" : "dd.ddd°");
+            setAttribute(button, "title", this.#inMinutes ? "Show decimal degrees" : "Show degrees and minutes");
         };
         button.addEventListener("click", () => {
             this.#inMinutes = !this.#inMinutes;
@@ -81,22 +80,22 @@ export class Position {
     }
 
     #showPlace(fix) {
-        setText(this.fields.latitude, degrees(fix.latitude, 2, "N", "S", this.#inMinutes));
-        setText(this.fields.longitude, degrees(fix.longitude, 3, "E", "W", this.#inMinutes));
+        setText(this.fields.latitude, degrees(fix.latitude_deg, 2, "N", "S", this.#inMinutes));
+        setText(this.fields.longitude, degrees(fix.longitude_deg, 3, "E", "W", this.#inMinutes));
     }
 
     #show(fix) {
         this.#showPlace(fix);
-        setText(this.fields.height, `${fixed(fix.height, 2)} m`);
-        setText(this.fields.sd, `${fixed(fix.sd_east, 2)}, ${fixed(fix.sd_north, 2)}, ${fixed(fix.sd_up, 2)} m`);
-        setText(this.fields.speed, `${fixed(fix.sog, 2)} m/s, ${fixed(fix.cmg, 0)}°`);
+        setText(this.fields.height, `${fixed(fix.height_m, 2)} m`);
+        setText(this.fields.sd, `${fixed(fix.sd_east_m, 2)}, ${fixed(fix.sd_north_m, 2)}, ${fixed(fix.sd_up_m, 2)} m`);
+        setText(this.fields.speed, `${fixed(fix.sog_m_s, 2)} m/s, ${fixed(fix.cmg_deg, 0)}°`);
         this.ellipse.show(fix);
         this.dop.show([fix]);
         const square = (sd) => (typeof sd === "number" ? sd * sd : null);
         this.covariance.show([
-            ["East", square(fix.sd_east), fix.cov_east_north, fix.cov_east_up, fix.sd_east],
-            ["North", fix.cov_east_north, square(fix.sd_north), fix.cov_north_up, fix.sd_north],
-            ["Up", fix.cov_east_up, fix.cov_north_up, square(fix.sd_up), fix.sd_up],
+            ["East", square(fix.sd_east_m), fix.cov_east_north_m2, fix.cov_east_up_m2, fix.sd_east_m],
+            ["North", fix.cov_east_north_m2, square(fix.sd_north_m), fix.cov_north_up_m2, fix.sd_north_m],
+            ["Up", fix.cov_east_up_m2, fix.cov_north_up_m2, square(fix.sd_up_m), fix.sd_up_m],
         ]);
         this.tests.show(fix);
         this.velocity.show(fix);
@@ -105,41 +104,43 @@ export class Position {
 
 function testRows(fix) {
     return [
-        ["F-test", fixed(fix.unit_variance, 3), "", `limit ${fixed(fix.f_limit, 3)}: ${fix.f_test ?? "–"}`],
+        ["F-test", fixed(fix.unit_variance, 3), "", `limit ${fixed(fix.f_limit, 3)}, ${fix.f_test ?? "–"}`],
         ["w-test, largest", fixed(fix.max_w, 2), "", `${fix.max_w_satellite || "–"}, limit ${fixed(fix.w_limit, 2)}`],
         ["Redundancy", whole(fix.redundancy), "", `${whole(fix.unchecked)} unchecked`],
-        ["RMS of residuals", fixed(fix.residual_rms, 2), "m"],
-        ["Marginally detectable bias", fixed(fix.mdb, 2), "m", fix.mdb_satellite],
+        ["RMS of residuals", fixed(fix.residual_rms_m, 2), "m"],
+        ["Marginally detectable", fixed(fix.mdb_m, 2), "m", fix.mdb_satellite],
         [
-            "External reliability 2D",
-            fixed(fix.ext_rel_2d, 2),
+            "External rel. 2D",
+            fixed(fix.ext_rel_2d_m, 2),
             "m",
-            `${fix.ext_rel_2d_satellite || "–"}, ${fixed(fix.ext_rel_2d_bearing, 0)}°`,
+            `${fix.ext_rel_2d_satellite || "–"}, ${fixed(fix.ext_rel_2d_bearing_deg, 0)}°`,
         ],
-        ["External reliability, height", fixed(fix.ext_rel_height, 2), "m", fix.ext_rel_height_satellite],
-        ["External reliability 3D", fixed(fix.ext_rel_3d, 2), "m", fix.ext_rel_3d_satellite],
+        ["External rel. height", fixed(fix.ext_rel_height_m, 2), "m", fix.ext_rel_height_satellite],
+        ["External rel. 3D", fixed(fix.ext_rel_3d_m, 2), "m", fix.ext_rel_3d_satellite],
         [
             "Ellipse 95 %",
-            `${fixed(fix.ellipse95_major, 2)} × ${fixed(fix.ellipse95_minor, 2)}`,
+            `${fixed(fix.ellipse95_major_m, 2)} × ${fixed(fix.ellipse95_minor_m, 2)}`,
             "m",
-            `${fixed(fix.ellipse95_bearing, 0)}°`,
+            `${fixed(fix.ellipse95_bearing_deg, 0)}°`,
         ],
-        ["Height 95 %", fixed(fix.height95, 2), "m"],
+        ["Height 95 %", fixed(fix.height95_m, 2), "m"],
     ];
 }
 
 function velocityRows(fix) {
     return [
-        ["East", signed(fix.v_east, 3), "m/s", `± ${fixed(fix.sd_v_east, 3)}`],
-        ["North", signed(fix.v_north, 3), "m/s", `± ${fixed(fix.sd_v_north, 3)}`],
-        ["Up", signed(fix.v_up, 3), "m/s", `± ${fixed(fix.sd_v_up, 3)}`],
-        ["Speed over ground", fixed(fix.sog, 3), "m/s"],
-        ["Course made good", fixed(fix.cmg, 1), "°"],
+        ["East", signed(fix.v_east_m_s, 3), "m/s", `± ${fixed(fix.sd_v_east_m_s, 3)}`],
+        ["North", signed(fix.v_north_m_s, 3), "m/s", `± ${fixed(fix.sd_v_north_m_s, 3)}`],
+        ["Up", signed(fix.v_up_m_s, 3), "m/s", `± ${fixed(fix.sd_v_up_m_s, 3)}`],
+        ["Speed over ground", fixed(fix.sog_m_s, 3), "m/s"],
+        ["Course made good", fixed(fix.cmg_deg, 1), "°"],
         ["Range rates used", whole(fix.rates_used), "", `${whole(fix.rates_rejected)} rejected`],
-        ["Clock GPS", signed(fix.clock_gps, 1), "m"],
-        ["Clock GLONASS", signed(fix.clock_glonass, 1), "m"],
-        ["Clock drift", signed(fix.clock_drift, 3), "m/s"],
-        ["X, Y, Z", [fix.x, fix.y, fix.z].map((value) => fixed(value, 2)).join(", "), "m"],
+        ["Clock GPS", signed(fix.clock_gps_m, 1), "m"],
+        ["Clock GLONASS", signed(fix.clock_glonass_m, 1), "m"],
+        ["Clock drift", signed(fix.clock_drift_m_s, 3), "m/s"],
+        ["X", fixed(fix.x_m, 3), "m"],
+        ["Y", fixed(fix.y_m, 3), "m"],
+        ["Z", fixed(fix.z_m, 3), "m"],
     ];
 }
 
@@ -166,12 +167,18 @@ class Ellipse {
             makeSvg("circle", { r: 2.5, class: "point" }),
         );
         this.said = make("p", { class: "hint" });
-        place.append(this.svg, this.said);
+        this.reliability = make("span", {});
+        const sample = makeSvg(
+            "svg",
+            { width: 26, height: 10, viewBox: "0 0 26 10", "aria-hidden": "true", class: "sample" },
+            makeSvg("line", { x1: 0, x2: 26, y1: 5, y2: 5, class: "reach" }),
+        );
+        place.append(this.svg, this.said, make("p", { class: "hint" }, sample, this.reliability));
     }
 
     show(fix) {
-        const major = fix.ellipse95_major;
-        const minor = fix.ellipse95_minor;
+        const major = fix.ellipse95_major_m;
+        const minor = fix.ellipse95_minor_m;
         const isKnown = typeof major === "number" && typeof minor === "number";
         for (const part of [this.shape, this.deviations, this.reach, this.scale])
             part.classList.toggle("unseen", !isKnown);
@@ -179,20 +186,21 @@ class Ellipse {
             setText(this.said, "No ellipse");
             return setAttribute(this.svg, "aria-label", "No error ellipse");
         }
-        const reach = fix.ext_rel_2d ?? 0;
+        const reach = fix.ext_rel_2d_m ?? 0;
         const radius = roundUp(Math.max(major, reach) * 1.05); // m of the ring
         const scale = 80 / radius;
         setText(this.scale, `${radius} m`);
         setAttribute(this.shape, "rx", (major * scale).toFixed(2));
         setAttribute(this.shape, "ry", (minor * scale).toFixed(2));
-        setAttribute(this.shape, "transform", `rotate(${(fix.ellipse95_bearing - 90).toFixed(1)})`);
-        const [east, north] = [fix.sd_east * scale, fix.sd_north * scale].map((one) => one.toFixed(2));
+        setAttribute(this.shape, "transform", `rotate(${(fix.ellipse95_bearing_deg - 90).toFixed(1)})`);
+        const [east, north] = [fix.sd_east_m * scale, fix.sd_north_m * scale].map((one) => one.toFixed(2));
         setAttribute(this.deviations, "d", `M-${east} 0H${east}M0-${north}V${north}`);
-        const bearing = ((fix.ext_rel_2d_bearing ?? 0) * Math.PI) / 180;
+        const bearing = ((fix.ext_rel_2d_bearing_deg ?? 0) * Math.PI) / 180;
         setAttribute(this.reach, "x2", (reach * scale * Math.sin(bearing)).toFixed(2));
         setAttribute(this.reach, "y2", (-reach * scale * Math.cos(bearing)).toFixed(2));
-        const text = `${fixed(major, 2)} × ${fixed(minor, 2)} m, ${fixed(fix.ellipse95_bearing, 0)}°`;
-        setText(this.said, text);
+        const text = `${fixed(major, 2)} × ${fixed(minor, 2)} m, ${fixed(fix.ellipse95_bearing_deg, 0)}°`;
+        setText(this.said, `95 %: ${text}`);
+        setText(this.reliability, `external reliability ${fixed(reach, 1)} m`);
         setAttribute(
             this.svg,
             "aria-label",
@@ -201,9 +209,9 @@ class Ellipse {
     }
 }
 
-// 1, 2 or 5 and noughts, and not less.
+// A round number that is not less.
 function roundUp(value) {
     const power = 10 ** Math.floor(Math.log10(Math.max(value, 1e-3)));
-    const step = [1, 2, 5, 10].find((one) => one * power >= value) ?? 10;
-    return Number((step * power).toPrecision(1));
+    const step = [1, 1.5, 2, 3, 4, 5, 6, 8, 10].find((one) => one * power >= value) ?? 10;
+    return Number((step * power).toPrecision(2));
 }

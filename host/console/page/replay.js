@@ -33,7 +33,11 @@ export class Replay {
             this.#isDragging = false;
             this.#seekTo(this.#timeAt(Number(this.seek.value)));
         });
-        const go = () => this.#seekTo(`${this.time.value.length === 16 ? `${this.time.value}:00` : this.time.value}Z`);
+        // "2020-06-25 12:00", with seconds or without, or the time of day alone.
+        const go = () => {
+            const text = this.time.value.trim().replace(/Z$/, "").replace(" ", "T");
+            this.#seekTo(`${/^\d\d?:/.test(text) ? `${date(this.#run?.now)}T${text.padStart(5, "0")}` : text}Z`);
+        };
         find("replay-go").addEventListener("click", go);
         this.time.addEventListener("keydown", (event) => {
             if (event.key === "Enter") go();
@@ -54,12 +58,10 @@ export class Replay {
                 this.speed.append(make("option", { value: run.speed }, `${run.speed} ×`));
             this.speed.value = String(run.speed);
         }
-        setAttribute(this.time, "min", String(run.from ?? "").slice(0, 19));
-        setAttribute(this.time, "max", String(run.to ?? "").slice(0, 19));
         if (!this.#isDragging) {
             this.seek.value = String(Math.round(Steps * this.#share(run.now)));
             this.#showTime(run.now);
-            if (document.activeElement !== this.time && run.now) this.time.value = run.now.slice(0, 19);
+            if (document.activeElement !== this.time && run.now) this.time.value = `${date(run.now)} ${clock(run.now)}`;
         }
         const states = { paused: "Paused", ended: "At the end of the log", running: "" };
         setText(this.state, run.seeking ? "Seeking…" : this.maySteer ? (states[run.state] ?? "") : "You may look, not steer");

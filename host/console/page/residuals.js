@@ -20,16 +20,16 @@ export class Residuals {
         this.svg = makeSvg("svg", { role: "img", "aria-label": "w-test by satellite" });
         this.place.append(this.svg);
         this.table = new Table(find("residuals"), "Residuals and w-test by satellite", [
-            { head: "Satellite", of: (row) => row.satellite ?? "" },
-            { head: "Residual", unit: "m", of: (row) => signed(row.residual, 2) },
-            { head: "SD", unit: "m", of: (row) => fixed(row.sd, 2) },
+            { head: "Sat", of: (row) => row.satellite ?? "" },
+            { head: "Residual", unit: "m", of: (row) => signed(row.residual_m, 2) },
+            { head: "SD", unit: "m", of: (row) => fixed(row.sd_m, 2) },
             { head: "w", of: (row) => signed(wOf(row), 2), classOf: (row) => `w-${gradeOf(row)[0]}` },
             { head: "w-test", of: (row) => row.w_test || "–", isText: true, classOf: (row) => `w-${gradeOf(row)[0]}` },
             { head: "Red.", title: "Redundancy number", of: (row) => fixed(row.redundancy, 2) },
-            { head: "MDE", unit: "m", title: "Marginally detectable error", of: (row) => fixed(row.mde, 1) },
-            { head: "East", unit: "m", title: "Effect of the MDE to the east", of: (row) => signed(row.effect_east, 1) },
-            { head: "North", unit: "m", title: "Effect of the MDE to the north", of: (row) => signed(row.effect_north, 1) },
-            { head: "Up", unit: "m", title: "Effect of the MDE upwards", of: (row) => signed(row.effect_up, 1) },
+            { head: "MDE", unit: "m", title: "Marginally detectable error", of: (row) => fixed(row.mde_m, 1) },
+            { head: "East", unit: "m", title: "Effect of the MDE to the east", of: (row) => signed(row.effect_east_m, 1) },
+            { head: "North", unit: "m", title: "Effect of the MDE to the north", of: (row) => signed(row.effect_north_m, 1) },
+            { head: "Up", unit: "m", title: "Effect of the MDE upwards", of: (row) => signed(row.effect_up_m, 1) },
         ]);
         stream.on("satellites", () => this.#show());
         new ResizeObserver(() => this.#show()).observe(this.place);
@@ -38,7 +38,9 @@ export class Residuals {
     #show() {
         const satellites = this.stream.latest("satellites");
         if (!satellites) return;
-        const rows = satellites.rows.filter((row) => typeof row.residual === "number" || row.use === "rejected");
+        const rows = satellites.rows
+            .filter((row) => typeof row.residual_m === "number" || row.use === "rejected")
+            .sort((a, b) => (String(a.satellite) < String(b.satellite) ? -1 : 1));
         this.table.show(rows);
         const limit = this.stream.latest("fix")?.w_limit;
         setText(find("residuals-limit"), typeof limit === "number" ? `limit ±${fixed(limit, 2)}` : "not testable");
@@ -51,7 +53,7 @@ export class Residuals {
         if (width === 0 || height === 0) return;
         // Far beyond the limit all is the same, and the others stay readable.
         const most = Math.min(2.5 * limit, Math.max(1.35 * limit, ...rows.map((row) => Math.abs(wOf(row)) * 1.05)));
-        const [left, foot, head] = [34, 20, 8];
+        const [left, foot, head] = [34, 36, 8];
         const middle = head + (height - head - foot) / 2;
         const scale = (height - head - foot) / 2 / most;
         const step = (width - left - 4) / Math.max(rows.length, 1);
@@ -66,8 +68,18 @@ export class Residuals {
             parts.push(makeSvg("line", { x1: left, x2: width - 4, y1: y(value), y2: y(value), class: name }));
             parts.push(makeSvg("text", { x: left - 5, y: y(value) + 4, class: "label end" }, value === 0 ? "0" : signed(value, 1)));
         }
-        // Turned names where they would touch.
-        const isNarrow = step < 27;
+        // The number under each bar, and the system under its own: short enough to be large.
+        for (const [letter, system] of [
+            ["G", "GPS"],
+            ["R", "GLONASS"],
+        ]) {
+            const first = rows.findIndex((row) => row.satellite.startsWith(letter));
+            const number = rows.filter((row) => row.satellite.startsWith(letter)).length;
+            if (number === 0) continue;
+            const [from, to] = [left + step * first + 3, left + step * (first + number) - 3];
+            parts.push(makeSvg("line", { x1: from, x2: to, y1: height - 17, y2: height - 17, class: "zero" }));
+            parts.push(makeSvg("text", { x: (from + to) / 2, y: height - 4, class: "name system" }, number > 2 ? system : letter));
+        }
         rows.forEach((row, at) => {
             const w = wOf(row);
             const [grade, sign] = gradeOf(row);
@@ -77,12 +89,12 @@ export class Residuals {
                 makeSvg(
                     "rect",
                     { x: x - thick / 2, y: top, width: thick, height: Math.max(1.5, Math.abs(y(w) - middle)), rx: 2, class: grade },
-                    makeSvg("title", {}, `${row.satellite}: w ${signed(w, 2)}, residual ${signed(row.residual, 2)} m, ${row.w_test}`),
+                    makeSvg("title", {}, `${row.satellite}: w ${signed(w, 2)}, residual ${signed(row.residual_m, 2)} m, ${row.w_test}`),
                 ),
             );
             if (sign) parts.push(makeSvg("text", { x, y: w < 0 ? y(w) + 12 : y(w) - 3, class: `sign ${grade}` }, sign));
-            const name = isNarrow && at % 2 === 1 && step < 15 ? "" : row.satellite;
-            parts.push(makeSvg("text", { x, y: height - 5, class: isNarrow ? "name narrow" : "name" }, name));
+            if (step > 13 || at % 2 === 0)
+                parts.push(makeSvg("text", { x, y: height - 22, class: "name" }, row.satellite.slice(1)));
         });
         setAttribute(this.svg, "viewBox", `0 0 ${width} ${height}`);
         this.svg.replaceChildren(...parts);

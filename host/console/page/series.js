@@ -75,7 +75,11 @@ export class Series extends EventTarget {
                 while (keep > 0 && times[keep - 1] >= row[0]) --keep;
                 for (const values of this.#data.values()) values.length = keep;
             }
-            this.columns.forEach((name, at) => this.#data.get(name).push(row[at] ?? null));
+            this.columns.forEach((name, at) => {
+                const value = row[at] ?? null;
+                // The limit of the w-test is one of size.
+                this.#data.get(name).push(name === "max_w" && value !== null ? Math.abs(value) : value);
+            });
         }
         const surplus = times.length - MostRows;
         if (surplus > 600) for (const values of this.#data.values()) values.splice(0, surplus);

@@ -5,11 +5,13 @@
 import { find, make, memory, setText } from "./dom.js";
 
 const AlternateMS = 4000;
+// Drawn larger than shown: symbols cover each other less, and their numbers are still read at arm's length.
+const SymbolShare = 1.2;
 const Modes = [
     ["both", "GPS + GLONASS"],
     ["gps", "GPS"],
     ["glonass", "GLONASS"],
-    ["alternate", "In turn"],
+    ["turns", "In turn"],
 ];
 // Names of the server's parameters, what they do and how they are at first.
 const Switches = [
@@ -30,7 +32,7 @@ const Azimuths = [
 
 export class Sky {
     #style = {};
-    #turn = "gps"; // of the alternating systems
+    #turn = 0; // counts the changes of what is on top, or of the system shown
     #changed = -1;
     #image = null;
     #shown = ""; // address of what is shown or being fetched
@@ -49,8 +51,7 @@ export class Sky {
         document.addEventListener("themechange", () => this.#show());
         new ResizeObserver(() => this.#show()).observe(this.place);
         setInterval(() => {
-            if (this.#style.mode !== "alternate") return;
-            this.#turn = this.#turn === "gps" ? "glonass" : "gps";
+            ++this.#turn;
             this.#show();
         }, AlternateMS);
     }
@@ -100,14 +101,17 @@ export class Sky {
     async #show() {
         const side = Math.min(this.place.clientWidth, this.place.clientHeight);
         if (this.#changed < 0 || side < 50) return;
-        const mode = this.#style.mode === "alternate" ? this.#turn : this.#style.mode;
+        const system = this.#turn % 2 === 0 ? "gps" : "glonass";
+        // Both at once take turns on top, where they cover each other.
+        const mode = { both: "alternate", turns: system }[this.#style.mode] ?? this.#style.mode;
         const wanted = new URLSearchParams({
             mode,
+            turn: mode === "alternate" ? String(this.#turn % 2) : "0",
             ...Object.fromEntries(Switches.map(([name]) => [name, this.#style[name] ? "1" : "0"])),
             azimuths: this.#style.azimuths,
             palette: document.documentElement.dataset.theme,
             // In steps, so that viewers with windows of nearly the same size share a drawing.
-            size: String(Math.min(1000, Math.max(200, Math.round(side / 40) * 40))),
+            size: String(Math.min(1000, Math.max(200, Math.round((SymbolShare * side) / 40) * 40))),
             changed: String(this.#changed),
         });
         const address = `/api/sky.svg?${wanted}`;
@@ -122,7 +126,7 @@ export class Sky {
             if (this.#image) this.#image.replaceWith(image);
             else this.place.prepend(image);
             this.#image = image;
-            setText(this.said, this.#style.mode === "alternate" ? (mode === "gps" ? "GPS" : "GLONASS") : "");
+            setText(this.said, this.#style.mode === "turns" ? mode.toUpperCase() : "");
         } catch {
             this.#shown = ""; // with the next change again
             setTimeout(() => this.#show(), 2000);

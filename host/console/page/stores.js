@@ -30,6 +30,11 @@ export class Stores {
             memory.set("store-glonass", this.glonass.checked);
             this.#fetch();
         });
+        this.record = find("store-record");
+        this.record.replaceChildren(
+            ...Array.from({ length: 10 }, (_, at) => make("option", { value: at }, at === 0 ? "Newest" : `${at} before`)),
+        );
+        this.record.addEventListener("change", () => this.#fetch());
         find("store-copy").addEventListener("click", () => this.#copy());
         this.#mark();
         stream.on("stores", () => this.#fetch());
@@ -47,6 +52,7 @@ export class Stores {
             setAttribute(button, "aria-pressed", String(button.dataset.store === this.#kind));
         // Only the almanac has both systems in one view.
         this.glonass.disabled = this.#kind !== "almanac";
+        this.record.disabled = this.#kind === "almanac";
     }
 
     // Only while somebody looks.
@@ -57,7 +63,8 @@ export class Stores {
     async #fetch() {
         const stores = this.stream.latest("stores");
         if (find("stores").hidden || !stores) return;
-        const address = `/api/store/${this.#kind}?glonass=${this.glonass.checked ? 1 : 0}`;
+        const choice = this.#kind === "almanac" ? `glonass=${this.glonass.checked ? 1 : 0}` : `record=${this.record.value}`;
+        const address = `/api/store/${this.#kind}?${choice}`;
         const wanted = `${address}#${stores[this.#kind]?.changed}`;
         if (wanted === this.#shown) return;
         this.#shown = wanted;
@@ -86,10 +93,19 @@ export class Stores {
     }
 }
 
-function newTable({ title, columns, rows }) {
+// Places of cells that stand out or matter less are [row, column]; after a row with a rule comes another subject.
+function newTable({ title, columns, rows, alerts = [], faint = [], rules = [] }) {
+    const marks = new Map([
+        ...faint.map((place) => [place.join(), "idle"]),
+        ...alerts.map((place) => [place.join(), "bad"]),
+    ]);
+    const newCell = (cell, row, column) => {
+        const attributes = column === 0 ? { scope: "row" } : { class: marks.get(`${row},${column}`) };
+        return make(column === 0 ? "th" : "td", attributes, String(cell ?? ""));
+    };
     const heads = columns.map((column) => make("th", { scope: "col" }, String(column)));
-    const lines = rows.map((row) =>
-        make("tr", {}, row.map((cell, at) => make(at === 0 ? "th" : "td", at === 0 ? { scope: "row" } : {}, String(cell ?? "")))),
+    const lines = rows.map((row, at) =>
+        make("tr", { class: rules.includes(at) ? "rule" : null }, row.map((cell, column) => newCell(cell, at, column))),
     );
     return make("table", { class: "store" }, make("caption", {}, title ?? ""), make("thead", {}, make("tr", {}, heads)), make("tbody", {}, lines));
 }
@@ -104,7 +120,7 @@ export async function copyText(text) {
             // Forbidden: the old way may do.
         }
     }
-    const area = make("textarea", { class: "unseen", readonly: true, "aria-hidden": "true" });
+    const area = make("textarea", { class: "unseen copied", readonly: true, "aria-hidden": "true" });
     area.value = text;
     const focused = document.activeElement;
     document.body.append(area);

@@ -138,12 +138,21 @@ export class Stream extends EventTarget {
             return;
         }
         this.#panels.set(panel, { data, at: performance.now() });
+        if (panel === "run") this.#correctAges(data.ages ?? {});
         for (const listener of this.#listeners.get(panel) ?? []) {
             try {
                 listener(data);
             } catch (error) {
                 console.error(`panel ${panel}:`, error); // the others go on
             }
+        }
+    }
+
+    // What came as the newest when the stream began may have been old already: the run tells.
+    #correctAges(ages) {
+        for (const [panel, seconds] of Object.entries(ages)) {
+            const newest = this.#panels.get(panel);
+            if (newest && panel !== "run") newest.at = Math.min(newest.at, performance.now() - 1000 * seconds);
         }
     }
 

@@ -15,18 +15,18 @@ function useClass(row) {
 }
 
 const Constellation = [
-    { head: "Satellite", of: (row) => row.satellite ?? "" },
+    { head: "Sat", of: (row) => row.satellite ?? "" },
     { head: "Use", isText: true, of: (row) => `${Signs[row.use] ?? "○"} ${row.use ?? ""}`, classOf: useClass },
-    { head: "Elev.", unit: "°", of: (row) => fixed(row.elevation, 1) },
-    { head: "Azim.", unit: "°", of: (row) => fixed(row.azimuth, 1) },
-    { head: "C/N₀", unit: "dB-Hz", of: (row) => fixed(row.cn0, 1) },
+    { head: "Elev.", unit: "°", of: (row) => fixed(row.elevation_deg, 1) },
+    { head: "Azim.", unit: "°", of: (row) => fixed(row.azimuth_deg, 1) },
+    { head: "C/N₀", unit: "dB-Hz", of: (row) => fixed(row.cn0_dBHz, 1) },
 ];
 const More = [
     { head: "Health", isText: true, of: (row) => row.health || "–" },
     { head: "Issue", of: (row) => whole(row.issue), title: "Issue of the ephemeris" },
-    { head: "Age", unit: "s", of: (row) => whole(row.age), title: "Age of the ephemeris" },
-    { head: "Iono", unit: "m", of: (row) => fixed(row.ionosphere, 2), title: "Ionospheric delay" },
-    { head: "Tropo", unit: "m", of: (row) => fixed(row.troposphere, 2), title: "Tropospheric delay" },
+    { head: "Age", unit: "s", of: (row) => whole(row.age_s), title: "Age of the ephemeris" },
+    { head: "Iono", unit: "m", of: (row) => fixed(row.ionosphere_m, 2), title: "Ionospheric delay" },
+    { head: "Tropo", unit: "m", of: (row) => fixed(row.troposphere_m, 2), title: "Tropospheric delay" },
     { head: "Chan.", of: (row) => whole(row.channel), title: "Frequency channel" },
 ];
 
@@ -39,7 +39,7 @@ export function showConstellation(stream) {
     });
 }
 
-const StateSigns = { connected: "●", listening: "○", failed: "✕", waiting: "…", stopped: "■" };
+const StateSigns = { connected: "●", listening: "○", failed: "✕", "waiting to try again": "…", stopped: "■" };
 
 export function showSources(stream) {
     const table = new Table(find("source-table"), "Sources", [
@@ -49,7 +49,13 @@ export function showSources(stream) {
             head: "State",
             isText: true,
             of: (row) => `${StateSigns[row.state] ?? "○"} ${row.state ?? ""}`,
-            classOf: (row) => (row.state === "failed" ? "bad" : ["waiting", "stopped"].includes(row.state) ? "warn" : ""),
+            classOf: (row) => (row.state === "failed" ? "bad" : ["waiting to try again", "stopped"].includes(row.state) ? "warn" : ""),
+        },
+        {
+            head: "Failure",
+            isText: true,
+            of: (row) => row.failure || "–",
+            classOf: (row) => (row.failure ? "why bad" : ""),
         },
         { head: "Last data", of: (row) => (typeof row.age_s === "number" ? `${span(row.age_s)} ago` : "–") },
         { head: "Next try", of: (row) => (typeof row.wait_s === "number" ? `in ${span(row.wait_s)}` : "–") },
@@ -59,13 +65,14 @@ export function showSources(stream) {
         { head: "Records", of: (row) => whole(row.records) },
         { head: "Skipped", unit: "B", of: (row) => whole(row.skipped) },
         {
-            head: "Checksum failures",
+            head: "Checksum errors",
             of: (row) => whole(row.checksum_failures),
             classOf: (row) => (row.checksum_failures > 0 ? "warn" : ""),
         },
         { head: "Refused", of: (row) => whole(row.refused), classOf: (row) => (row.refused > 0 ? "warn" : "") },
         { head: "Connects", of: (row) => whole(row.connects) },
-        { head: "Failure", isText: true, of: (row) => row.failure || "–", classOf: (row) => (row.failure ? "bad" : "") },
+        { head: "Drops", of: (row) => whole(row.drops), classOf: (row) => (row.drops > 0 ? "warn" : "") },
+        { head: "Failed tries", of: (row) => whole(row.errors), classOf: (row) => (row.errors > 0 ? "warn" : "") },
     ]);
     stream.on("sources", ({ rows }) => table.show(rows));
 }
@@ -77,7 +84,10 @@ export function showEvents(stream) {
         { head: "Source", isText: true, of: (row) => row.source || "–" },
         { head: "Event", isText: true, of: (row) => row.text ?? "" },
     ];
-    const brief = new Table(find("events-brief"), "Newest events", columns);
+    const brief = new Table(find("events-brief"), "Newest events", [
+        columns[0],
+        { head: "Event", isText: true, of: (row) => (row.source ? `${row.source}: ${row.text ?? ""}` : (row.text ?? "")) },
+    ]);
     const full = new Table(find("events"), "Events", columns);
     let rows = [];
     let next = null;

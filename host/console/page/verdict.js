@@ -23,7 +23,10 @@ export class Verdict {
 
     constructor(stream) {
         this.stream = stream;
-        stream.on("fix", (fix) => this.#show(fix));
+        stream.on("fix", (fix) => {
+            this.#show(fix);
+            this.tick();
+        });
     }
 
     #show(fix) {
@@ -36,18 +39,19 @@ export class Verdict {
         show("test", `${sign} ${word}`, fix.fix ? ratio : (fix.failure ?? ""), grade);
 
         const rejected = (fix.rejected_gps ?? 0) + (fix.rejected_glonass ?? 0);
+        setText(find("tile-satellites").querySelector("h2"), `Satellites used${rejected ? `, ${rejected} rejected` : ""}`);
         show(
             "satellites",
             whole(fix.used),
-            `${whole(fix.used_gps)} GPS + ${whole(fix.used_glonass)} GLONASS${rejected ? `, ${rejected} rejected` : ""}`,
+            `${whole(fix.used_gps)} GPS + ${whole(fix.used_glonass)} GLONASS`,
             rejected ? "warn" : "",
         );
-        show("error", `${fixed(fix.ellipse95_major, 2)} m`, `height ${fixed(fix.height95, 2)} m`);
+        show("error", `${fixed(fix.ellipse95_major_m, 2)} m`, `height ${fixed(fix.height95_m, 2)} m`);
         show("dop", fixed(fix.hdop, 2), `PDOP ${fixed(fix.pdop, 2)}`);
         show(
             "reliability",
-            `${fixed(fix.ext_rel_2d, 1)} m`,
-            `by ${fix.ext_rel_2d_satellite || "–"}, height ${fixed(fix.ext_rel_height, 1)} m`,
+            `${fixed(fix.ext_rel_2d_m, 1)} m`,
+            `by ${fix.ext_rel_2d_satellite || "–"}, height ${fixed(fix.ext_rel_height_m, 1)} m`,
         );
         const notes = Array.isArray(fix.notes_text) ? fix.notes_text : [];
         const alarms = notes.filter((note) => note.alarm).length;
