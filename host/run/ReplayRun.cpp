@@ -40,7 +40,8 @@ bool ReplayRun::OpenPipeline(std::string& reason) {
     // The old one's listeners leave before the new one's come.
     pipeline_.reset();
     Corvane::Clock::UseSystem();
-    GPSTime::SetUTCParam(before_.GetLeapTime(), before_.GetBefore(), before_.GetAfter());
+    GPSTime::SetUTCParam(before_.GetLeapTime(), static_cast<int>(before_.GetBefore().Seconds()),
+                         static_cast<int>(before_.GetAfter().Seconds()));
     pipeline_ = std::make_unique<Pipeline>(request_, std::vector<RunOutput*>{this});
     latest_.reset();
     previous_.reset();
@@ -186,6 +187,13 @@ void ReplayRun::Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until) {
     changed_.wait_until(lock, std::min({until, nextSecond_, now + Look}));
 }
 
+bool ReplayRun::IsStopAsked(std::unique_lock<std::mutex>& lock) const {
+    lock.unlock();
+    const bool isAsked = isStopped_ && isStopped_();
+    lock.lock();
+    return isAsked;
+}
+
 void ReplayRun::TellReached(std::unique_lock<std::mutex>& lock) {
     status_.isSeeking = seek_.has_value();
     lock.unlock();
@@ -197,7 +205,7 @@ void ReplayRun::WaitFor(const GPSTime& time) {
     constexpr std::chrono::seconds Hurry{1};  // so much that is late is made up for
     std::unique_lock lock(mutex_);
     for (;;) {
-        if (isStopped_ && isStopped_()) {
+        if (IsStopAsked(lock)) {
             isAbandoned_ = isOver_ = true;
             return;
         }
@@ -237,7 +245,7 @@ bool ReplayRun::WaitForSeek() {
     const State before = std::exchange(status_.state, State::Ended);
     TellReached(lock);
     while (!seek_) {
-        if (isStopped_ && isStopped_()) return false;
+        if (IsStopAsked(lock)) return false;
         if (latest_) DoNew(lock, *latest_ + Corvane::Time(1.0));
         commands_.clear();
         Sleep(lock, SteadyTime::max());

@@ -88,6 +88,8 @@ private:
     void DoNew(std::unique_lock<std::mutex>& lock, const GNSS::GPSTime& time);
     [[nodiscard]] SteadyTime GetDue(const GNSS::GPSTime& time) const;
     void Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until);
+    // Nobody else's function is called under the lock.
+    [[nodiscard]] bool IsStopAsked(std::unique_lock<std::mutex>& lock) const;
     void TellReached(std::unique_lock<std::mutex>& lock);
 
     const RunRequest request_;
