@@ -1,5 +1,6 @@
 #include "host/run/Pipeline.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "host/run/RunStream.h"
@@ -40,9 +41,9 @@ bool Pipeline::Open(std::string& reason) {
         reason = "none of the inputs can hold measurements: a receiver's log or a RINEX observation file is needed";
         return false;
     }
-    const std::optional<GPSTime> date = SetDates();
+    SetDates();
     for (const auto& feed : feeds_) {
-        if (feed->input.IsLogFile() && !core_.GetRequest().asReceived) LookAhead(feed->input, date);
+        if (feed->input.IsLogFile() && !core_.GetRequest().asReceived) LookAhead(feed->input);
     }
     core_.CompletePlan();
     return true;
@@ -69,17 +70,17 @@ bool Pipeline::OpenInput(std::size_t index, std::string& reason) {
 }
 
 // Takes the records of a log that is to be played.
-void Pipeline::LookAhead(const Input& input, const std::optional<GPSTime>& date) {
+void Pipeline::LookAhead(const Input& input) {
     Input again(input.GetPath());
     FileError error;
     // What is wrong with it is said when it is played.
     if (!again.Open(error)) return;
-    const RinexNavigation records = CollectRecords(again, again.NeedsDate() ? date : core_.GetRequest().date);
+    const RinexNavigation records = CollectRecords(again, again.NeedsDate() ? date_ : core_.GetRequest().date);
     core_.TakeRecords(records, NameOf(input.GetPath()));
 }
 
-// Connects the streams, and tells those that do not know their week about when it is, which is returned.
-std::optional<GPSTime> Pipeline::SetDates() {
+// Connects the streams, and tells those that do not know their week about when it is.
+void Pipeline::SetDates() {
     const RunRequest& request = core_.GetRequest();
     const bool isMerged = feeds_.size() > 1;
     std::optional<GPSTime> date = request.date;
@@ -104,7 +105,31 @@ std::optional<GPSTime> Pipeline::SetDates() {
         connect(*feed);
         if (date) feed->input.SetApproximateTime(*date);
     }
-    return date;
+    date_ = date;
+}
+
+std::optional<Pipeline::Span> Pipeline::FindSpan() const {
+    struct Times : ReceiverSink {
+        void OnMeasurements(const GNSS::MeasSet& set) override {
+            const GPSTime time = set.GetGPSTime();
+            if (!span) span = Span{time, time};
+            span->first = std::min(span->first, time);
+            span->last = std::max(span->last, time);
+        }
+        std::optional<Span> span;
+    };
+    Times times;
+    for (const auto& feed : feeds_) {
+        Input again(feed->input.GetPath());
+        FileError error;
+        if (feed->input.GetPath() == StandardInput || !again.Open(error)) continue;
+        again.Connect(times, [](const std::string&) {});
+        const std::optional<GPSTime>& date = again.NeedsDate() ? date_ : core_.GetRequest().date;
+        if (date) again.SetApproximateTime(*date);
+        while (again.Pump()) {
+        }
+    }
+    return times.span;
 }
 
 // Takes the input's next piece; false when it has ended.

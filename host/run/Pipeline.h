@@ -40,19 +40,27 @@ public:
 
     [[nodiscard]] const RunFacts& GetFacts() const { return core_.GetFacts(); }
     [[nodiscard]] RunCore& GetCore() { return core_; }
+    // First and last time of the measurements, by reading them all once more. Nothing where there are none, and for
+    // standard input, which cannot be read twice. After Open.
+    struct Span {
+        GNSS::GPSTime first;
+        GNSS::GPSTime last;
+    };
+    [[nodiscard]] std::optional<Span> FindSpan() const;
 
 private:
     class Feed;
 
     [[nodiscard]] bool OpenInput(std::size_t index, std::string& reason);
-    [[nodiscard]] std::optional<GNSS::GPSTime> SetDates();
-    void LookAhead(const Input& input, const std::optional<GNSS::GPSTime>& date);
+    void SetDates();
+    void LookAhead(const Input& input);
 
     void PlayMerged(const OnProgress& onProgress);
     [[nodiscard]] bool Pump(Feed& feed);
 
     RunCore core_;
     std::vector<std::unique_ptr<Feed>> feeds_;
+    std::optional<GNSS::GPSTime> date_;  // about when it was, for streams that tell no week
 };
 
 }  // namespace Host
