@@ -191,7 +191,7 @@ TEST_F(RunOptions, GoBeforeTheFileAndTheFileBeforeTheDefaults) {
         Run("printf '[live]\nntrip-password = \"geheim\"\n' | tee o.toml >p.toml; chmod 600 p.toml; chmod 644 o.toml; "
             "printf '[live]\nntrip-password = 4711\n' >w.toml; $GNSS run --config p.toml --print-config && "
             "$GNSS run --config p.toml --duration 1 --simulator-speed 100 && "
-            "$GNSS run ntrip://me:geheim@h/M --print-config && ! $GNSS run Ntrip://me:geheim@h/M"),
+            "! $GNSS run ntrip://me:geheim@h/M --print-config && ! $GNSS run Ntrip://me:geheim@h/M"),
         0)
         << err_;
     EXPECT_TRUE(Says("ntrip-password = \"********\"")) << out_;
