@@ -12,6 +12,7 @@ namespace Host {
 //   1  an input cannot be used, or an output cannot be written; of run also: no epoch has a position
 //   2  the command line is wrong
 void AddRunCommand(CLI::App& program, int& exitCode);
+void AddReplayCommand(CLI::App& program, int& exitCode);
 void AddOrbitCommand(CLI::App& program, int& exitCode);
 void AddCompareCommand(CLI::App& program, int& exitCode);
 void AddDecodeCommand(CLI::App& program, int& exitCode);

@@ -16,6 +16,7 @@
 #include "gnss/platform/Number.h"
 #include "host/cli/Commands.h"
 #include "host/cli/Inputs.h"
+#include "host/cli/NumberText.h"
 #include "host/cli/StopSignal.h"
 #include "host/report/Rows.h"
 #include "host/report/Sink.h"
@@ -60,15 +61,6 @@ struct Request {
 constexpr const char* FastSpeed = "max";
 // With it even the longest simulation ends while the machine's clock can tell the time.
 constexpr double SlowestSpeed = 1e-3;
-
-// Not left to the parser of options, to which nan lies in every range and the seed -1 is a large one.
-template <typename Value>
-std::optional<Value> ReadNumber(const std::string& text, Value least, Value most) {
-    Value value{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error == std::errc() && end == text.data() + text.size() && value >= least && value <= most) return value;
-    return std::nullopt;
-}
 
 std::optional<double> ReadFactor(const std::string& text) {
     return ReadNumber(text, 0.0, 1e6);

@@ -58,6 +58,7 @@ int Run(int argc, char** argv) {
         "  gnss sky NAVIGATION --at LAT,LON,HEIGHT --time T --output sky.svg");
     int exitCode = 0;
     Host::AddRunCommand(program, exitCode);
+    Host::AddReplayCommand(program, exitCode);
     Host::AddOrbitCommand(program, exitCode);
     Host::AddCompareCommand(program, exitCode);
     Host::AddDecodeCommand(program, exitCode);

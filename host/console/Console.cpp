@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/console/ConsoleJson.h"
+#include "host/console/ConsoleReplay.h"
 #include "host/live/Secret.h"
 
 namespace Host {
@@ -57,6 +58,29 @@ bool Console::Start(std::function<void()> wake, std::string& reason) {
     return false;
 }
 
+bool Console::StartReplay(ReplayRun& replay, std::string& reason) {
+    replay_ = &replay;
+    replay.SetPrepare([this](RunCore& core) { Join(core); });
+    output_.SetSilence([this] { return replay_->GetStatus().isSeeking; });
+    return Start([this] { PassOn(); }, reason);
+}
+
+// On a thread of the server.
+void Console::PassOn() {
+    for (const ConsoleCommand& command : commands_.Take()) {
+        replay_->Steer([this, command](RunCore& core) {
+            core.SetEnabled(command.satellite, command.isEnabled, "operator at " + command.who);
+            output_.SetEnabled(command.satellite, command.isEnabled);
+        });
+    }
+}
+
+void Console::TickReplay() {
+    const ConsoleRunState state = DescribeReplay(*replay_);
+    output_.SetState(state);
+    if (!state.isSeeking) output_.Tick();
+}
+
 void Console::Work(RunCore& core) {
     for (const ConsoleCommand& command : commands_.Take()) {
         core.SetEnabled(command.satellite, command.isEnabled, "operator at " + command.who);
@@ -85,7 +109,9 @@ ConsoleAnswer Console::Get(std::string_view path, const std::map<std::string, st
 }
 
 ConsoleAnswer Console::Post(std::string_view command, std::string_view body, std::string_view who) {
-    return commands_.Post(command, body, who);
+    if (command != "replay") return commands_.Post(command, body, who);
+    if (replay_ != nullptr) return SteerReplay(*replay_, body);
+    return {409, "application/json", ConsoleJson::Error("this run is no replay")};
 }
 
 }  // namespace Host

@@ -14,6 +14,7 @@
 #include "host/console/ConsoleServer.h"
 #include "host/console/ConsoleSky.h"
 #include "host/console/ConsoleStores.h"
+#include "host/run/ReplayRun.h"
 #include "host/run/RunCore.h"
 #include "host/run/RunSettings.h"
 
@@ -28,12 +29,16 @@ public:
 
     // Reads tokens and address. False with a reason for a person.
     [[nodiscard]] bool Configure(const RunSettings& settings, std::string& reason);
-    // The views listen to the run's stores: before it opens its inputs.
+    // The views listen to the run's stores: before it opens its inputs. Of a replay, to those of each of its runs.
     void Join(RunCore& core) { stores_.Join(core.GetTree()); }
     [[nodiscard]] ConsoleOutput& GetOutput() { return output_; }
     // Serves from now on. `wake` ends a wait of the run's, so that it calls Work; any thread calls it until Stop.
     [[nodiscard]] bool Start(std::function<void()> wake, std::string& reason);
 
+    // Of a replay, which is not begun yet: what operators ask for goes to it by itself. TickReplay is then called in
+    // the place of Work.
+    [[nodiscard]] bool StartReplay(ReplayRun& replay, std::string& reason);
+    void TickReplay();
     // Does what operators have asked for, and shows what is due: as often as one likes, each second at least.
     void Work(RunCore& core);
     // The run is over: its last state is shown on, and no command is taken. Then Work is not called, but GetOutput's
@@ -49,6 +54,8 @@ public:
     [[nodiscard]] ConsoleAnswer Post(std::string_view command, std::string_view body, std::string_view who) override;
 
 private:
+    void PassOn();
+
     ConsoleHub hub_;
     ConsoleSky sky_;
     ConsoleStores stores_;
@@ -56,6 +63,7 @@ private:
     ConsoleOutput output_;
     ConsoleServerSettings serving_;
     std::unique_ptr<ConsoleServer> server_;
+    ReplayRun* replay_ = nullptr;
 };
 
 }  // namespace Host

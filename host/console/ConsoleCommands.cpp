@@ -36,18 +36,19 @@ std::optional<ConsoleCommand> ParseHealth(std::string_view body) {
 }  // namespace
 
 ConsoleAnswer ConsoleCommands::Post(std::string_view command, std::string_view body, std::string_view who) {
-    if (command == "replay") return Refuse(409, "this run is no replay");
     if (command != "health") return Refuse(404, "there is no such command");
     std::optional<ConsoleCommand> parsed = ParseHealth(body);
     if (!parsed)
         return Refuse(400,
                       R"(write {"satellite":"G05","enabled":false}, with a satellite from G01 to G32 or R01 to R24)");
     parsed->who = CleanText(who);
-    const std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
     if (!closed_.empty()) return Refuse(409, closed_);
     if (waiting_.size() >= MaxWaiting) return Refuse(503, "the run takes no commands at present");
     waiting_.push_back(std::move(*parsed));
-    if (wake_) wake_();
+    const std::function<void()> wake = wake_;
+    lock.unlock();
+    if (wake) wake();
     return {202, "application/json", "{}"};
 }
 

@@ -29,7 +29,8 @@ public:
     [[nodiscard]] ConsoleAnswer Post(std::string_view command, std::string_view body, std::string_view who);
 
     // Those of the run's thread.
-    // Commands are taken from now on. The function wakes the run and may be called by any thread until Close.
+    // Commands are taken from now on. The function wakes the run, or takes them to it; whoever posts a command calls
+    // it.
     void Open(std::function<void()> wake);
     // No command is taken any more, for a reason in words.
     void Close(std::string reason);

@@ -53,6 +53,11 @@ std::string PrintSettings(const RunSettings& settings) {
     return json + ']';
 }
 
+// What was published before is no part of it any more.
+const char* PrintReset(bool isNew) {
+    return isNew ? "\"reset\":true," : "";
+}
+
 // {"first":N,"rows":[...]} of what has been added since; false when that is nothing.
 bool PrintIncrement(const ConsoleRows& rows, std::int64_t& shown, const std::string& head, std::string& json) {
     if (rows.GetNext() == shown) return false;
@@ -79,16 +84,21 @@ ConsoleOutput::ConsoleOutput(const RunSettings& settings, const std::string& ver
       clock_(std::move(clock)),
       version_(version),
       settings_(PrintSettings(settings)),
-      isReferenceGiven_(settings.referencePlace.has_value()),
+      disabledGPS_(settings.request.disabledGPS),
+      disabledGlonass_(settings.request.disabledGlonass),
       fixJson_(FixRow::Columns()),
       satelliteJson_(SatelliteRow::Columns()),
       series_(MaxSeries),
       events_(MaxEvents) {
-    if (settings.referencePlace) grid_.emplace(*settings.referencePlace, GNSS::Spheroid::WGS84);
+    if (settings.referencePlace) reference_.emplace(*settings.referencePlace, GNSS::Spheroid::WGS84);
+    EnableAsAtFirst();
+}
+
+void ConsoleOutput::EnableAsAtFirst() {
     gps_.fill(true);
     glonass_.fill(true);
-    for (const GNSS::PRN& prn : settings.request.disabledGPS) gps_.at(static_cast<std::size_t>(int{prn})) = false;
-    for (const auto& slot : settings.request.disabledGlonass) glonass_.at(static_cast<std::size_t>(int{slot})) = false;
+    for (const GNSS::PRN& prn : disabledGPS_) gps_.at(static_cast<std::size_t>(int{prn})) = false;
+    for (const auto& slot : disabledGlonass_) glonass_.at(static_cast<std::size_t>(int{slot})) = false;
 }
 
 // "made" and "utc", which every panel begins with.
@@ -109,6 +119,7 @@ void ConsoleOutput::SetState(const ConsoleRunState& state) {
 void ConsoleOutput::SetEnabled(const Satellite& satellite, bool isEnabled) {
     const auto number = static_cast<std::size_t>(satellite.number);
     (satellite.system == 'G' ? gps_.at(number) : glonass_.at(number)) = isEnabled;
+    if (IsSilent()) return;
     PublishHealth();
     incrementsDue_ = {};
     PublishIncrements();
@@ -120,8 +131,24 @@ bool ConsoleOutput::IsEnabled(const FixSatellite& satellite) const {
 }
 
 void ConsoleOutput::Begin(const RunFacts& facts) {
+    const bool isAgain = facts_ != nullptr;
     facts_ = &facts;
-    PublishSlow();
+    grid_ = reference_;
+    if (isAgain) {
+        EnableAsAtFirst();
+        nmrFixes_ = nmrEpochs_ = 0;
+        waiting_.reset();
+        last_.reset();
+        now_.reset();
+        step_ = stepBefore_ = 0.0;
+        notes_ = {};
+        series_.Clear();
+        events_.Clear();
+        seriesShown_ = series_.GetNext();
+        eventsShown_ = events_.GetNext();
+        isSeriesNew_ = areEventsNew_ = true;
+    }
+    if (!IsSilent()) PublishSlow();
 }
 
 void ConsoleOutput::OnFix(const PublishedFix& fix) {
@@ -134,7 +161,7 @@ void ConsoleOutput::OnFix(const PublishedFix& fix) {
     AddToSeries(fix, FiguresOf(result));
     notes_.Add(result.time, fix.notes);
     const SteadyTime now = clock_();
-    if (now >= fastDue_) {
+    if (now >= fastDue_ && !IsSilent()) {
         fastDue_ = now + FastPeriod;
         PublishFix(fix);
         incrementsDue_ = {};
@@ -204,7 +231,7 @@ void ConsoleOutput::OnEvent(const RunEvent& event) {
     if (event.time && (!now_ || *now_ < *event.time)) now_ = event.time;
     events_.Add("{\"utc\":" + ConsoleJson::Time(event.time) + ",\"source\":" + Short(event.source) +
                 ",\"text\":" + Short(event.text) + '}');
-    PublishIncrements();
+    if (!IsSilent()) PublishIncrements();
 }
 
 void ConsoleOutput::PublishIncrements() {
@@ -212,12 +239,25 @@ void ConsoleOutput::PublishIncrements() {
     if (now < incrementsDue_) return;
     incrementsDue_ = now + FastPeriod;
     std::string json;
-    if (PrintIncrement(events_, eventsShown_, Head(), json)) Publish("events", json);
-    if (PrintIncrement(series_, seriesShown_, Head() + "\"columns\":" + SeriesColumns + ',', json))
+    if (PrintIncrement(events_, eventsShown_, Head() + PrintReset(areEventsNew_), json)) {
+        Publish("events", json);
+        areEventsNew_ = false;
+    }
+    if (PrintIncrement(series_, seriesShown_, Head() + PrintReset(isSeriesNew_) + "\"columns\":" + SeriesColumns + ',',
+                       json)) {
         Publish("series", json);
+        isSeriesNew_ = false;
+    }
+}
+
+bool ConsoleOutput::IsSilent() {
+    const bool isSilent = isSilent_ && isSilent_();
+    isBehind_ = isBehind_ || isSilent;
+    return isSilent;
 }
 
 void ConsoleOutput::Tick() {
+    if (std::exchange(isBehind_, false)) return PublishAll();
     const SteadyTime now = clock_();
     if (waiting_ && now >= fastDue_) {
         fastDue_ = now + FastPeriod;
@@ -269,7 +309,7 @@ void ConsoleOutput::PublishRun() {
                                  interval > 0.0 ? Number(interval, 3) : "null", nmrEpochs_, nmrFixes_, counts.repeated,
                                  counts.outOfOrder, Number(state_.speed, 3), ConsoleJson::Time(state_.from),
                                  ConsoleJson::Time(state_.to), Bool(state_.isSeeking),
-                                 isReferenceGiven_ ? "\"the reference given\"" : "\"the first position\"", ages,
+                                 reference_ ? "\"the reference given\"" : "\"the first position\"", ages,
                                  Quote(version_), settings_));
 }
 

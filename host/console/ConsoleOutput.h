@@ -38,6 +38,9 @@ struct ConsoleRunState {
     bool isSeeking = false;
 };
 
+// A run may begin again, as a replay does that is put back: all is then as at the first beginning, but what is numbered
+// is numbered on, and what has been published stays until something takes its place.
+//
 // However fast the epochs come, they are shown MaxRate times a second at most, and each is in the series; the newest is
 // out within a second, provided that Tick is called each second. Everything but the two Print functions is for the
 // thread of the run. Takes the same room however long the run goes on.
@@ -59,6 +62,8 @@ public:
     void SetSources(Sources sources) { sources_ = std::move(sources); }
     // Whether the run is to end, for one that asks its outputs.
     void SetStop(std::function<bool()> isStopped) { isStopped_ = std::move(isStopped); }
+    // Whether nothing is to be published for the time being, but Tick's.
+    void SetSilence(std::function<bool()> isSilent) { isSilent_ = std::move(isSilent); }
     void SetState(const ConsoleRunState& state);
     [[nodiscard]] const ConsoleRunState& GetState() const { return state_; }
     // The operator has enabled or disabled a satellite.
@@ -84,6 +89,7 @@ private:
 
     [[nodiscard]] std::string Head();
     void Publish(const char* panel, std::string json);
+    void EnableAsAtFirst();
     void PublishFix(const PublishedFix& fix);
     void PublishIncrements();
     void PublishSlow();
@@ -91,6 +97,7 @@ private:
     void PublishSources();
     void PublishHealth();
     void AddToSeries(const PublishedFix& fix, const FixFigures& figures);
+    [[nodiscard]] bool IsSilent();
     [[nodiscard]] bool IsEnabled(const FixSatellite& satellite) const;
 
     ConsoleHub& hub_;
@@ -99,15 +106,18 @@ private:
     SteadyClock clock_;
     Sources sources_;
     std::function<bool()> isStopped_;
+    std::function<bool()> isSilent_;
     std::string version_;
-    std::string settings_;  // JSON
+    std::string settings_;                // JSON
+    std::vector<GNSS::PRN> disabledGPS_;  // at the beginning
+    std::vector<GNSS::Glonass::Slot> disabledGlonass_;
     const RunFacts* facts_ = nullptr;
     ConsoleRunState state_;
     std::array<bool, NmrGPS + 1> gps_{};  // enabled, by number
     std::array<bool, NmrGlonass + 1> glonass_{};
 
-    bool isReferenceGiven_ = false;
-    std::optional<GNSS::LocalGrid> grid_;  // from the first position, unless a reference is given
+    std::optional<GNSS::LocalGrid> reference_;  // that was given
+    std::optional<GNSS::LocalGrid> grid_;       // from the first position, unless a reference is given
     std::int64_t nmrFixes_ = 0;
     std::int64_t nmrEpochs_ = 0;
     std::optional<PublishedFix> waiting_;  // has not been shown
@@ -116,7 +126,8 @@ private:
     double step_ = 0.0;                    // s between the last two epochs
     double stepBefore_ = 0.0;
     GNSS::Constellation constellation_;
-    bool isFresh_ = false;  // there was an epoch since the slow panels were published
+    bool isBehind_ = false;  // nothing has been published for a while on purpose
+    bool isFresh_ = false;   // there was an epoch since the slow panels were published
 
     FixRow fixRow_;
     SatelliteRow satelliteRow_;
@@ -126,6 +137,8 @@ private:
     ConsoleRows events_;
     std::int64_t seriesShown_ = 0;  // rows that have been published
     std::int64_t eventsShown_ = 0;
+    bool isSeriesNew_ = false;  // begun again since it was published
+    bool areEventsNew_ = false;
     ConsoleNotes notes_;
 
     std::int64_t made_ = 0;

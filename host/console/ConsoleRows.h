@@ -22,6 +22,11 @@ public:
         ++next_;
         if (rows_.size() > most_) rows_.pop_front();
     }
+    // Forgets the rows; counting goes on.
+    void Clear() {
+        const std::lock_guard lock(mutex_);
+        rows_.clear();
+    }
     // Of the row that will be added next.
     [[nodiscard]] std::int64_t GetNext() const {
         const std::lock_guard lock(mutex_);

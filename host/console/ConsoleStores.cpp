@@ -71,6 +71,10 @@ ConsoleStores::ConsoleStores()
       watch_(std::make_shared<StoreWatch>()) {}
 
 void ConsoleStores::Join(StoreTree& tree) {
+    almanac_->Clear();
+    ephemeris_->Clear();
+    glonass_->Clear();
+    watch_ = std::make_shared<StoreWatch>();
     tree.Join(almanac_);
     tree.Join(ephemeris_);
     tree.Join(glonass_);

@@ -23,7 +23,8 @@ class ConsoleStores {
 public:
     ConsoleStores();
 
-    // The run's thread, before anything is published. The tree may go first or last.
+    // The run's thread, before anything is published. The tree may go first or last; another one may come in its place,
+    // with which all begins empty.
     void Join(StoreTree& tree);
     // The panel's members: how many satellites each store has, and the number of its changes so far. The run's thread.
     [[nodiscard]] std::string Print();

@@ -50,8 +50,7 @@ export class Replay {
         find("replay").hidden = run.kind !== "replay";
         document.body.classList.toggle("has-replay", run.kind === "replay");
         if (run.kind !== "replay") return;
-        setText(this.play, run.state === "running" ? "❚❚ Pause" : "▶ Play");
-        this.play.disabled = !this.maySteer || run.state === "ended";
+        setText(this.play, run.state === "running" ? "❚❚ Pause" : run.state === "ended" ? "▶ Again" : "▶ Play");
         if (document.activeElement !== this.speed) {
             // A speed of the command line may be none of ours.
             if (!Speeds.includes(run.speed) && !this.speed.querySelector(`[value="${Number(run.speed)}"]`))

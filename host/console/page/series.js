@@ -63,6 +63,7 @@ export class Series extends EventTarget {
 
     #append(part) {
         if (part.columns) this.columns = part.columns;
+        if (part.reset) for (const values of this.#data.values()) values.length = 0;
         for (const name of this.columns) if (!this.#data.has(name)) this.#data.set(name, []);
         const times = this.#data.get("t");
         if (!times) return;

@@ -94,6 +94,7 @@ export function showEvents(stream) {
     let isFetching = false;
 
     const append = (part) => {
+        if (part.reset) rows = [];
         const fresh = next === null ? part.rows : part.rows.slice(Math.max(0, next - part.first));
         next = Math.max(next ?? 0, part.first + part.rows.length);
         rows = [...fresh.slice().reverse(), ...rows].slice(0, MostEvents);
