@@ -46,8 +46,11 @@ std::string PrintSettings(const RunSettings& settings) {
     std::string json = "[";
     for (const Setting& setting : GetSettings()) {
         std::string value = setting.print(settings);
-        const bool isEnclosed = value.size() >= 2 && (value.front() == '"' || value.front() == '[');
-        if (isEnclosed) value = value.substr(1, value.size() - 2);
+        const std::size_t edge = value.starts_with("[\"") ? 2 : value.starts_with('"') || value == "[]" ? 1 : 0;
+        value = value.substr(edge, value.size() - 2 * edge);
+        constexpr std::string_view Between = "\", \"";
+        for (std::size_t at = value.find(Between); edge == 2 && at != std::string::npos; at = value.find(Between, at))
+            value.replace(at, Between.size(), ", ");
         json += (json.size() > 1 ? ",[" : "[") + Quote(setting.GetName()) + ',' + Quote(value) + ']';
     }
     return json + ']';
