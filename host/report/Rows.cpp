@@ -176,7 +176,7 @@ bool ParseForm(std::string_view text, Form& form) {
     return true;
 }
 
-JsonRows::JsonRows(std::vector<Column> columns) {
+JsonRows::JsonRows(const std::vector<Column>& columns) {
     for (const Column& column : columns) {
         names_.push_back("\"" + FullName(column) + "\":");
         decimals_.push_back(column.decimals);

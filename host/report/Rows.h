@@ -35,7 +35,7 @@ enum class Form { Table, Csv, Ndjson };
 // Rows as JSON objects of one set of columns, as NDJSON has them.
 class JsonRows {
 public:
-    explicit JsonRows(std::vector<Column> columns);
+    explicit JsonRows(const std::vector<Column>& columns);
 
     // Appends {"gps_week":1590,...}; texts are taken as they are, but for what JSON must escape.
     void Append(std::span<const Cell> cells, std::string& to) const;
