@@ -1,6 +1,6 @@
 // The constellation, the sources, the events and the run as tables.
 
-import { bytes, clock, find, fixed, setAttribute, setText, span, Table, whole } from "./dom.js";
+import { bytes, clock, find, fixed, make, setAttribute, setText, span, Table, whole } from "./dom.js";
 import { getJson } from "./stream.js";
 
 const MostEvents = 1000;
@@ -89,6 +89,11 @@ export function showEvents(stream) {
         { head: "Event", isText: true, of: (row) => (row.source ? `${row.source}: ${row.text ?? ""}` : (row.text ?? "")) },
     ]);
     const full = new Table(find("events"), "Events", columns);
+    const none = ["events-brief", "events"].map((id) => {
+        const text = make("p", { class: "hint" }, "No events: nothing has happened yet.");
+        find(id).after(text);
+        return text;
+    });
     let rows = [];
     let next = null;
     let isFetching = false;
@@ -100,6 +105,7 @@ export function showEvents(stream) {
         rows = [...fresh.slice().reverse(), ...rows].slice(0, MostEvents);
         brief.show(rows.slice(0, BriefEvents));
         full.show(rows);
+        for (const text of none) text.hidden = rows.length > 0;
     };
     stream.on("events", async (part) => {
         if (isFetching) return;
