@@ -97,9 +97,11 @@ export function showEvents(stream) {
     let rows = [];
     let next = null;
     let isFetching = false;
+    const waiting = [];
 
     const append = (part) => {
-        if (part.reset) rows = [];
+        // What has been fetched since it began anew stays.
+        if (part.reset && part.first >= (next ?? 0)) rows = [];
         const fresh = next === null ? part.rows : part.rows.slice(Math.max(0, next - part.first));
         next = Math.max(next ?? 0, part.first + part.rows.length);
         rows = [...fresh.slice().reverse(), ...rows].slice(0, MostEvents);
@@ -108,7 +110,7 @@ export function showEvents(stream) {
         for (const text of none) text.hidden = rows.length > 0;
     };
     stream.on("events", async (part) => {
-        if (isFetching) return;
+        if (isFetching) return void waiting.push(part);
         if (next === null || part.first > next) {
             isFetching = true;
             try {
@@ -122,6 +124,7 @@ export function showEvents(stream) {
             isFetching = false;
         }
         append(part);
+        for (const one of waiting.splice(0)) append(one);
     });
     // After a break the server may be another one.
     stream.addEventListener("state", () => {
