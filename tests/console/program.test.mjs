@@ -10,10 +10,9 @@ import path from "node:path";
 import { after, afterEach, before, beforeEach, test } from "node:test";
 import * as browser from "./browser.mjs";
 import { expectFit, expectHarmless, Hostile, isLive, open, picture, text, until, Views } from "./browser.mjs";
-import { Gnss, program } from "./program.mjs";
+import { Gnss, Log, program } from "./program.mjs";
 
 const Data = process.env.GNSS_TEST_DATA ?? "";
-const Log = ["ESBC00DNK_R_20201770000_01D_30S_MO_GR.rnx.gz", "ESBC00DNK_R_20201770000_01D_MN.rnx.gz"];
 const ofProgram = { skip: Gnss ? false : "GNSS does not say where the program is" };
 const ofData = { skip: ofProgram.skip || (Data ? false : "no test data") };
 const folder = mkdtempSync(path.join(tmpdir(), "console-"));
