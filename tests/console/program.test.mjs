@@ -153,6 +153,7 @@ test("tokens: none and a wrong one stay out, one looks, one steers", ofProgram, 
 
     await page.click("#logout");
     await enter("steer-0123456789abcdef0123456789");
+    await page.click("#tab-satellites");
     await page.locator("#health button[aria-label^=G05]:enabled").waitFor();
     assert.equal(await switchOff(), 202);
     await until(page, () => document.querySelector("#health button[aria-label^=G05]").ariaChecked === "false");
