@@ -193,7 +193,7 @@ test("a log, its names and a caster that mean harm show as text", ofProgram, asy
             await expectHarmless(page);
         }
         const live = await open(await start(["run", "simulator", `ntrip://127.0.0.1:${caster.address().port}/<b>bold&amp;`]), "sources");
-        await live.locator("#source-table td.why").filter({ hasText: /403|refus|caster/i }).waitFor();
+        await live.locator("#events td", { hasText: `the caster says "HTTP/1.1 403 ${Hostile[0]}${Hostile[1]}` }).waitFor();
         await isLive(live);
         await expectHarmless(live);
     } finally {
