@@ -61,9 +61,11 @@ const char* PrintReset(bool isNew) {
     return isNew ? "\"reset\":true," : "";
 }
 
-// {"first":N,"rows":[...]} of what has been added since; false when that is nothing.
-bool PrintIncrement(const ConsoleRows& rows, std::int64_t& shown, const std::string& head, std::string& json) {
-    if (rows.GetNext() == shown) return false;
+// {"first":N,"rows":[...]} of what has been added since; false when that is nothing. That there is nothing any more is
+// told.
+bool PrintIncrement(const ConsoleRows& rows, bool isNew, std::int64_t& shown, const std::string& head,
+                    std::string& json) {
+    if (!isNew && rows.GetNext() == shown) return false;
     std::string list;
     const auto [first, next] = rows.Print(shown, list);
     json = fmt::format("{}\"first\":{},\"rows\":{}}}", head, first, list);
@@ -242,12 +244,12 @@ void ConsoleOutput::PublishIncrements() {
     if (now < incrementsDue_) return;
     incrementsDue_ = now + FastPeriod;
     std::string json;
-    if (PrintIncrement(events_, eventsShown_, Head() + PrintReset(areEventsNew_), json)) {
+    if (PrintIncrement(events_, areEventsNew_, eventsShown_, Head() + PrintReset(areEventsNew_), json)) {
         Publish("events", json);
         areEventsNew_ = false;
     }
-    if (PrintIncrement(series_, seriesShown_, Head() + PrintReset(isSeriesNew_) + "\"columns\":" + SeriesColumns + ',',
-                       json)) {
+    if (PrintIncrement(series_, isSeriesNew_, seriesShown_,
+                       Head() + PrintReset(isSeriesNew_) + "\"columns\":" + SeriesColumns + ',', json)) {
         Publish("series", json);
         isSeriesNew_ = false;
     }

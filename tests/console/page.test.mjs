@@ -1,74 +1,52 @@
 // The console's page in a browser: against the mock, or the program at CONSOLE_URL (a live run that may be steered).
 
 import assert from "node:assert/strict";
-import { readFile } from "node:fs/promises";
-import { createRequire } from "node:module";
 import { after, afterEach, before, beforeEach, test } from "node:test";
-import { chromium } from "playwright-core";
+import * as browser from "./browser.mjs";
+import { expectFit, expectHarmless, Hostile, isLive, picture, text, until, Views } from "./browser.mjs";
 import { serve } from "./mock.mjs";
+import { program } from "./program.mjs";
 import { proxy } from "./proxy.mjs";
 
 const Given = process.env.CONSOLE_URL || null;
-const Axe = await readFile(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
-const Patience = 25000; // ms; the machine may have other work
-const Sizes = [
-    [1280, 800],
-    [390, 844],
-    [1920, 1080],
-];
-const Hostile = [`<img src=x onerror="window.isHit=1">`, `</script><script>window.isHit=1</script>`, `"'&amp;<b>bold</b>\u202e`];
-const ofMock = { skip: Given ? "needs the mock" : false };
+// Between them the mock and the program have each size in light and dark.
+const Looks = Given
+    ? [[1280, 800, "dark"], [390, 844, "light"], [1920, 1080, "dark"]]
+    : [[1280, 800, "light"], [390, 844, "dark"], [1920, 1080, "light"]];
+// What the real program has as well is tested with it, in program.test.mjs.
+const testOfMock = Given ? () => {} : test;
 
-let browser, mock, line, pages, complaints;
+let mock, line;
 
+let target = Given;
+let simulator;
 before(async () => {
-    browser = await chromium.launch({
-        executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
-        args: process.getuid() === 0 ? ["--no-sandbox"] : [],
-    });
+    if (Given === "simulator") target = (simulator = await program(["run", "--simulator-speed", "4"])).url;
+    await browser.launch();
 });
-after(() => browser.close());
+after(async () => {
+    await browser.quit();
+    await simulator?.close();
+});
 beforeEach(() => start());
 afterEach(async () => {
-    for (const page of pages) await page.context().close();
-    line.close();
-    mock?.close();
-    // Neither an error of the page's own nor a refusal by the policy.
-    assert.deepEqual(complaints, []);
+    try {
+        await browser.end();
+    } finally {
+        line.close();
+        mock?.close();
+    }
 });
 
 async function start(options) {
     line?.close();
     mock?.close();
     mock = Given ? null : await serve(options);
-    line = await proxy(Given ?? mock.url);
-    pages = [];
-    complaints = [];
+    line = await proxy(target ?? mock.url);
+    browser.begin();
 }
 
-async function open(view = "overview", options = {}) {
-    const context = await browser.newContext({ viewport: { width: 1280, height: 800 }, colorScheme: "dark", ...options });
-    const page = await context.newPage();
-    page.on("pageerror", (error) => complaints.push(error.message));
-    page.on("console", (message) => {
-        if (/Content Security|^panel /.test(message.text())) complaints.push(message.text());
-    });
-    page.setDefaultTimeout(Patience);
-    pages.push(page);
-    await page.goto(`${line.url}/#${view}`);
-    return page;
-}
-
-const text = (page, selector) => page.locator(selector).innerText();
-const until = (page, what, argument) => page.waitForFunction(what, argument, { timeout: Patience });
-const isLive = (page) => until(page, () => /[✓✕?]/.test(document.querySelector("#tile-test .figure").textContent));
-// The pixels of a canvas, as one number.
-const picture = (page) =>
-    page.evaluate(() => {
-        const { width, height } = document.querySelector("#series-plot canvas");
-        const { data } = document.querySelector("#series-plot canvas").getContext("2d").getImageData(0, 0, width, height);
-        return data.reduce((sum, byte, at) => (sum + byte * (at % 9973)) % 1e9, 0);
-    });
+const open = (view, options) => browser.open(line.url, view, options);
 
 test("the plot moves, and so do the figures and the sky", async () => {
     const page = await open();
@@ -125,7 +103,7 @@ test("a satellite that is switched off is posted and leaves the fix within two e
     await page.locator("#constellation tr", { hasText: name }).getByText("used").waitFor();
 });
 
-test("who may only look cannot steer, and is told why", ofMock, async () => {
+testOfMock("who may only look cannot steer, and is told why", async () => {
     await start({ right: "view" });
     const page = await open("satellites");
     await page.waitForSelector("#health button");
@@ -133,7 +111,7 @@ test("who may only look cannot steer, and is told why", ofMock, async () => {
     assert.match(await text(page, "#health-hint"), /not steer/);
 });
 
-test("a token lets in, a wrong one does not", ofMock, async () => {
+testOfMock("a token lets in, a wrong one does not", async () => {
     await start({ token: "open sesame" });
     const page = await open();
     for (const [token, isIn] of [
@@ -233,8 +211,7 @@ test("text from outside shows as text", async () => {
         await page.click("#tab-stores");
         await page.locator("#store th", { hasText: Hostile[0] }).waitFor();
     }
-    const found = await page.evaluate(() => [window.isHit, document.querySelectorAll("main img[src=x], main b b, main script").length]);
-    assert.deepEqual(found, [undefined, 0]);
+    await expectHarmless(page);
 });
 
 test("store views are copied", async () => {
@@ -254,7 +231,7 @@ test("store views are copied", async () => {
     assert.equal(await copied(), first);
 });
 
-test("a replay is paused, sped up and put elsewhere", ofMock, async () => {
+testOfMock("a replay is paused, sped up and put elsewhere", async () => {
     await start({ kind: "replay" });
     const page = await open();
     await isLive(page);
@@ -283,7 +260,7 @@ test("a replay is paused, sped up and put elsewhere", ofMock, async () => {
 test("all controls are reached by keyboard, and show it", async () => {
     const page = await open();
     await isLive(page);
-    for (const view of ["overview", "quality", "satellites", "stores", "sources"]) {
+    for (const view of Views) {
         await page.locator(`#tab-${view}`).click();
         await page.waitForTimeout(300);
         const wanted = await page.evaluate(() => {
@@ -310,23 +287,9 @@ test("all controls are reached by keyboard, and show it", async () => {
     }
 });
 
-for (const [width, height] of Sizes)
-    for (const colorScheme of ["light", "dark"])
-        test(`${width}x${height} ${colorScheme}: nothing is cut off, and axe finds nothing serious`, async () => {
-            const page = await open("overview", { viewport: { width, height }, colorScheme });
-            await isLive(page);
-            for (const view of ["overview", "quality", "satellites", "stores", "sources"]) {
-                await page.evaluate((to) => (location.hash = to), view);
-                await page.waitForTimeout(700);
-                const size = await page.evaluate(() => [document.documentElement.scrollWidth, document.documentElement.scrollHeight]);
-                assert.ok(size[0] <= width, `${view} is ${size[0]} wide`);
-                if (width >= 1280) assert.ok(size[1] <= height, `${view} is ${size[1]} high`);
-                // Not by a script element: the policy holds for axe, too.
-                await page.evaluate(Axe);
-                const found = await page.evaluate(() => axe.run(document, { resultTypes: ["violations"] }));
-                const serious = found.violations
-                    .filter((one) => ["serious", "critical"].includes(one.impact))
-                    .map((one) => `${view}: ${one.id}: ${one.nodes.slice(0, 3).map((node) => `${node.target} ${node.any[0]?.message ?? ""}`).join("; ")}`);
-                assert.deepEqual(serious, []);
-            }
-        });
+for (const [width, height, colorScheme] of Looks)
+    test(`${width}x${height} ${colorScheme}: nothing is cut off, and axe finds nothing serious`, async () => {
+        const page = await open("overview", { viewport: { width, height }, colorScheme });
+        await isLive(page);
+        await expectFit(page, { width, height });
+    });

@@ -212,7 +212,7 @@ class Plot {
             {
                 width: 300,
                 height: 150,
-                padding: [8, 10, 0, 0],
+                padding: [8, 20, 0, 0], // half of a time at the right end
                 legend: { show: false },
                 tzDate: (t) => uPlot.tzDate(new Date(t * 1000), "Etc/UTC"),
                 cursor: {

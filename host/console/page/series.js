@@ -36,6 +36,8 @@ export class Series extends EventTarget {
 
     async #take(part) {
         if (this.#fetching) return void this.#waiting.push(part);
+        // Begun anew and not heard in time: nothing of what is here is left.
+        if (part.reset && part.first > this.#next) this.#next = null;
         if (this.#next === null || part.first > this.#next) {
             if (!(await this.#fetch(this.#next ?? 0))) return; // the next increment asks again
         }
@@ -63,7 +65,9 @@ export class Series extends EventTarget {
 
     #append(part) {
         if (part.columns) this.columns = part.columns;
-        if (part.reset) for (const values of this.#data.values()) values.length = 0;
+        // What has been fetched since it began anew stays: the newest text of a paused replay may well be a reset.
+        const isReset = part.reset && part.first >= (this.#next ?? 0);
+        if (isReset) for (const values of this.#data.values()) values.length = 0;
         for (const name of this.columns) if (!this.#data.has(name)) this.#data.set(name, []);
         const times = this.#data.get("t");
         if (!times) return;
@@ -84,7 +88,7 @@ export class Series extends EventTarget {
         }
         const surplus = times.length - MostRows;
         if (surplus > 600) for (const values of this.#data.values()) values.splice(0, surplus);
-        if (rows.length > 0) this.dispatchEvent(new Event("change"));
+        if (rows.length > 0 || isReset) this.dispatchEvent(new Event("change"));
     }
 
     // Columns of a plot between two times: [[t...], [values...], ...], with a hole wherever epochs are missing.

@@ -51,7 +51,8 @@ export class Stream extends EventTarget {
     // Seconds since the data of a panel was new; null before the first.
     age(panel) {
         const newest = this.#panels.get(OnChange.has(panel) ? "run" : panel);
-        if (!newest || !this.#panels.has(panel)) return null;
+        // No events are news as well, and as old as the run that has none.
+        if (!newest || (panel !== "events" && !this.#panels.has(panel))) return null;
         const atFirst = typeof newest.data.age_s === "number" ? newest.data.age_s : 0;
         return (performance.now() - newest.at) / 1000 + atFirst;
     }

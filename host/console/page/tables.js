@@ -1,6 +1,6 @@
 // The constellation, the sources, the events and the run as tables.
 
-import { bytes, clock, find, fixed, setAttribute, setText, span, Table, whole } from "./dom.js";
+import { bytes, clock, find, fixed, make, setAttribute, setText, span, Table, whole } from "./dom.js";
 import { getJson } from "./stream.js";
 
 const MostEvents = 1000;
@@ -89,20 +89,28 @@ export function showEvents(stream) {
         { head: "Event", isText: true, of: (row) => (row.source ? `${row.source}: ${row.text ?? ""}` : (row.text ?? "")) },
     ]);
     const full = new Table(find("events"), "Events", columns);
+    const none = ["events-brief", "events"].map((id) => {
+        const text = make("p", { class: "hint" }, "No events: nothing has happened yet.");
+        find(id).after(text);
+        return text;
+    });
     let rows = [];
     let next = null;
     let isFetching = false;
+    const waiting = [];
 
     const append = (part) => {
-        if (part.reset) rows = [];
+        // What has been fetched since it began anew stays.
+        if (part.reset && part.first >= (next ?? 0)) rows = [];
         const fresh = next === null ? part.rows : part.rows.slice(Math.max(0, next - part.first));
         next = Math.max(next ?? 0, part.first + part.rows.length);
         rows = [...fresh.slice().reverse(), ...rows].slice(0, MostEvents);
         brief.show(rows.slice(0, BriefEvents));
         full.show(rows);
+        for (const text of none) text.hidden = rows.length > 0;
     };
     stream.on("events", async (part) => {
-        if (isFetching) return;
+        if (isFetching) return void waiting.push(part);
         if (next === null || part.first > next) {
             isFetching = true;
             try {
@@ -116,6 +124,7 @@ export function showEvents(stream) {
             isFetching = false;
         }
         append(part);
+        for (const one of waiting.splice(0)) append(one);
     });
     // After a break the server may be another one.
     stream.addEventListener("state", () => {
