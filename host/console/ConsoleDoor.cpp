@@ -47,9 +47,10 @@ int CheckSite(const HttpHead& head, const HttpAuthority& host) {
     if (nmrOrigins > 0 && !IsSameOrigin(head.GetValue("origin"), host)) return 403;
     if (isPost && nmrOrigins == 0 && nmrSites == 0) return 403;
     if (nmrSites == 0 || site == "same-origin") return 200;
-    // "none" is an address bar. Another site may have a link to the page, but not to what the page fetches.
-    const bool isFetch = head.GetTarget().starts_with("/api");
-    return isPost || (isFetch && site != "none") ? 403 : 200;
+    // "none" is an address bar. Another site may have a link to the page, but to nothing else, by whatever spelling.
+    const std::string_view path = std::string_view(head.GetTarget()).substr(0, head.GetTarget().find('?'));
+    const bool isPage = path == "/" || path == "/login";
+    return isPost || (!isPage && site != "none") ? 403 : 200;
 }
 
 }  // namespace

@@ -46,6 +46,9 @@ std::string PrintSettings(const RunSettings& settings) {
     std::string json = "[";
     for (const Setting& setting : GetSettings()) {
         std::string value = setting.print(settings);
+        // Where a secret lies is not for who looks either.
+        const std::string_view key = setting.key;
+        if ((key.ends_with("token_file") || key.ends_with("password-file")) && value != "\"\"") value = "\"***\"";
         const std::size_t edge = value.starts_with("[\"") ? 2 : value.starts_with('"') || value == "[]" ? 1 : 0;
         value = value.substr(edge, value.size() - 2 * edge);
         constexpr std::string_view Between = "\", \"";

@@ -72,6 +72,10 @@ bool ConsoleServerSettings::Check(std::string& reason) const {
         return false;
     }
     if (!CheckToken(viewToken, "view", reason) || !CheckToken(steerToken, "steer", reason)) return false;
+    if (!viewToken.IsEmpty() && viewToken.Reveal() == steerToken.Reveal()) {
+        reason = "the console's view token and its steer token are the same; each right needs one of its own";
+        return false;
+    }
     for (const std::string& text : hosts) {
         if (HttpAuthority host; HttpAuthority::Parse(text, host)) continue;
         reason = "'" + text + "' among the console's hosts is no name or address, with or without a port";

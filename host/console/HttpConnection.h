@@ -58,9 +58,11 @@ struct HttpConnection {
     // The same of the events, of those that come to hand meanwhile too, and of `out` before them.
     Outcome WriteEvents();
     [[nodiscard]] bool HasUnsent() const { return written < out.size() || !events.empty(); }
-    // Half-open, or idle: nobody waits for an answer.
-    [[nodiscard]] bool CanBeDisplaced() const {
-        return phase == Phase::Head || phase == Phase::Body || phase == Phase::Draining;
+    // Half-open, or idle: nobody waits for an answer. Or it has not taken anything of its answer for a while.
+    [[nodiscard]] bool CanBeDisplaced(SteadyTime now) const {
+        constexpr std::chrono::seconds Patience{2};
+        return phase == Phase::Head || phase == Phase::Body || phase == Phase::Draining ||
+               (phase == Phase::Writing && now >= moved + Patience);
     }
 };
 

@@ -211,7 +211,7 @@ void HttpFront::Admit(HttpListener::Accepted accepted) {
 bool HttpFront::MakeRoom(const std::string* peer) {
     HttpConnection* oldest = nullptr;
     for (const auto& [id, connection] : connections_) {
-        if (!connection->CanBeDisplaced() || (peer != nullptr && connection->peer != *peer)) continue;
+        if (!connection->CanBeDisplaced(now_) || (peer != nullptr && connection->peer != *peer)) continue;
         if (oldest == nullptr || std::pair(connection->since, id) < std::pair(oldest->since, oldest->id))
             oldest = connection.get();
     }
@@ -347,6 +347,7 @@ void HttpFront::Close(HttpConnection& connection) {
     const auto found = connections_.find(connection.id);
     if (found == connections_.end()) return;
     if (connection.phase == Phase::Streaming) nmrOpenStreams_ = --nmrStreams_;
+    if (connection.phase == Phase::Working) workers_->Forget(connection.id);
     const auto share = peers_.find(connection.peer);
     if (share != peers_.end() && --share->second == 0) peers_.erase(share);
     connection.reader.reset();

@@ -24,7 +24,7 @@ namespace Host {
 // never a thread.
 //
 // When there are as many connections as there may be, of all peers or of one, the half-open or idle one that has been
-// so the longest makes room for the new one.
+// so the longest, or that does not take its answer, makes room for the new one.
 class HttpFront {
 public:
     using Figures = ConsoleServer::Figures;

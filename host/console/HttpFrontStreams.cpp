@@ -15,7 +15,6 @@ namespace {
 
 // Of events that wait in the system: what is late is replaced in the hub, not queued there.
 constexpr int StreamLowWater = 32 * 1024;
-constexpr int StreamBuffer = 128 * 1024;
 
 void SetOption(int socket, int level, int name, int value) {
     static_cast<void>(::setsockopt(socket, level, name, &value, sizeof(value)));
@@ -24,7 +23,6 @@ void SetOption(int socket, int level, int name, int value) {
 }  // namespace
 
 void HttpFront::BeginStream(HttpConnection& connection, HttpReply reply) {
-    SetOption(connection.socket.Get(), SOL_SOCKET, SO_SNDBUF, StreamBuffer);
     SetOption(connection.socket.Get(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, StreamLowWater);
     connection.out = std::move(reply.bytes);
     connection.written = 0;

@@ -23,6 +23,9 @@ namespace {
 constexpr int Backlog = 1024;
 constexpr std::size_t OtherDescriptors = 128;
 constexpr std::size_t FewestConnections = 16;
+// By itself the system would keep megabytes for each peer that asks and does not read, in memory that it shares out to
+// the sources of the fix as well.
+constexpr int SendBuffer = 128 * 1024;
 constexpr int GoneAfter = 30'000;  // milliseconds without any sign of a peer that was sent something
 
 Descriptor OpenSpare() {
@@ -89,6 +92,7 @@ HttpListener::Outcome HttpListener::Accept(Accepted& accepted) {
         if (::getsockname(socket.Get(), reinterpret_cast<sockaddr*>(&own.storage), &own.size) != 0) continue;
         SetOption(socket.Get(), IPPROTO_TCP, TCP_NODELAY, 1);
         SetOption(socket.Get(), SOL_SOCKET, SO_KEEPALIVE, 1);
+        SetOption(socket.Get(), SOL_SOCKET, SO_SNDBUF, SendBuffer);
         SetOption(socket.Get(), IPPROTO_TCP, TCP_USER_TIMEOUT, GoneAfter);
         accepted.socket = std::move(socket);
         accepted.peer = GetHost(address);

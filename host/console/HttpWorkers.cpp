@@ -46,6 +46,11 @@ void HttpWorkers::Add(std::uint64_t connection, HttpCall call) {
     wake_.notify_one();
 }
 
+void HttpWorkers::Forget(std::uint64_t connection) {
+    const std::lock_guard lock(mutex_);
+    std::erase_if(jobs_, [&](const Job& job) { return job.connection == connection; });
+}
+
 std::vector<HttpWorkers::Done> HttpWorkers::TakeDone() {
     const std::lock_guard lock(mutex_);
     return std::exchange(done_, {});

@@ -31,6 +31,8 @@ public:
 
     // What waits is bounded by who calls: each connection has one request at a time.
     void Add(std::uint64_t connection, HttpCall call);
+    // A request that waits still is not answered: nobody is there to hear it.
+    void Forget(std::uint64_t connection);
     [[nodiscard]] std::vector<Done> TakeDone();
 
 private:

@@ -65,6 +65,8 @@ TEST(ConsoleAccess, IsDecidedByPeerHostAndHeaders) {
             {"cookie of nobody", get("bridge.example", "Cookie: gnss_console=" + std::string(64, '0') + "\r\n"), 401},
             {"fetched by another site", get(bench.host, "Sec-Fetch-Site: cross-site\r\n"), 403},
             {"fetched by a neighbour", get(bench.host, "Sec-Fetch-Site: same-site\r\n"), 403},
+            {"fetched by another site, spelt otherwise",
+             "GET /%61pi/stream HTTP/1.1\r\n" + own + "Sec-Fetch-Site: cross-site\r\n\r\n", 403},
             {"typed", get(bench.host, "Sec-Fetch-Site: none\r\n"), 200},
             {"linked page", bench.Get("/", "Sec-Fetch-Site: cross-site\r\n"), 200},
             {"origin of another site", bench.Get("/", "Origin: http://evil.example\r\n"), 403},
@@ -171,6 +173,10 @@ TEST(ConsoleAccess, FromOtherMachinesNeedsATokenAndAHost) {
         EXPECT_EQ(reason.empty(), row.isGood);
         EXPECT_TRUE(*row.token == 0 || reason.find(row.token) == std::string::npos) << reason;
     }
+    auto alike = ConsoleBench::WithTokens();
+    alike.viewToken = alike.steerToken;
+    std::string why;
+    EXPECT_FALSE(alike.Check(why)) << "who may look could steer";
     // Every interface: the numeric address that was connected to is a Host, and lets nobody in by itself.
     auto settings = ConsoleBench::WithTokens();
     settings.address = "";

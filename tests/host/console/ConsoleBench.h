@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -26,6 +27,7 @@ public:
     Host::ConsoleAnswer Get(std::string_view path, const std::map<std::string, std::string>& parameters) override {
         if (path == "fails") throw std::runtime_error("/the/path/of/the/machine");
         if (path == "large") return {200, "application/json", std::string(4 << 20, 'x')};
+        if (path == "slow") std::this_thread::sleep_for(std::chrono::milliseconds(100));
         std::string body(path);
         for (const auto& [name, value] : parameters) body.append("|").append(name).append("=").append(value);
         return {path == "nothing" ? 404 : 200, "image/svg+xml", body};

@@ -150,6 +150,34 @@ TEST(HttpFront, MakesRoomWhenItIsFull) {
     EXPECT_EQ(bench.server.GetFigures().streams, 1U) << "who is at work is left alone";
 }
 
+// Who asks and then does not read, or goes, is in nobody's way.
+TEST(HttpFront, MakesRoomInThePlaceOfWhoDoesNotCare) {
+    Host::ConsoleServerSettings settings;
+    settings.bounds.maxConnections = settings.bounds.maxPeerConnections = 8;
+    ConsoleBench bench(std::move(settings));
+    std::vector<ConsolePeer> many;
+    for (int i = 0; i < 8; ++i) {
+        many.emplace_back(bench.port, "127.0.0.1", 4096);
+        many.back().Send(bench.Get("/api/large"));
+    }
+    ASSERT_TRUE(ConsoleBench::WaitFor([&] { return bench.server.GetFigures().requests == 8; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+    EXPECT_EQ(ConsoleBench::Status(bench.Ask(bench.Get("/api/a"))), 200) << "among answers that nobody reads";
+    many.clear();
+    ASSERT_TRUE(ConsoleBench::WaitFor([&] { return bench.server.GetFigures().connections == 0; }));
+    for (int i = 0; i < 60; ++i) {
+        const std::uint64_t before = bench.server.GetFigures().requests;
+        const ConsolePeer gone(bench.port);
+        gone.Send(bench.Get("/api/slow"));
+        ASSERT_TRUE(ConsoleBench::WaitFor([&] { return bench.server.GetFigures().requests > before; }));
+        constexpr linger AtOnce{1, 0};
+        ::setsockopt(gone.GetSocket(), SOL_SOCKET, SO_LINGER, &AtOnce, sizeof(AtOnce));
+    }
+    const auto begin = Clock::now();
+    EXPECT_EQ(ConsoleBench::Status(bench.Ask(bench.Get("/api/a"))), 200);
+    EXPECT_LT(Since(begin), 1.0) << "after 60 requests of 0.1 s that nobody waits for";
+}
+
 // Without descriptors nothing spins, and all is well once there are some again.
 TEST(HttpFront, OutlivesALackOfDescriptors) {
     ConsoleBench bench;
