@@ -210,13 +210,12 @@ void CheckSeeks(const Host::RunRequest& request, int nmrSeeks) {
     const auto onReached = [&] {
         const ReplayRun::Status status = replay.GetStatus();
         if (status.isSeeking || next >= targets.size()) return;
-        // The last epoch that is not later.
+        // The last epoch that is not later, or the first there is.
         const double target = Witness::SecondsOf(targets[next]);
         auto place = book.upper_bound(target);
-        if (place != book.begin() && status.now) {
-            --place;
-            EXPECT_NEAR(Witness::SecondsOf(*status.now), place->first, 1e-3);
-        }
+        if (place != book.begin()) --place;
+        ASSERT_TRUE(status.now);
+        EXPECT_NEAR(Witness::SecondsOf(*status.now), place->first, 1e-3);
         EXPECT_EQ(status.state, target < last ? State::Paused : State::Ended);
         if (++next < targets.size()) replay.Seek(targets[next]);
     };
