@@ -184,6 +184,7 @@ SteadyTime ReplayRun::GetDue(const GPSTime& time) const {
 
 void ReplayRun::Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until) {
     constexpr std::chrono::milliseconds Look{100};  // for a stop, which cannot wake anybody
+    TellEverySecond(lock);
     // What was asked for while the lock was given away has woken nobody.
     if (seek_ || !commands_.empty()) return;
     changed_.wait_until(lock, std::min({until, nextSecond_, Now() + Look}));
@@ -215,12 +216,13 @@ void ReplayRun::TellReached(std::unique_lock<std::mutex>& lock) {
 void ReplayRun::WaitFor(const GPSTime& time) {
     constexpr std::chrono::seconds Hurry{1};  // so much that is late is made up for
     std::unique_lock lock(mutex_);
+    // Also where there is no time to wait.
+    if (latest_) TellEverySecond(lock);
     for (;;) {
         if (IsStopAsked(lock)) {
             isAbandoned_ = isOver_ = true;
             return;
         }
-        TellEverySecond(lock);
         if (const auto asked = std::exchange(seek_, std::nullopt)) {
             target_ = asked;
             if (latest_ && *asked < *latest_) {
@@ -259,7 +261,6 @@ bool ReplayRun::WaitForSeek() {
     TellReached(lock);
     while (!seek_) {
         if (IsStopAsked(lock)) return false;
-        TellEverySecond(lock);
         DoNew(lock);
         Sleep(lock, SteadyTime::max());
     }
