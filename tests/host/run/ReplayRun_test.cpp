@@ -264,6 +264,35 @@ TEST(ReplayRun, RepeatsWhatTheOperatorDid) {
     EXPECT_EQ(witness.nmrDifferences, 0);
 }
 
+// Sent to its end while it is paused, steered there and played: from the beginning, and steered there again.
+TEST(ReplayRun, PlaysAgainAfterTheEnd) {
+    const Log log;
+    Witness witness;
+    ReplayRun replay(log.GetRequest(), {&witness}, 0.0);
+    replay.SetPrepare([&](Host::RunCore& core) { witness.Join(core); });
+    std::string reason;
+    ASSERT_TRUE(replay.Open(reason)) << reason;
+    replay.Pause();
+    replay.Seek(log.first + Corvane::Time(1e6));
+    int nmrSteered = 0;
+    int nmrEnds = 0;
+    const auto begin = std::chrono::steady_clock::now();
+    const auto isOver = [&] {
+        return (witness.nmrRuns == 2 && nmrSteered == 2) ||
+               std::chrono::steady_clock::now() - begin > std::chrono::minutes(1);
+    };
+    ASSERT_EQ(replay.Run(isOver,
+                         [&] {
+                             if (replay.GetStatus().state != State::Ended || witness.nmrRuns > 1) return;
+                             if (++nmrEnds == 1) replay.Steer([&](Host::RunCore&) { ++nmrSteered; });
+                             if (nmrEnds == 2) replay.Play();
+                         }),
+              "");
+    EXPECT_EQ(nmrSteered, 2);
+    EXPECT_EQ(witness.nmrEpochs, 2 * Log::NmrEpochs);
+    EXPECT_EQ(witness.nmrDifferences, 0);
+}
+
 TEST(ReplayRun, KeepsItsPace) {
     const Log log;
     Witness witness;
