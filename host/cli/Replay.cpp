@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <sys/stat.h>
 
 #include "host/cli/Commands.h"
 #include "host/cli/Inputs.h"
@@ -27,10 +28,13 @@ constexpr double MaxSpeed = 1e6;
 
 // Empty, or why these settings are none of a replay.
 std::string FindFault(const RunSettings& settings) {
+    if (IsLive(settings.request)) return "a replay is of files; gnss run hears live sources";
     for (const std::string& input : settings.request.inputs) {
         if (input == StandardInput) return "standard input cannot be read twice; a replay is of files";
+        struct stat info {};
+        if (::stat(input.c_str(), &info) == 0 && !S_ISREG(info.st_mode))
+            return Quoted(input) + " is no file that can be read twice";
     }
-    if (IsLive(settings.request)) return "a replay is of files; gnss run hears live sources";
     if (!settings.folder.folder.empty() || !settings.positions.empty())
         return "a replay writes no files; gnss run with --output or --positions does";
     return {};
@@ -66,7 +70,11 @@ int Replay(const RunOptions& options, const std::string& speedText) {
         if (!console->StartReplay(replay, reason)) return Complain("--console: " + reason), 1;
         Complain("the console is at " + console->GetUrl() + " until Ctrl-C");
     }
-    if (!replay.Open(reason)) return Complain(reason), 1;
+    if (!replay.Open(reason)) {
+        // Its threads steer the replay.
+        if (console) console->Stop();
+        return Complain(reason), 1;
+    }
     const std::string failure = replay.Run(
         [&] {
             // Without a console nobody can send it back.

@@ -184,6 +184,13 @@ a user. A port that is listened on is one of the loopback interface unless an ad
 
   gnss run ntrip://me@caster.example/MOUNT --output days --record raw --almanac kept
 
+--console serves a page to browsers, on which the run is watched and satellites are enabled and disabled: on this
+machine alone unless an address is given, and to other machines only with a token of its own for those who may look and
+for those who may steer. A run of files shows its last state until Ctrl-C; gnss replay plays files like a recording.
+
+  gnss run ntrip://me@caster.example/MOUNT --console
+  gnss run serial:///dev/ttyUSB0 --console 10.0.0.5:8080 --console-steer-token-file token
+
 Every setting may stand in a file as well; --print-config shows them all, with what they mean. To begin one:
   gnss run --mask 15 --print-config > my.toml
   gnss run --config my.toml LOG --output DIR

@@ -120,8 +120,10 @@ void ConsoleOutput::Publish(const char* panel, std::string json) {
 }
 
 void ConsoleOutput::SetState(const ConsoleRunState& state) {
+    // On the way to a time it is the only panel that moves.
+    const bool isDue = state != state_ || state.isSeeking;
     state_ = state;
-    if (facts_ != nullptr) PublishRun();
+    if (isDue && facts_ != nullptr) PublishRun();
 }
 
 void ConsoleOutput::SetEnabled(const Satellite& satellite, bool isEnabled) {
@@ -150,6 +152,7 @@ void ConsoleOutput::Begin(const RunFacts& facts) {
         now_.reset();
         step_ = stepBefore_ = 0.0;
         notes_ = {};
+        constellation_ = GNSS::Constellation();
         series_.Clear();
         events_.Clear();
         seriesShown_ = series_.GetNext();
@@ -327,7 +330,7 @@ void ConsoleOutput::PublishSources() {
     if (sources_) live = sources_();
     std::string json = Head() + "\"rows\":[";
     bool isFirst = true;
-    const bool isOver = std::string_view(state_.state) == "ended";
+    const bool isOver = state_.state == "ended";
     for (const RunInput& input : facts_->inputs) {
         const auto found =
             std::find_if(live.begin(), live.end(), [&](const auto& source) { return source.facts == &input; });

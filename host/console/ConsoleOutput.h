@@ -31,11 +31,12 @@ namespace Host {
 
 // What the panel "run" says of the run itself.
 struct ConsoleRunState {
-    const char* kind = "files";             // "live", "files" or "replay"
-    const char* state = "running";          // "running", "paused" or "ended"
+    std::string_view kind = "files";        // "live", "files" or "replay"
+    std::string_view state = "running";     // "running", "paused" or "ended"
     double speed = 1.0;                     // of a replay, times real
     std::optional<GNSS::GPSTime> from, to;  // of the data of a replay
     bool isSeeking = false;
+    friend bool operator==(const ConsoleRunState&, const ConsoleRunState&) = default;
 };
 
 // A run may begin again, as a replay does that is put back: all is then as at the first beginning, but what is numbered

@@ -43,10 +43,15 @@ bool ReplayRun::OpenPipeline(std::string& reason) {
     GPSTime::SetUTCParam(before_.GetLeapTime(), static_cast<int>(before_.GetBefore().Seconds()),
                          static_cast<int>(before_.GetAfter().Seconds()));
     pipeline_ = std::make_unique<Pipeline>(request_, std::vector<RunOutput*>{this});
+    nmrEpochs_ = 0;
     latest_.reset();
     previous_.reset();
     nextSteered_ = 0;
     isAbandoned_ = false;
+    {
+        const std::lock_guard lock(mutex_);
+        status_.now.reset();
+    }
     if (prepare_) prepare_(pipeline_->GetCore());
     return pipeline_->Open(reason);
 }
@@ -72,11 +77,13 @@ std::string ReplayRun::Run(std::function<bool()> isStopped, std::function<void()
 
 void ReplayRun::SetPlaying(bool isPlaying) {
     const std::lock_guard lock(mutex_);
+    isPlaying_ = isPlaying;
     if (status_.state != State::Ended) {
         status_.state = isPlaying ? State::Playing : State::Paused;
         isNewPace_ = true;
-    } else if (isPlaying && status_.span) {
-        seek_ = status_.span->first - Corvane::Time(1.0);
+    } else if (isPlaying && status_.span && !seek_) {
+        seek_ = status_.span->first;
+        status_.isSeeking = true;
     }
     changed_.notify_all();
 }
@@ -90,7 +97,7 @@ void ReplayRun::SetSpeed(double speed) {
 
 void ReplayRun::Seek(const GPSTime& time) {
     const std::lock_guard lock(mutex_);
-    seek_ = time;
+    seek_ = status_.span ? std::max(time, status_.span->first) : time;
     status_.isSeeking = true;
     changed_.notify_all();
 }
@@ -114,7 +121,8 @@ void ReplayRun::OnEpoch(const GPSTime& time) {
     if (isAbandoned_) return;
     WaitFor(time);
     if (isAbandoned_) return;
-    DoAgain(time);
+    DoAgain();
+    ++nmrEpochs_;
     latest_ = std::max(latest_.value_or(time), time);
     for (RunOutput* output : outputs_) output->OnEpoch(time);
 }
@@ -151,19 +159,19 @@ bool ReplayRun::IsGood() const {
 }
 
 // The operator's doings of an earlier time through.
-void ReplayRun::DoAgain(const GPSTime& time) {
-    while (nextSteered_ < steered_.size() && steered_[nextSteered_].before <= time)
+void ReplayRun::DoAgain() {
+    while (nextSteered_ < steered_.size() && steered_[nextSteered_].epoch <= nmrEpochs_)
         steered_[nextSteered_++].command(pipeline_->GetCore());
 }
 
-void ReplayRun::DoNew(std::unique_lock<std::mutex>& lock, const GPSTime& time) {
+void ReplayRun::DoNew(std::unique_lock<std::mutex>& lock) {
     for (Command& command : std::exchange(commands_, {})) {
         lock.unlock();
         // Those of before come first.
-        DoAgain(time);
+        DoAgain();
         command(pipeline_->GetCore());
         const auto place = steered_.begin() + static_cast<std::ptrdiff_t>(nextSteered_++);
-        steered_.insert(place, {time, std::move(command)});
+        steered_.insert(place, {nmrEpochs_, std::move(command)});
         lock.lock();
     }
 }
@@ -176,15 +184,10 @@ SteadyTime ReplayRun::GetDue(const GPSTime& time) const {
 
 void ReplayRun::Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until) {
     constexpr std::chrono::milliseconds Look{100};  // for a stop, which cannot wake anybody
-    const SteadyTime now = Now();
-    if (now >= nextSecond_) {
-        nextSecond_ = now + std::chrono::seconds(1);
-        lock.unlock();
-        if (everySecond_) everySecond_();
-        lock.lock();
-        return;
-    }
-    changed_.wait_until(lock, std::min({until, nextSecond_, now + Look}));
+    TellEverySecond(lock);
+    // What was asked for while the lock was given away has woken nobody.
+    if (seek_ || !commands_.empty()) return;
+    changed_.wait_until(lock, std::min({until, nextSecond_, Now() + Look}));
 }
 
 bool ReplayRun::IsStopAsked(std::unique_lock<std::mutex>& lock) const {
@@ -194,16 +197,27 @@ bool ReplayRun::IsStopAsked(std::unique_lock<std::mutex>& lock) const {
     return isAsked;
 }
 
-void ReplayRun::TellReached(std::unique_lock<std::mutex>& lock) {
-    status_.isSeeking = seek_.has_value();
+void ReplayRun::Tell(std::unique_lock<std::mutex>& lock) {
+    nextSecond_ = Now() + std::chrono::seconds(1);
     lock.unlock();
     if (everySecond_) everySecond_();
     lock.lock();
 }
 
+void ReplayRun::TellEverySecond(std::unique_lock<std::mutex>& lock) {
+    if (Now() >= nextSecond_) Tell(lock);
+}
+
+void ReplayRun::TellReached(std::unique_lock<std::mutex>& lock) {
+    status_.isSeeking = seek_.has_value();
+    Tell(lock);
+}
+
 void ReplayRun::WaitFor(const GPSTime& time) {
     constexpr std::chrono::seconds Hurry{1};  // so much that is late is made up for
     std::unique_lock lock(mutex_);
+    // Also where there is no time to wait.
+    if (latest_) TellEverySecond(lock);
     for (;;) {
         if (IsStopAsked(lock)) {
             isAbandoned_ = isOver_ = true;
@@ -224,7 +238,7 @@ void ReplayRun::WaitFor(const GPSTime& time) {
             TellReached(lock);
             continue;
         }
-        DoNew(lock, time);
+        DoNew(lock);
         const SteadyTime now = Now();
         if (std::exchange(isNewPace_, false)) begin_ = now;
         const bool isPlaying = status_.state == State::Playing;
@@ -240,19 +254,19 @@ void ReplayRun::WaitFor(const GPSTime& time) {
 
 // The data have ended. False when the run is to stop.
 bool ReplayRun::WaitForSeek() {
+    DoAgain();
     std::unique_lock lock(mutex_);
     target_.reset();
-    const State before = std::exchange(status_.state, State::Ended);
+    status_.state = State::Ended;
     TellReached(lock);
     while (!seek_) {
         if (IsStopAsked(lock)) return false;
-        if (latest_) DoNew(lock, *latest_ + Corvane::Time(1.0));
-        commands_.clear();
+        DoNew(lock);
         Sleep(lock, SteadyTime::max());
     }
     // Beyond the end there is nothing to go to, but the end itself.
     target_ = std::exchange(seek_, std::nullopt);
-    status_.state = before;
+    status_.state = isPlaying_ ? State::Playing : State::Paused;
     isNewPace_ = true;
     return true;
 }

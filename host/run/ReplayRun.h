@@ -59,16 +59,17 @@ public:
     void Pause() { SetPlaying(false); }
     // Times real; 0 or less, and what is no number, is as fast as it goes.
     void SetSpeed(double speed);
-    // To the state after the last epoch that is not later than this; playing or pausing stays as it is.
+    // To the state after the last epoch that is not later than this, or the first there is; playing or pausing stays as
+    // it is.
     void Seek(const GNSS::GPSTime& time);
     // Done on the thread of the run before its next epoch, and again before that epoch whenever the run is played
-    // again. When the data have ended, done at once.
+    // again; at the end of the data, there. On the way to a time it waits until that is reached.
     void Steer(Command command);
     [[nodiscard]] Status GetStatus() const;
 
 private:
     struct Steered {
-        GNSS::GPSTime before;  // the epoch of this time
+        std::int64_t epoch = 0;  // before this one, counted from 0: times may come twice
         Command command;
     };
 
@@ -84,12 +85,14 @@ private:
     [[nodiscard]] bool OpenPipeline(std::string& reason);
     void WaitFor(const GNSS::GPSTime& time);
     [[nodiscard]] bool WaitForSeek();
-    void DoAgain(const GNSS::GPSTime& time);
-    void DoNew(std::unique_lock<std::mutex>& lock, const GNSS::GPSTime& time);
+    void DoAgain();
+    void DoNew(std::unique_lock<std::mutex>& lock);
     [[nodiscard]] SteadyTime GetDue(const GNSS::GPSTime& time) const;
     void Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until);
     // Nobody else's function is called under the lock.
     [[nodiscard]] bool IsStopAsked(std::unique_lock<std::mutex>& lock) const;
+    void Tell(std::unique_lock<std::mutex>& lock);
+    void TellEverySecond(std::unique_lock<std::mutex>& lock);
     void TellReached(std::unique_lock<std::mutex>& lock);
 
     const RunRequest request_;
@@ -104,7 +107,8 @@ private:
     std::unique_ptr<Pipeline> pipeline_;
     bool isAbandoned_ = false;               // what still comes of this run is heard by nobody
     bool isOver_ = false;                    // stopped
-    std::optional<GNSS::GPSTime> latest_;    // of this run's epochs so far
+    std::int64_t nmrEpochs_ = 0;             // of this run so far
+    std::optional<GNSS::GPSTime> latest_;    // of these
     std::optional<GNSS::GPSTime> previous_;  // from which the wait for the next epoch counts
     SteadyTime begin_;                       // and when it began
     SteadyTime nextSecond_;
@@ -114,6 +118,7 @@ private:
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     Status status_;
+    bool isPlaying_ = true;                // also at the end, for when it is left
     bool isNewPace_ = false;               // the wait counts from now
     std::optional<GNSS::GPSTime> seek_;    // asked for
     std::optional<GNSS::GPSTime> target_;  // on the way to

@@ -210,13 +210,12 @@ void CheckSeeks(const Host::RunRequest& request, int nmrSeeks) {
     const auto onReached = [&] {
         const ReplayRun::Status status = replay.GetStatus();
         if (status.isSeeking || next >= targets.size()) return;
-        // The last epoch that is not later.
+        // The last epoch that is not later, or the first there is.
         const double target = Witness::SecondsOf(targets[next]);
         auto place = book.upper_bound(target);
-        if (place != book.begin() && status.now) {
-            --place;
-            EXPECT_NEAR(Witness::SecondsOf(*status.now), place->first, 1e-3);
-        }
+        if (place != book.begin()) --place;
+        ASSERT_TRUE(status.now);
+        EXPECT_NEAR(Witness::SecondsOf(*status.now), place->first, 1e-3);
         EXPECT_EQ(status.state, target < last ? State::Paused : State::Ended);
         if (++next < targets.size()) replay.Seek(targets[next]);
     };
@@ -262,6 +261,39 @@ TEST(ReplayRun, RepeatsWhatTheOperatorDid) {
     EXPECT_EQ(nmrSteered, 2);
     EXPECT_EQ(witness.nmrRuns, 2);
     EXPECT_EQ(done, (std::vector<double>{51.0, 101.0, 51.0, 101.0}));
+    EXPECT_EQ(witness.nmrDifferences, 0);
+}
+
+// Sent to its end while it is paused, steered there and played: from the beginning, and steered there again.
+TEST(ReplayRun, PlaysAgainAfterTheEnd) {
+    const Log log;
+    Witness witness;
+    ReplayRun replay(log.GetRequest(), {&witness}, 0.0);
+    replay.SetPrepare([&](Host::RunCore& core) { witness.Join(core); });
+    std::string reason;
+    ASSERT_TRUE(replay.Open(reason)) << reason;
+    replay.Pause();
+    replay.Seek(log.first + Corvane::Time(1e6));
+    int nmrSteered = 0;
+    int nmrEnds = 0;
+    const auto begin = std::chrono::steady_clock::now();
+    const auto isOver = [&] {
+        return (witness.nmrRuns == 2 && nmrSteered == 4) ||
+               std::chrono::steady_clock::now() - begin > std::chrono::minutes(1);
+    };
+    ASSERT_EQ(replay.Run(isOver,
+                         [&] {
+                             if (replay.GetStatus().state != State::Ended || witness.nmrRuns > 1) return;
+                             // One that comes while another is done is not lost.
+                             const auto steer = [&](Host::RunCore&) {
+                                 if (++nmrSteered == 1) replay.Steer([&](Host::RunCore&) { ++nmrSteered; });
+                             };
+                             if (++nmrEnds == 1) replay.Steer(steer);
+                             if (nmrEnds == 2) replay.Play();
+                         }),
+              "");
+    EXPECT_EQ(nmrSteered, 4);
+    EXPECT_EQ(witness.nmrEpochs, 2 * Log::NmrEpochs);
     EXPECT_EQ(witness.nmrDifferences, 0);
 }
 
