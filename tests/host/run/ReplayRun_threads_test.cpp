@@ -45,7 +45,7 @@ TEST(ReplayRun, IsSteeredFromAnyThread) {
         operators.emplace_back([&, which] {
             for (int round = 0; round < NmrRounds; ++round) {
                 const int step = which + round;
-                replay.Steer([&, isFirst = std::make_shared<bool>(true)](Host::RunCore& core) {
+                replay.Steer([&nmrSteered, step, round, isFirst = std::make_shared<bool>(true)](Host::RunCore& core) {
                     core.SetEnabled({'G', 1 + step % 32}, round % 2 == 0, "a test");
                     nmrSteered += std::exchange(*isFirst, false) ? 1 : 0;
                 });
