@@ -170,6 +170,11 @@ void LiveSource::Reopen() {
     Open();
 }
 
+void LiveSource::DropPort(int error) {
+    const std::string reason = "cannot take the port: " + SystemWords(error);
+    error == EACCES ? Fail(reason) : Drop(reason);
+}
+
 void LiveSource::Fail(const std::string& reason) {
     ++counts_.errors;
     Break();

@@ -128,6 +128,8 @@ protected:
     void Drop(const std::string& reason, bool isSlow = false);
     // The same without waiting, and said once until data flow again; for what can be opened as often as one likes.
     void Reopen();
+    // The port cannot be listened on: for good where it is not allowed, for now where somebody else has it.
+    void DropPort(int error);
     // Closes for good.
     void Fail(const std::string& reason);
     // The stream has ended; says so with its size and what follows. The transport stays as it is.

@@ -28,14 +28,7 @@ void TcpListenSource::Open() {
     SetState(State::Connecting);
     int error = 0;
     listener_ = BindSocket(address_.host, address_.port, SOCK_STREAM, error);
-    if (!listener_.IsOpen()) {
-        if (error == EACCES) {
-            Fail("cannot take the port: " + SystemWords(error));
-        } else {
-            Drop("cannot take the port: " + SystemWords(error));
-        }
-        return;
-    }
+    if (!listener_.IsOpen()) return DropPort(error);
     SetState(State::Listening);
     Tell("waits for a connection at " + GetBoundAddress(listener_.Get()));
 }

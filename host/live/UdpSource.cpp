@@ -32,14 +32,7 @@ void UdpSource::Open() {
     SetState(State::Connecting);
     int error = 0;
     socket_ = BindSocket(address_.host, address_.port, SOCK_DGRAM, error);
-    if (!socket_.IsOpen()) {
-        if (error == EACCES) {
-            Fail("cannot take the port: " + SystemWords(error));
-        } else {
-            Drop("cannot take the port: " + SystemWords(error));
-        }
-        return;
-    }
+    if (!socket_.IsOpen()) return DropPort(error);
     SetState(State::Listening);
     Watch();
     if (!IsMuted()) Tell("waits for datagrams at " + GetBoundAddress(socket_.Get()));
