@@ -39,7 +39,6 @@ public:
     [[nodiscard]] const std::string& GetStatus() const { return status_; }
     // Why it is refused or not understood, as clean text; empty when the status says so.
     [[nodiscard]] const std::string& GetReason() const { return reason_; }
-    [[nodiscard]] bool IsChunked() const { return isChunked_; }
     // By the transfer coding the content has ended, or is damaged.
     [[nodiscard]] bool IsEnded() const { return isChunked_ && chunks_.IsEnded(); }
     [[nodiscard]] bool IsDamaged() const { return isChunked_ && chunks_.IsDamaged(); }

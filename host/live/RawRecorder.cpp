@@ -49,7 +49,6 @@ void RawRecorder::Write(std::string_view bytes) {
             Fail(SystemWords(written < 0 ? errno : ENOSPC));
             return;
         }
-        nmrWritten_ += written;
         bytes.remove_prefix(static_cast<std::size_t>(written));
     }
     if (!retry_) return;

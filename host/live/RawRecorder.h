@@ -24,7 +24,6 @@ public:
     void Write(std::string_view bytes);
 
     [[nodiscard]] const std::string& GetPath() const { return path_; }
-    [[nodiscard]] std::int64_t GetNmrWritten() const { return nmrWritten_; }
     [[nodiscard]] std::int64_t GetNmrLost() const { return nmrLost_; }
 
 private:
@@ -36,7 +35,6 @@ private:
     Tell tell_;
     Descriptor file_;
     std::optional<SteadyTime> retry_;  // set after a failure
-    std::int64_t nmrWritten_ = 0;      // bytes
     std::int64_t nmrLost_ = 0;
 };
 

@@ -142,9 +142,4 @@ void LiveStream::TellGarbage() {
     if (refused > 0) Say(GetName(), fmt::format("messages left out that say what cannot be: {}", refused));
 }
 
-void LiveStream::OnMeasurements(const GNSS::MeasSet& set) {
-    lastEpoch_ = set.GetGPSTime();
-    RunStream::OnMeasurements(set);
-}
-
 }  // namespace Host

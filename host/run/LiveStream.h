@@ -34,10 +34,6 @@ public:
     // Says how many bytes belonged to no message, and how many messages were refused, since the last call.
     void TellGarbage();
 
-    void OnMeasurements(const GNSS::MeasSet& set) override;
-    // When the last epoch was measured, by the data.
-    [[nodiscard]] const std::optional<GNSS::GPSTime>& GetLastEpoch() const { return lastEpoch_; }
-
 private:
     void Detect();
     // False, and nothing done, when so many messages are not there yet.
@@ -59,7 +55,6 @@ private:
     std::int64_t toldFailures_ = 0;
     std::int64_t toldRefused_ = 0;
     std::optional<GNSS::GPSTime> date_;
-    std::optional<GNSS::GPSTime> lastEpoch_;
 };
 
 }  // namespace Host
