@@ -58,6 +58,7 @@ std::string LiveStatus::DescribeSources(const LiveRun& run) const {
     std::string text;
     for (const LiveRun::SourceStatus& source : run.GetSources()) {
         text += fmt::format("\n  {}: {}", CleanText(source.name), Name(source.state));
+        if (!source.fault.empty()) text += " (" + source.fault + ')';
         text += source.age ? fmt::format(", last data {:.0f} s ago", *source.age) : ", no data yet";
         if (source.wait) text += fmt::format(", next try in {:.0f} s", std::ceil(*source.wait));
         text += fmt::format(", {} bytes, {} epochs", source.counts.bytes, source.facts->epochs);

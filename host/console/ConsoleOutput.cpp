@@ -335,6 +335,7 @@ void ConsoleOutput::PublishSources() {
         const auto found =
             std::find_if(live.begin(), live.end(), [&](const auto& source) { return source.facts == &input; });
         const bool isLive = found != live.end();
+        const std::string& failure = isLive && input.failure.empty() ? found->fault : input.failure;
         // Beside live sources a file is one of navigation, read before the run.
         const char* state = isLive                    ? Name(found->state)
                             : !input.failure.empty()  ? "failed"
@@ -349,7 +350,7 @@ void ConsoleOutput::PublishSources() {
             isLive ? found->counts.bytes : input.bytes, input.messages, input.skipped, input.checksumFailures,
             input.refused, input.undated, input.epochs, input.records, isLive ? found->counts.connects : 0,
             isLive ? found->counts.drops : 0, isLive ? found->counts.errors : 0,
-            input.failure.empty() ? "null" : Short(input.failure));
+            failure.empty() ? "null" : Short(failure));
         isFirst = false;
     }
     Publish("sources", json + "]}");

@@ -118,6 +118,7 @@ void LiveSource::Deliver(std::string_view bytes) {
     counts_.bytes += static_cast<std::int64_t>(bytes.size());
     streamBytes_ += static_cast<std::int64_t>(bytes.size());
     reconnector_.OnData(now);
+    fault_.clear();
     isDirty_ = true;
     if (mutedSince_) Tell("data again, after " + PrintSpan(now - *std::exchange(mutedSince_, std::nullopt)));
     sink_.OnBytes(*this, bytes);
@@ -132,6 +133,7 @@ void LiveSource::End(const std::string& reason, const std::string& next) {
     const bool wasStream = state_ == State::Connected;
     ++(wasStream ? counts_.drops : counts_.errors);
     const std::int64_t bytes = streamBytes_;
+    fault_ = CleanText(reason);
     Break();
     if (wasStream) {
         Tell(fmt::format("dropped: {}, after {} bytes; {}", reason, bytes, next));
@@ -163,7 +165,8 @@ void LiveSource::Reopen() {
     limit_.reset();
     if (isFirst) {
         const State before = state_;
-        Tell(SilenceText() + "; opens it again from time to time");
+        fault_ = SilenceText();
+        Tell(fault_ + "; opens it again from time to time");
         if (state_ != before) return;
         mutedSince_ = since;
     }
@@ -177,6 +180,7 @@ void LiveSource::DropPort(int error) {
 
 void LiveSource::Fail(const std::string& reason) {
     ++counts_.errors;
+    fault_ = CleanText(reason);
     Break();
     Close();
     limit_.reset();

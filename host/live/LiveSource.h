@@ -91,6 +91,8 @@ public:
     [[nodiscard]] const LiveCounts& GetCounts() const { return counts_; }
     // Since the last byte; nothing before the first.
     [[nodiscard]] std::optional<SteadySpan> GetAge() const;
+    // Why no data flow, as clean text; empty while they do, and before anything has gone wrong.
+    [[nodiscard]] const std::string& GetFault() const { return fault_; }
     // Until the next try; nothing unless it waits for one.
     [[nodiscard]] std::optional<SteadySpan> GetWait() const;
 
@@ -149,6 +151,7 @@ private:
     Reconnector reconnector_;
     State state_ = State::Stopped;
     LiveCounts counts_;
+    std::string fault_;
     std::optional<SteadyTime> limit_;
     std::optional<SteadyTime> retry_;
     std::optional<SteadyTime> quietSince_;  // while watched: the last byte, or the opening

@@ -216,7 +216,7 @@ std::vector<LiveRun::SourceStatus> LiveRun::GetSources() const {
     for (const auto& feed : feeds_) {
         const LiveSource& source = *feed->source;
         sources.push_back({source.GetName(), source.GetState(), seconds(source.GetAge()), seconds(source.GetWait()),
-                           source.GetCounts(), &feed->stream.GetFacts()});
+                           source.GetCounts(), source.GetFault(), &feed->stream.GetFacts()});
     }
     return sources;
 }

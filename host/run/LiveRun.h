@@ -47,6 +47,7 @@ public:
         std::optional<double> age;   // s since the last byte
         std::optional<double> wait;  // s until the next try
         LiveCounts counts;
+        std::string fault;                // why no data flow
         const RunInput* facts = nullptr;  // never null
     };
 

@@ -184,7 +184,7 @@ export class World {
                 rows: [
                     { name: name1, format: "ubx", state: "connected", age_s: 0.2, wait_s: null, bytes, messages: 41200 + this.made * 4, skipped: 0, checksum_failures: 0, refused: 0, epochs: 1460 + this.made, records: 88, connects: 1, failure: "" },
                     { name: "ntrip://caster.example/ESBC", format: "rtcm3", state: this.hasTrouble ? "waiting to try again" : "connected", age_s: this.hasTrouble ? 44.1 : 0.7, wait_s: this.hasTrouble ? 6.2 : null, bytes: 1200412, messages: 9120, skipped: 212, checksum_failures: 3, refused: 1, epochs: 0, records: 61, connects: 2, failure: this.hasTrouble ? "silent for 30 s" : "" },
-                    { name: "serial:///dev/ttyUSB0?baud=115200", format: "", state: this.hasTrouble ? "failed" : "listening", age_s: null, wait_s: null, bytes: 0, messages: 0, skipped: 0, checksum_failures: 0, refused: 0, epochs: 0, records: 0, connects: 0, failure: this.hasTrouble ? "no such device" : "" },
+                    { name: "serial:///dev/ttyUSB0?baud=115200", format: "", state: this.hasTrouble ? "given up" : "listening", age_s: null, wait_s: null, bytes: 0, messages: 0, skipped: 0, checksum_failures: 0, refused: 0, epochs: 0, records: 0, connects: 0, failure: this.hasTrouble ? "no such device" : "" },
                 ],
             }),
             notes: () => ({

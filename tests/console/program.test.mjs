@@ -194,6 +194,7 @@ test("a log, its names and a caster that mean harm show as text", ofProgram, asy
         }
         const live = await open(await start(["run", "simulator", `ntrip://127.0.0.1:${caster.address().port}/<b>bold&amp;`]), "sources");
         await live.locator("#events td", { hasText: `the caster says "HTTP/1.1 403 ${Hostile[0]}${Hostile[1]}` }).waitFor();
+        await live.locator("#source-table td", { hasText: `the caster says "HTTP/1.1 403 ${Hostile[0]}${Hostile[1]}` }).waitFor();
         await isLive(live);
         await expectHarmless(live);
     } finally {

@@ -39,7 +39,7 @@ export function showConstellation(stream) {
     });
 }
 
-const StateSigns = { connected: "●", listening: "○", failed: "✕", "waiting to try again": "…", stopped: "■" };
+const StateSigns = { connected: "●", listening: "○", failed: "✕", "given up": "✕", "waiting to try again": "…", stopped: "■" };
 
 export function showSources(stream) {
     const table = new Table(find("source-table"), "Sources", [
@@ -49,7 +49,7 @@ export function showSources(stream) {
             head: "State",
             isText: true,
             of: (row) => `${StateSigns[row.state] ?? "○"} ${row.state ?? ""}`,
-            classOf: (row) => (row.state === "failed" ? "bad" : ["waiting to try again", "stopped"].includes(row.state) ? "warn" : ""),
+            classOf: (row) => (["failed", "given up"].includes(row.state) ? "bad" : ["waiting to try again", "stopped"].includes(row.state) ? "warn" : ""),
         },
         {
             head: "Failure",

@@ -75,6 +75,7 @@ TEST(TcpSource, DeliversAllUpToTheEndAndComesBack) {
     bench.Pass(29999ms);
     EXPECT_EQ(source.GetState(), State::Connected);
     EXPECT_EQ(source.GetAge(), Host::SteadySpan(29999ms));
+    EXPECT_EQ(source.GetFault(), "");
     bench.Pass(1ms);
     EXPECT_EQ(source.GetState(), State::Waiting);
     EXPECT_EQ(bench.CountEvents("dropped: silent for 30 s, after 6 bytes; next try in 20 s"), 1);
@@ -85,6 +86,7 @@ TEST(TcpSource, DeliversAllUpToTheEndAndComesBack) {
     bench.Pass(20s);
     ASSERT_TRUE(bench.RunUntil([&] { return source.GetCounts().errors == 1; }));
     EXPECT_EQ(bench.CountEvents("Connection refused; next try in 40 s"), 1);
+    EXPECT_EQ(source.GetFault(), "Connection refused");
     EXPECT_EQ(source.GetCounts().connects, 2);
     EXPECT_EQ(source.GetCounts().drops, 2);
     EXPECT_EQ(source.GetCounts().bytes, 36);
