@@ -21,7 +21,7 @@ public:
 struct Console {
     Console() : sessions(Settings(), [] { return Host::SteadyTime(); }), door(Hosts(), sessions, false) {
         static_cast<void>(hub.Publish("run", "{}"));
-        router = Host::MakeConsoleRouter({door, hub, backend, "1", [](const std::string&) {}});
+        router = Host::MakeConsoleRouter({door, hub, backend, "1", [] {}});
     }
     static Host::ConsoleSessions::Settings Settings() {
         Host::ConsoleSessions::Settings settings;

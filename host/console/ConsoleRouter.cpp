@@ -164,7 +164,7 @@ private:
         Post("/login", [this](const Request& request, Response& response) { LogIn(request, response); });
         Post("/logout", [this](const Request&, Response& response) {
             routes_.door.GetSessions().Leave(visit_.session);
-            if (!visit_.session.empty()) routes_.onLeave(visit_.session);
+            routes_.onSessionsChange();
             SetCookie(response, "", std::chrono::seconds(0), IsSecure());
             response.status = 204;
         });
@@ -198,6 +198,8 @@ private:
         std::string id;
         switch (routes_.door.GetSessions().Enter(Secret(body["token"].get<std::string>()), call_->peer, id)) {
             case ConsoleSessions::Outcome::Good:
+                // It may have taken another's place.
+                routes_.onSessionsChange();
                 SetCookie(response, id, routes_.door.GetSessions().GetLife(), IsSecure());
                 response.status = 204;
                 return;

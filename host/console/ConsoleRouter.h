@@ -17,8 +17,8 @@ struct ConsoleRoutes {
     const ConsoleHub& hub;
     ConsoleBackend& backend;
     std::string version;
-    // Ends the streams of a session that has been left.
-    std::function<void(const std::string& session)> onLeave;
+    // A session has ended, or may have.
+    std::function<void()> onSessionsChange;
 };
 
 // Parses requests and chooses among the paths by cpp-httplib, on memory. For one thread; what the routes refer to must

@@ -122,11 +122,15 @@ bool ConsoleServer::Start(std::string& reason) {
         }
         parts->door = std::make_unique<ConsoleDoor>(ConsoleHosts(address, parts->front.GetPort(), settings_.hosts),
                                                     parts->sessions, settings_.tokenAlways);
-        parts->front.Start([&] {
-            return MakeConsoleRouter(
-                {*parts->door, hub_, backend_, settings_.version,
-                 [front = &parts->front](const std::string& session) { front->EndStreams(session); }});
-        });
+        parts->front.Start(
+            [&] {
+                return MakeConsoleRouter({*parts->door, hub_, backend_, settings_.version,
+                                          [front = &parts->front] { front->CheckStreams(); }});
+            },
+            // Without a session it was let in for where it comes from.
+            [sessions = &parts->sessions](const std::string& session) {
+                return session.empty() || sessions->Find(session) != ConsoleRight::None;
+            });
         parts_ = std::move(parts);
         return true;
     } catch (const std::system_error& error) {

@@ -56,16 +56,14 @@ HttpFront::~HttpFront() {
     workers_.reset();
 }
 
-void HttpFront::Start(const HttpWorkers::MakeHandler& makeHandler) {
+void HttpFront::Start(const HttpWorkers::MakeHandler& makeHandler, IsWelcome isWelcome) {
+    isWelcome_ = std::move(isWelcome);
     workers_ = std::make_unique<HttpWorkers>(bounds_.workers, makeHandler, [this] { WakeUp(); });
     thread_ = MakeQuietThread([this] { Run(); });
 }
 
-void HttpFront::EndStreams(const std::string& owner) {
-    {
-        const std::lock_guard lock(mutex_);
-        leavers_.push_back(owner);
-    }
+void HttpFront::CheckStreams() {
+    mayBeUnwelcome_ = true;
     WakeUp();
 }
 
@@ -117,7 +115,7 @@ void HttpFront::Serve(std::uint64_t id, std::uint32_t events) {
     } else if (id == WakeId) {
         std::uint64_t times = 0;
         static_cast<void>(!::read(wake_.Get(), &times, sizeof(times)));
-        EndOwned();
+        EndUnwelcome();
         TakeReplies();
     } else if (id == HubId) {
         hub_.DrainWakeUp();
@@ -264,6 +262,8 @@ void HttpFront::Refuse(HttpConnection& connection, int status) {
 
 void HttpFront::Send(HttpConnection& connection, HttpReply reply) {
     if (reply.isStream && nmrStreams_ >= bounds_.maxStreams) reply = MakeErrorReply(503);
+    // It may have left since it was let in.
+    if (reply.isStream && !isWelcome_(reply.owner)) reply = MakeErrorReply(401);
     if (reply.isStream) return BeginStream(connection, std::move(reply));
     connection.out = std::move(reply.bytes);
     connection.written = 0;

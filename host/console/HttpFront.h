@@ -3,8 +3,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -28,6 +28,7 @@ namespace Host {
 class HttpFront {
 public:
     using Figures = ConsoleServer::Figures;
+    using IsWelcome = std::function<bool(const std::string& owner)>;
 
     // The hub must outlive the front. Throws std::system_error when the system gives no descriptor or thread.
     HttpFront(const ConsoleBounds& bounds, ConsoleHub& hub);
@@ -40,11 +41,12 @@ public:
         return listener_.Listen(address, port, error);
     }
     [[nodiscard]] int GetPort() const { return listener_.GetPort(); }
-    // Once, when it listens.
-    void Start(const HttpWorkers::MakeHandler& makeHandler);
+    // Once, when it listens. A stream begins and goes on only while its owner is welcome, which is asked on the front's
+    // thread.
+    void Start(const HttpWorkers::MakeHandler& makeHandler, IsWelcome isWelcome);
 
-    // From any thread.
-    void EndStreams(const std::string& owner);
+    // From any thread, when somebody may be welcome no longer.
+    void CheckStreams();
     [[nodiscard]] Figures GetFigures() const;
 
 private:
@@ -58,7 +60,7 @@ private:
     void Serve(std::uint64_t id, std::uint32_t events);
     void ServeConnection(HttpConnection& connection, std::uint32_t events);
     void TakeReplies();
-    void EndOwned();
+    void EndUnwelcome();
 
     void AcceptAll();
     void Admit(HttpListener::Accepted accepted);
@@ -95,8 +97,8 @@ private:
     SteadyTime acceptDue_;
 
     std::atomic<bool> ends_ = false;
-    std::mutex mutex_;
-    std::vector<std::string> leavers_;  // owners whose streams end
+    std::atomic<bool> mayBeUnwelcome_ = false;
+    IsWelcome isWelcome_;
 
     std::atomic<std::uint64_t> accepted_ = 0;
     std::atomic<std::uint64_t> requests_ = 0;

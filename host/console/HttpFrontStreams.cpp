@@ -1,6 +1,6 @@
 // The streams of the front.
-#include <algorithm>
 #include <utility>
+#include <vector>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -53,18 +53,11 @@ void HttpFront::Pump(HttpConnection& connection) {
     Want(connection, outcome == Outcome::Waits ? EPOLLIN | EPOLLOUT : EPOLLIN);
 }
 
-void HttpFront::EndOwned() {
-    std::vector<std::string> leavers;
-    {
-        const std::lock_guard lock(mutex_);
-        leavers.swap(leavers_);
-    }
-    if (leavers.empty()) return;
+void HttpFront::EndUnwelcome() {
+    if (!mayBeUnwelcome_.exchange(false)) return;
     std::vector<HttpConnection*> ending;
     for (const auto& [id, connection] : connections_)
-        if (connection->phase == Phase::Streaming &&
-            std::find(leavers.begin(), leavers.end(), connection->owner) != leavers.end())
-            ending.push_back(connection.get());
+        if (connection->phase == Phase::Streaming && !isWelcome_(connection->owner)) ending.push_back(connection.get());
     for (HttpConnection* connection : ending) Close(*connection);
 }
 

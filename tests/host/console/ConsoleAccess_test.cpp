@@ -135,6 +135,27 @@ TEST(ConsoleAccess, OfATokenLastsAsLongAsItsSession) {
     EXPECT_EQ(ConsoleBench::Status(bench.Ask(bench.Get("/api/me", view))), 200);
 }
 
+// Also one that was on its way when the session ended, and one whose session has made room for another.
+TEST(ConsoleAccess, LeavesNoStreamWithoutASession) {
+    auto settings = ConsoleBench::WithTokens();
+    settings.tokenAlways = true;
+    settings.bounds.maxSessions = 1;
+    const ConsoleBench bench(std::move(settings));
+    std::vector<ConsolePeer> peers;
+    for (int i = 0; i < 40; ++i) {
+        const std::string view = bench.LogIn(ConsoleBench::View);
+        peers.emplace_back(bench.port).Send(bench.Get("/api/stream", view));
+        if (i % 2 == 0) {
+            peers.emplace_back(bench.port).Send(bench.Post("/logout", "{}", view));
+        } else {
+            EXPECT_NE(peers.back().ReadUntil("\r\n\r\n").find("text/event-stream"), std::string::npos);
+        }
+    }
+    const std::string last = bench.LogIn(ConsoleBench::Steer);
+    EXPECT_TRUE(ConsoleBench::WaitFor([&] { return bench.server.GetFigures().streams == 0; }));
+    EXPECT_EQ(ConsoleBench::Status(bench.Ask(bench.Get("/api/me", last))), 200);
+}
+
 TEST(ConsoleAccess, IsGuessedOnceASecondAtMost) {
     auto settings = ConsoleBench::WithTokens();
     settings.bounds.loginWait = std::chrono::seconds(1);
