@@ -147,7 +147,7 @@ void AppendQuoted(std::string_view text, std::string& to) {
 
 class NdjsonWriter final : public RowWriter {
 public:
-    NdjsonWriter(std::vector<Column> columns, Sink& sink) : rows_(std::move(columns)), sink_(sink) {}
+    NdjsonWriter(const std::vector<Column>& columns, Sink& sink) : rows_(columns), sink_(sink) {}
 
     void Write(std::span<const Cell> cells) override {
         line_.clear();
@@ -211,7 +211,7 @@ std::unique_ptr<RowWriter> RowWriter::Make(Form form, std::vector<Column> column
         case Form::Csv:
             return std::make_unique<CsvWriter>(std::move(columns), sink);
         case Form::Ndjson:
-            return std::make_unique<NdjsonWriter>(std::move(columns), sink);
+            return std::make_unique<NdjsonWriter>(columns, sink);
         case Form::Table:
             break;
     }
