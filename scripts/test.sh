@@ -37,7 +37,7 @@ stage "clang-tidy, without the static analyser" scripts/tidy.sh --quick
 stage "fuzz targets, 10 s each" scripts/fuzz.sh 10
 stage "tests of threads, with the thread sanitizer" tsan
 stage "tests" ctest --preset dev --progress
-stage "console in a browser" env GNSS=build/dev/host/gnss scripts/quietly.sh scripts/console-browser.sh
+stage "console in a browser" env GNSS=build/dev/host/gnss scripts/console-browser.sh "" --test-reporter=spec
 
 echo
 echo "Minutes per stage:"
