@@ -8,6 +8,7 @@ const char* __asan_default_options();       // NOLINT(bugprone-reserved-identifi
 const char* __tsan_default_options();       // NOLINT(bugprone-reserved-identifier)
 const char* __ubsan_default_options();      // NOLINT(bugprone-reserved-identifier)
 const char* __lsan_default_suppressions();  // NOLINT(bugprone-reserved-identifier)
+const char* __tsan_default_suppressions();  // NOLINT(bugprone-reserved-identifier)
 
 const char* __asan_default_options() {
     return "detect_stack_use_after_return=1";
@@ -23,6 +24,11 @@ const char* __ubsan_default_options() {
 // libfontconfig: its caches of fonts, asked for by Cairo, live until the process ends.
 const char* __lsan_default_suppressions() {
     return "leak:argz_add_sep\nleak:libfontconfig\n";
+}
+// libcpp-httplib: Debian's is built without the sanitizer, which so does not see that its local statics are made before
+// another thread reads them. What it calls of ours is watched.
+const char* __tsan_default_suppressions() {
+    return "called_from_lib:libcpp-httplib\n";
 }
 }
 #pragma GCC visibility pop
