@@ -27,8 +27,9 @@ const char* __lsan_default_suppressions() {
 }
 // libcpp-httplib: Debian's is built without the sanitizer, which so does not see that its local statics are made before
 // another thread reads them. What it calls of ours is watched.
+// libfontconfig: Pango looks fonts up in a thread of its own; fontconfig's locks are not seen either.
 const char* __tsan_default_suppressions() {
-    return "called_from_lib:libcpp-httplib\n";
+    return "called_from_lib:libcpp-httplib\nrace:libfontconfig\n";
 }
 }
 #pragma GCC visibility pop

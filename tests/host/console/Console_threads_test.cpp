@@ -11,16 +11,6 @@
 #include "host/run/Pipeline.h"
 #include "tests/support/TestData.h"
 
-// Pango looks the fonts up in a thread of its own; fontconfig's locks are not seen by the sanitizer.
-#pragma GCC visibility push(default)
-extern "C" {
-const char* __tsan_default_suppressions();  // NOLINT(bugprone-reserved-identifier): the name is the runtime's
-const char* __tsan_default_suppressions() {
-    return "race:libfontconfig\n";
-}
-}
-#pragma GCC visibility pop
-
 namespace {
 
 TEST(Console, AnswersWhileTheRunGoesOn) {
