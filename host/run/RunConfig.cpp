@@ -22,6 +22,10 @@ namespace {
 constexpr std::size_t LineWidth = 100;
 constexpr std::size_t MaxDots = 1000;
 
+bool IsGraphic(char c) {
+    return c > ' ' && c <= '~';
+}
+
 // The names that stand in a table, or those of the tables themselves.
 std::string ListNames(std::string_view table) {
     std::vector<std::string> names;
@@ -116,30 +120,48 @@ private:
     std::vector<std::pair<std::uint64_t, std::string>> faults_;
 };
 
-// The dots that stand outside of texts and remarks: those of names and numbers.
-std::size_t CountDots(std::string_view text) {
-    std::size_t number = 0;
-    while (!text.empty()) {
-        const char c = text.front();
-        std::size_t length = 1;
-        if (c == '#') {
-            length = text.find('\n');
-        } else if (c == '"' || c == '\'') {
-            const bool isLong = text.size() >= 3 && text[1] == c && text[2] == c;
-            const std::string end(isLong ? 3 : 1, c);
-            length = end.size();
-            // A backslash keeps the next character from ending the text; the other kind of text has none.
-            while (length < text.size() && !text.substr(length).starts_with(end))
-                length += c == '"' && text[length] == '\\' ? 2 : 1;
-            length += end.size();
-            // A long text may have up to two of its quotes before those that end it.
-            for (int i = 0; isLong && i < 2 && length < text.size() && text[length] == c; ++i) ++length;
-        } else if (c == '.') {
-            ++number;
-        }
-        text.remove_prefix(std::min(length, text.size()));
+// What stands in a configuration, as far as the parser has to be kept from it.
+struct Contents {
+    std::size_t nmrDots = 0;                            // outside of texts and remarks: those of names and numbers
+    std::size_t foreign = std::string_view::npos;       // where a character beyond ASCII stands outside of them
+    std::size_t continuation = std::string_view::npos;  // where a long text goes on behind a backslash
+};
+
+// Takes the text within quotes that begins here; returns where it ends.
+std::size_t TakeText(std::string_view text, std::size_t at, Contents& contents) {
+    const char quote = text[at];
+    const bool isLong = text.substr(at, 3) == std::string(3, quote);
+    const std::string end(isLong ? 3 : 1, quote);
+    at += end.size();
+    while (at < text.size() && !text.substr(at).starts_with(end)) {
+        // A backslash keeps the next character from ending the text; the other kind of text has none.
+        const bool isEscape = quote == '"' && text[at] == '\\' && at + 1 < text.size();
+        if (isEscape && isLong && !IsGraphic(text[at + 1])) contents.continuation = std::min(contents.continuation, at);
+        at += isEscape ? 2 : 1;
     }
-    return number;
+    at += end.size();
+    // A long text may have up to two of its quotes before those that end it.
+    for (int i = 0; isLong && i < 2 && at < text.size() && text[at] == quote; ++i) ++at;
+    return at;
+}
+
+Contents TakeContents(std::string_view text) {
+    constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
+    Contents contents;
+    std::size_t at = text.starts_with(ByteOrderMark) ? ByteOrderMark.size() : 0;
+    while (at < text.size()) {
+        const char c = text[at];
+        if (c == '#') {
+            at = text.find('\n', at);
+        } else if (c == '"' || c == '\'') {
+            at = TakeText(text, at, contents);
+        } else {
+            if (c == '.') ++contents.nmrDots;
+            if (static_cast<unsigned char>(c) > 0x7F) contents.foreign = std::min(contents.foreign, at);
+            ++at;
+        }
+    }
+    return contents;
 }
 
 // As lines that begin with "# ".
@@ -182,18 +204,27 @@ int FindBrokenHeader(std::string_view text) {
 
 std::vector<std::string> ReadConfig(std::string_view text, const std::string& name, RunSettings& settings) {
     if (text.size() > MaxConfigSize) return {name + ": larger than 1 MiB, which no configuration is"};
+    const auto refuse = [&](std::size_t at, const char* what) {
+        const std::string_view before = text.substr(0, at);
+        return std::vector<std::string>{
+            fmt::format("{}:{}: {}", name, 1 + std::count(before.begin(), before.end(), '\n'), what)};
+    };
     // TOML allows none but these anywhere; the parser has not thought of all places.
     const auto isControl = [](char c) {
         return (static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' && c != '\r') || c == '\x7F';
     };
-    if (const auto control = std::find_if(text.begin(), text.end(), isControl); control != text.end()) {
-        return {fmt::format("{}:{}: a control character, as no configuration has", name,
-                            1 + std::count(text.begin(), control, '\n'))};
-    }
+    if (const auto* const control = std::find_if(text.begin(), text.end(), isControl); control != text.end())
+        return refuse(static_cast<std::size_t>(control - text.begin()), "a control character, as no configuration has");
     if (const int line = FindBrokenHeader(text); line > 0)
         return {fmt::format("{}:{}: a table's header without a name: [NAME] is one", name, line)};
+    const Contents contents = TakeContents(text);
     // The parser makes a table within a table for each dot of a name, and takes them apart by recursion.
-    if (CountDots(text) > MaxDots) return {name + ": has more dots in its names than any configuration"};
+    if (contents.nmrDots > MaxDots) return {name + ": has more dots in its names than any configuration"};
+    // It does not know all characters where it looks for blanks, which it does here and there.
+    if (contents.foreign < text.size())
+        return refuse(contents.foreign, "a character beyond ASCII may stand within \"...\" and behind # alone");
+    if (contents.continuation < text.size())
+        return refuse(contents.continuation, "a text that goes on in the next line; no setting needs one");
     const toml::parse_result result = toml::parse(text);
     if (!result) {
         const toml::parse_error& error = result.error();

@@ -147,6 +147,9 @@ TEST(RunConfig, RefusesWithPlaceAndWhatIsAllowed) {
              Row{"[fix]\nmode = 'gps", {"a.toml:2: "}},
              Row{"[output]\nfolder = '\xF8'", {"a.toml:2: "}},
              Row{"[fix]\n[\x14\x14", {"a.toml:2: a control character"}},
+             Row{"# \xC3\xA9\n[fix]\nmode = \xE2\x80\x9Cgps\xE2\x80\x9D", {"a.toml:3: a character beyond ASCII"}},
+             Row{"[sources]\nf\xD1\x90 = '\xC3\xA9'", {"a.toml:2: a character beyond ASCII"}},
+             Row{"[fix]\nmode = \"\"\"\ngps\\\n\xD1\x90\"\"\"", {"a.toml:3: a text that goes on"}},
          }) {
         RunSettings settings;
         const auto faults = ReadConfig(std::string("") + row.text, "a.toml", settings);
