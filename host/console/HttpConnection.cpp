@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::size_t Chunk = 16384;
 constexpr std::size_t MaxAtOnce = 16;  // events in one call of the system
+constexpr std::size_t MaxTurns = 16;
 constexpr std::size_t MaxDiscards = 16;
 
 HttpConnection::Outcome GetOutcome(int error) {
@@ -60,7 +61,8 @@ HttpConnection::Outcome HttpConnection::Write() {
 
 HttpConnection::Outcome HttpConnection::WriteEvents() {
     if (const Outcome outcome = Write(); outcome != Outcome::More) return outcome;
-    while (true) {
+    // However fast the events come, the others have their turn.
+    for (std::size_t turn = 0; turn < MaxTurns; ++turn) {
         if (events.empty() && !reader->Take(events, MaxAtOnce)) return Outcome::More;
         std::array<iovec, MaxAtOnce> parts{};
         std::size_t nmrParts = 0;
@@ -81,6 +83,7 @@ HttpConnection::Outcome HttpConnection::WriteEvents() {
         while (nmrSent < events.size() && offset >= events[nmrSent]->size()) offset -= events[nmrSent++]->size();
         events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(nmrSent));
     }
+    return Outcome::Waits;
 }
 
 }  // namespace Host
