@@ -43,7 +43,7 @@ bool ReplayRun::OpenPipeline(std::string& reason) {
     GPSTime::SetUTCParam(before_.GetLeapTime(), static_cast<int>(before_.GetBefore().Seconds()),
                          static_cast<int>(before_.GetAfter().Seconds()));
     pipeline_ = std::make_unique<Pipeline>(request_, std::vector<RunOutput*>{this});
-    nmrEpochs_ = 0;
+    nmrSteps_ = 0;
     latest_.reset();
     previous_.reset();
     nextSteered_ = 0;
@@ -117,14 +117,16 @@ void ReplayRun::Begin(const RunFacts& facts) {
     for (RunOutput* output : outputs_) output->Begin(facts);
 }
 
-void ReplayRun::OnEpoch(const GPSTime& time) {
-    if (isAbandoned_) return;
+void ReplayRun::OnTime(const GPSTime& time) {
+    // Sources that are merged, or messages within an epoch, are out of order by so much.
+    constexpr Corvane::Time Disorder{10.0};
+    if (isAbandoned_ || (previous_ && time <= *previous_ && *previous_ - time < Disorder)) return;
     WaitFor(time);
     if (isAbandoned_) return;
     DoAgain();
-    ++nmrEpochs_;
+    ++nmrSteps_;
     latest_ = std::max(latest_.value_or(time), time);
-    for (RunOutput* output : outputs_) output->OnEpoch(time);
+    for (RunOutput* output : outputs_) output->OnTime(time);
 }
 
 void ReplayRun::OnFix(const PublishedFix& fix) {
@@ -160,7 +162,7 @@ bool ReplayRun::IsGood() const {
 
 // The operator's doings of an earlier time through.
 void ReplayRun::DoAgain() {
-    while (nextSteered_ < steered_.size() && steered_[nextSteered_].epoch <= nmrEpochs_)
+    while (nextSteered_ < steered_.size() && steered_[nextSteered_].step <= nmrSteps_)
         steered_[nextSteered_++].command(pipeline_->GetCore());
 }
 
@@ -171,7 +173,7 @@ void ReplayRun::DoNew(std::unique_lock<std::mutex>& lock) {
         DoAgain();
         command(pipeline_->GetCore());
         const auto place = steered_.begin() + static_cast<std::ptrdiff_t>(nextSteered_++);
-        steered_.insert(place, {nmrEpochs_, std::move(command)});
+        steered_.insert(place, {nmrSteps_, std::move(command)});
         lock.lock();
     }
 }
@@ -231,7 +233,7 @@ void ReplayRun::WaitFor(const GPSTime& time) {
             }
         }
         if (target_) {
-            if (time <= *target_) break;
+            if (time <= *target_ || !status_.now) break;
             // The first that lies beyond: what was asked for is there.
             previous_ = std::exchange(target_, std::nullopt);
             begin_ = Now();

@@ -21,9 +21,10 @@
 
 namespace Host {
 
-// Waits before each epoch until its time has come. The stores take nothing older than what they have, so going back
-// begins a new run of the same inputs, which goes silently to the time asked for: decoders, stores, notes, clock and
-// leap-second rule are then what they are when the replay gets there by itself. Going forward goes on silently.
+// Waits before the data go on to a time until that has come. The stores take nothing older than what they have, so
+// going back begins a new run of the same inputs, which goes silently to the time asked for: decoders, stores, notes,
+// clock and leap-second rule are then what they are when the replay gets there by itself. Going forward goes on
+// silently.
 //
 // The outputs hear a whole run each time: Begin is called again, and everything comes anew.
 class ReplayRun : private RunOutput {
@@ -33,7 +34,7 @@ public:
         State state = State::Playing;
         bool isSeeking = false;  // on the way to a time, silently
         double speed = 1.0;      // times real; 0: as fast as it goes
-        // What is shown: everything measured up to this time. Nothing before the first epoch.
+        // Of the last epoch that is shown. Nothing before the first.
         std::optional<GNSS::GPSTime> now;
         std::optional<Pipeline::Span> span;  // of the data
     };
@@ -59,22 +60,21 @@ public:
     void Pause() { SetPlaying(false); }
     // Times real; 0 or less, and what is no number, is as fast as it goes.
     void SetSpeed(double speed);
-    // To the state after the last epoch that is not later than this, or the first there is; playing or pausing stays as
-    // it is.
+    // To the state after all that is not later than this, or after the first epoch; playing or pausing stays as it is.
     void Seek(const GNSS::GPSTime& time);
-    // Done on the thread of the run before its next epoch, and again before that epoch whenever the run is played
+    // Done on the thread of the run before its data go on, and again at the same point whenever the run is played
     // again; at the end of the data, there. On the way to a time it waits until that is reached.
     void Steer(Command command);
     [[nodiscard]] Status GetStatus() const;
 
 private:
     struct Steered {
-        std::int64_t epoch = 0;  // before this one, counted from 0: times may come twice
+        std::int64_t step = 0;  // before this one
         Command command;
     };
 
     void Begin(const RunFacts& facts) override;
-    void OnEpoch(const GNSS::GPSTime& time) override;
+    void OnTime(const GNSS::GPSTime& time) override;
     void OnFix(const PublishedFix& fix) override;
     void OnEvent(const RunEvent& event) override;
     void OnReceiverFix(const ReceiverFix& fix) override;
@@ -107,12 +107,12 @@ private:
     std::unique_ptr<Pipeline> pipeline_;
     bool isAbandoned_ = false;               // what still comes of this run is heard by nobody
     bool isOver_ = false;                    // stopped
-    std::int64_t nmrEpochs_ = 0;             // of this run so far
+    std::int64_t nmrSteps_ = 0;              // from time to time, of this run so far
     std::optional<GNSS::GPSTime> latest_;    // of these
-    std::optional<GNSS::GPSTime> previous_;  // from which the wait for the next epoch counts
+    std::optional<GNSS::GPSTime> previous_;  // from which the wait for the next counts
     SteadyTime begin_;                       // and when it began
     SteadyTime nextSecond_;
-    std::vector<Steered> steered_;  // all there were, in the order of their epochs
+    std::vector<Steered> steered_;  // all there were, in the order of their steps
     std::size_t nextSteered_ = 0;
 
     mutable std::mutex mutex_;

@@ -217,6 +217,7 @@ bool RunCore::IsFollowed(const GPSTime& time) {
 }
 
 void RunCore::AdvanceTo(const GPSTime& time, const StreamClock& clock) {
+    for (RunOutput* output : outputs_) output->OnTime(time);
     if (!IsFollowed(time)) return;
     Navigation& navigation = tree_.GetNavigation();
     PlanSink sink(*this);
@@ -283,7 +284,6 @@ void RunCore::TakeChannel(const GNSS::Glonass::Slot& slot, int channel) {
 }
 
 void RunCore::TakeEpoch(const GNSS::MeasSet& set) {
-    for (RunOutput* output : outputs_) output->OnEpoch(set.GetGPSTime());
     if (std::exchange(areChannelsNew_, false)) port_->channels.Send(channels_);
     // The stores' answers to what came before reach the fix first. A UTC record has changed the leap-second rule.
     tree_.Drain();

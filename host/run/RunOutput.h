@@ -48,7 +48,7 @@ struct RunFacts {
     std::int64_t bytesTotal = 0;  // 0 when it is not known (standard input)
 };
 
-// All calls come on the thread of the run, in this order: Begin, then epochs with their fixes, events and the
+// All calls come on the thread of the run, in this order: Begin, then times, fixes, events and the
 // receiver's own answers as the data's time passes, then Finish. What is given lives until the call returns, but for
 // the facts.
 class RunOutput {
@@ -59,8 +59,9 @@ public:
     virtual ~RunOutput() = default;
 
     virtual void Begin(const RunFacts& /*facts*/) {}
-    // Measurements of this time have come; their fix is computed when all outputs have returned.
-    virtual void OnEpoch(const GNSS::GPSTime& /*time*/) {}
+    // The data are about to go on to this time, or say it again: nothing of it has been looked at, the clock included.
+    // Of several sources the times may be a little out of order.
+    virtual void OnTime(const GNSS::GPSTime& /*time*/) {}
     // Each epoch, also one without a position.
     virtual void OnFix(const PublishedFix& fix) = 0;
     virtual void OnEvent(const RunEvent& /*event*/) {}

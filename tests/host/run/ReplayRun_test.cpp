@@ -1,4 +1,4 @@
-// A replay that is paused, hurried and sent to and fro is at every epoch in the state of one that just plays.
+// A replay that is paused, hurried and sent to and fro is at every time in the state of one that just plays.
 #include "host/run/ReplayRun.h"
 
 #include <algorithm>
@@ -70,8 +70,8 @@ private:
     Corvane::Response<GNSS::Almanac> almanac_;
 };
 
-// Of every epoch, before it is fixed: what all the outputs have heard since the beginning, what the stores keep, the
-// clock and the rule of leap seconds.
+// Of every time, before the data go on to it: what all the outputs have heard since the beginning, what the stores
+// keep, the clock and the rule of leap seconds.
 class Witness : public Host::RunOutput {
 public:
     struct Seen {
@@ -91,7 +91,7 @@ public:
         heard_ = 0;
         ++nmrRuns;
     }
-    void OnEpoch(const GPSTime& time) override {
+    void OnTime(const GPSTime& time) override {
         const GPSTime::UTCConverter rule = GPSTime::GetUTCConverter();
         const double leap = SecondsOf(rule.GetLeapTime());
         const Seen seen{heard_,
@@ -100,9 +100,9 @@ public:
                         {leap, rule.GetBefore().Seconds(), rule.GetAfter().Seconds()}};
         const auto [place, isNew] = book.emplace(SecondsOf(time), seen);
         if (!isNew && !(place->second == seen)) ++nmrDifferences;
-        ++nmrEpochs;
     }
     void OnFix(const Host::PublishedFix& fix) override {
+        ++nmrFixes;
         for (const Host::Cell& cell : row_.Fill(fix, Host::FiguresOf(fix.result))) std::visit(*this, cell);
         for (int i = 0; i < fix.notes.NmrNote(); ++i) (*this)(std::string_view(fix.notes[i].GetText().str()));
         if (onFix) onFix(fix.result.time);
@@ -117,7 +117,7 @@ public:
 
     Book book;
     int nmrDifferences = 0;
-    int nmrEpochs = 0;
+    int nmrFixes = 0;
     int nmrRuns = 0;
     std::function<void(const GPSTime&)> onFix;
 
@@ -182,7 +182,7 @@ Witness::Book PlayThrough(const Host::RunRequest& request, const std::function<v
     return witness.book;
 }
 
-// Sends a replay to and fro; every epoch that it comes to is as in the book.
+// Sends a replay to and fro; every time that it comes to is as in the book.
 void CheckSeeks(const Host::RunRequest& request, int nmrSeeks) {
     const Witness::Book book = PlayThrough(request);
     ASSERT_GT(book.size(), 300U);
@@ -260,7 +260,7 @@ TEST(ReplayRun, RepeatsWhatTheOperatorDid) {
     ASSERT_EQ(replay.Run([&] { return replay.GetStatus().state == State::Ended; }), "");
     EXPECT_EQ(nmrSteered, 2);
     EXPECT_EQ(witness.nmrRuns, 2);
-    EXPECT_EQ(done, (std::vector<double>{51.0, 101.0, 51.0, 101.0}));
+    EXPECT_EQ(done, (std::vector<double>{50.0, 100.0, 50.0, 100.0}));
     EXPECT_EQ(witness.nmrDifferences, 0);
 }
 
@@ -293,7 +293,7 @@ TEST(ReplayRun, PlaysAgainAfterTheEnd) {
                          }),
               "");
     EXPECT_EQ(nmrSteered, 4);
-    EXPECT_EQ(witness.nmrEpochs, 2 * Log::NmrEpochs);
+    EXPECT_EQ(witness.nmrFixes, 2 * Log::NmrEpochs);
     EXPECT_EQ(witness.nmrDifferences, 0);
 }
 
@@ -325,7 +325,7 @@ TEST(ReplayRun, KeepsItsPace) {
     });
     ASSERT_EQ(replay.Run([&] { return replay.GetStatus().state == State::Ended; }), "");
     EXPECT_GT(paused, 0.499);
-    EXPECT_EQ(witness.nmrEpochs, Log::NmrEpochs);
+    EXPECT_EQ(witness.nmrFixes, Log::NmrEpochs);
 }
 
 }  // namespace
