@@ -89,15 +89,17 @@ public:
     }
     void Begin(const Host::RunFacts& /*facts*/) override {
         heard_ = 0;
+        isFirst_ = true;
         ++nmrRuns;
     }
     void OnTime(const GPSTime& time) override {
-        const GPSTime::UTCConverter rule = GPSTime::GetUTCConverter();
-        const double leap = SecondsOf(rule.GetLeapTime());
-        const Seen seen{heard_,
-                        std::hash<std::string>{}(stores_->Print()),
-                        Corvane::Clock::Now().Print(6).str(),
-                        {leap, rule.GetBefore().Seconds(), rule.GetAfter().Seconds()}};
+        Seen seen{heard_, std::hash<std::string>{}(stores_->Print()), "", {}};
+        // Before the data have told a time these are the process's.
+        if (!std::exchange(isFirst_, false)) {
+            seen.clock = Corvane::Clock::Now().Print(6).str();
+            const GPSTime::UTCConverter rule = GPSTime::GetUTCConverter();
+            seen.leap = {SecondsOf(rule.GetLeapTime()), rule.GetBefore().Seconds(), rule.GetAfter().Seconds()};
+        }
         const auto [place, isNew] = book.emplace(SecondsOf(time), seen);
         if (!isNew && !(place->second == seen)) ++nmrDifferences;
     }
@@ -124,6 +126,7 @@ public:
 private:
     std::shared_ptr<Stores> stores_;
     std::size_t heard_ = 0;
+    bool isFirst_ = true;
     Host::FixRow row_;
 };
 
