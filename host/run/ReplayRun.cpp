@@ -242,8 +242,14 @@ void ReplayRun::WaitFor(const GPSTime& time) {
         }
         DoNew(lock);
         const SteadyTime now = Now();
-        if (std::exchange(isNewPace_, false)) begin_ = now;
         const bool isPlaying = status_.state == State::Playing;
+        if (std::exchange(isNewPace_, false)) {
+            // What has been waited counts.
+            const double waited = std::chrono::duration<double>(now - begin_).count() * pace_;
+            if (previous_) previous_ = std::min(time, *previous_ + Corvane::Time(std::clamp(waited, 0.0, 1e6)));
+            begin_ = now;
+            pace_ = isPlaying ? status_.speed : 0.0;
+        }
         const SteadyTime due = isPlaying ? GetDue(time) : SteadyTime::max();
         if (now >= due) {
             begin_ = status_.speed == 0.0 ? now : std::max(due, now - Hurry);

@@ -111,6 +111,7 @@ private:
     std::optional<GNSS::GPSTime> latest_;    // of these
     std::optional<GNSS::GPSTime> previous_;  // from which the wait for the next counts
     SteadyTime begin_;                       // and when it began
+    double pace_ = 0.0;                      // s of the data that it counts a second
     SteadyTime nextSecond_;
     std::vector<Steered> steered_;  // all there were, in the order of their steps
     std::size_t nextSteered_ = 0;
@@ -119,7 +120,7 @@ private:
     std::condition_variable changed_;
     Status status_;
     bool isPlaying_ = true;                // also at the end, for when it is left
-    bool isNewPace_ = false;               // the wait counts from now
+    bool isNewPace_ = true;                // the wait goes on at another
     std::optional<GNSS::GPSTime> seek_;    // asked for
     std::optional<GNSS::GPSTime> target_;  // on the way to
     std::vector<Command> commands_;        // new
