@@ -35,5 +35,5 @@ if [ -z "$CONSOLE_URL" ]; then
     [ -n "${GNSS:-}" ] || echo "skipped against the program: GNSS does not say where it is"
     [ -n "${GNSS_TEST_DATA:-}" ] || echo "replays of a real log skipped: no test data"
 fi
-# At most 5 minutes a file, so that nothing hangs. Waiting is most of it.
-exec node --test --test-concurrency=3 --test-timeout=300000 "$@" "${files[@]}"
+# Nothing hangs for ever. Waiting is most of it.
+exec timeout --kill-after=10 900 node --test --test-concurrency=3 "$@" "${files[@]}"
