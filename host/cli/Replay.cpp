@@ -128,11 +128,11 @@ int Replay(const RunOptions& options, const std::string& speedText) {
 }
 
 constexpr const char* Footer =
-    R"(The files are those of gnss run. Each epoch waits until its time has come, as it did when it was measured, at the
-speed asked for; a gap is waited out for a minute at most. With --console the operator console has play, pause, speed,
-and a slider by which the replay is sent to any time of the data: stores, notes, clock and leap-second rule are then as
-if it had got there by itself. A satellite that an operator disables or enables is so from that time of the data on, also
-when the replay comes there again. It goes on until a signal (Ctrl-C), also when the data have ended.
+    R"(The files are those of gnss run. Each epoch waits until its time has come, as it did when it was measured, at
+the speed asked for; a gap is waited out for a minute at most. With --console the operator console has play, pause,
+speed, and a slider by which the replay is sent to any time of the data: stores, notes, clock and leap-second rule are
+then as if it had got there by itself. A satellite that an operator disables or enables is so from that time of the
+data on, also when the replay comes there again. It goes on until a signal (Ctrl-C), also when the data have ended.
 
 Without a console the rows of gnss run come at their times, and the replay ends with the data and the summary.
 
@@ -141,9 +141,9 @@ Without a console the rows of gnss run come at their times, and the replay ends 
 A configuration file of gnss run can be used. What it says of live sources and of files to be written is passed over: a
 replay writes none.
 
-Exit code with a console: 0 when a signal has ended it, whatever the data hold. Without one: 0 when there is at least one
-position, 1 when there is none or a signal has ended it before the data did. With and without: 1 when a file cannot be
-used or the console cannot be served, 2 when the command line or the configuration is wrong.)";
+Exit code with a console: 0 when a signal has ended it, whatever the data hold. Without one: 0 when there is at least
+one position, 1 when there is none or a signal has ended it before the data did. With and without: 1 when a file cannot
+be used or the console cannot be served, 2 when the command line or the configuration is wrong.)";
 
 }  // namespace
 
