@@ -15,6 +15,7 @@
 #include "host/cli/Inputs.h"
 #include "host/cli/LogFile.h"
 #include "host/cli/Progress.h"
+#include "host/cli/RunEnd.h"
 #include "host/cli/RunEventLines.h"
 #include "host/cli/RunLive.h"
 #include "host/cli/RunOptions.h"
@@ -23,7 +24,6 @@
 #include "host/live/SourceAddress.h"
 #include "host/run/Pipeline.h"
 #include "host/run/PositionRows.h"
-#include "host/run/RunConfig.h"
 #include "host/run/RunSettings.h"
 #include "host/run/RunSummary.h"
 #include "host/run/RunText.h"
@@ -49,28 +49,9 @@ bool IsInputOverwritten(const RunSettings& settings) {
     return false;
 }
 
-int PrintSettings(const RunSettings& settings) {
-    std::string text;
-    std::string fault;
-    if (!PrintConfig(settings, text, fault)) return Complain(fault), 2;
-    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return 0;
-    return Complain("standard output cannot be written"), 1;
-}
-
-// Why there is nothing.
-std::string DescribeNothing(const RunFacts& facts) {
-    std::int64_t records = 0;
-    for (const RunInput& input : facts.inputs) records += input.records;
-    if (records == 0) return "the inputs hold no measurements that could be used";
-    return fmt::format(
-        "the inputs hold no measurements that could be used, but {} navigation records: gnss decode and gnss store "
-        "read them",
-        records);
-}
-
 // Shows how a run has ended until somebody stops the program.
 void ServeOn(Console& console) {
-    Complain("the inputs have ended; the console shows the last state at " + console.GetUrl() + " until Ctrl-C");
+    Complain("the inputs have ended; the console shows the last state at " + console.GetPlace() + " until Ctrl-C");
     constexpr int WaitMS = 200;
     while (StopSignal::Get() == 0) {
         console.GetOutput().Tick();
@@ -98,7 +79,7 @@ int Run(const RunOptions& options) {
     std::optional<Console> console;
     if (!settings.console.address.empty()) {
         console.emplace(settings, "files");
-        if (!console->Configure(settings, reason)) return Complain("--console: " + reason), 2;
+        if (!console->Configure(settings, reason)) return Complain(reason), 2;
     }
     // Who takes what the run produces.
     RunSummary summary(settings.referencePlace);
@@ -136,7 +117,7 @@ int Run(const RunOptions& options) {
         console->GetOutput().SetStop(settings.folder.isStopped);
         pipeline.AddOutput(console->GetOutput());
         if (!console->Start({}, reason)) return Complain("--console: " + reason), 1;
-        Complain("the console is at " + console->GetUrl());
+        Complain("the console is at " + console->GetPlace());
     }
     std::optional<Progress> progress(std::in_place, "bytes", pipeline.GetFacts().bytesTotal);
     const std::string failure = pipeline.Run([&](const RunFacts& facts) {
@@ -150,10 +131,9 @@ int Run(const RunOptions& options) {
         return Complain(console ? "the run was stopped" : "the run was stopped; no file was made"), 1;
     const RunFigures& figures = summary.GetFigures();
     if (!settings.quiet) Tell(PrintSummary(figures, summary.GetSeries(), pipeline.GetFacts()));
-    if (figures.epochs == 0) return Complain(DescribeNothing(pipeline.GetFacts())), 1;
-    if (figures.fixes == 0) Complain("no epoch has a position; the notes and events say why");
-    if (console) ServeOn(*console);
-    return figures.fixes > 0 ? 0 : 1;
+    const bool hasPositions = TellWhetherPositions(pipeline.GetFacts());
+    if (console && figures.epochs > 0) ServeOn(*console);
+    return hasPositions ? 0 : 1;
 }
 
 constexpr const char* Footer =
@@ -202,8 +182,9 @@ Such a file may be as short as
 A name in it that is no setting, or a value that is not allowed, ends the run before it begins. Only the file that
 --config names is read, so that a command line says all about a run.
 
-Exit code: 0 when there is at least one position; 1 when there is none, a source cannot be used or an output cannot be
-written; 2 when the command line or the configuration is wrong.)";
+Exit code: 0 when there is at least one position; 1 when there is none, a source cannot be used, an output cannot be
+written, or a signal has ended a run of files before their end (one that only prints its rows is ended by the signal
+itself); 2 when the command line or the configuration is wrong.)";
 
 }  // namespace
 

@@ -41,7 +41,7 @@ int RunLive(RunSettings settings) {
     std::optional<Console> console;
     if (!settings.console.address.empty()) {
         console.emplace(settings, "live");
-        if (!console->Configure(settings, reason)) return Complain("--console: " + reason), 2;
+        if (!console->Configure(settings, reason)) return Complain(reason), 2;
     }
     LiveStatus status;
     RunEventLines events(settings.allWarnings);
@@ -68,7 +68,7 @@ int RunLive(RunSettings settings) {
         run.AddOutput(console->GetOutput());
         const auto wake = [file = run.GetWakeFile()] { static_cast<void>(::eventfd_write(file, 1)); };
         if (!console->Start(wake, reason)) return Complain("--console: " + reason), 1;
-        Complain("the console is at " + console->GetUrl());
+        Complain("the console is at " + console->GetPlace());
     }
     // Asked after each wait: also after one that an operator's command has ended.
     const auto isStopped = [&] {

@@ -47,12 +47,12 @@ class Help : public CLI::Formatter {
 
 }  // namespace
 
-RunOptions::RunOptions(CLI::App& command) : given_(GetSettings().size()) {
+RunOptions::RunOptions(CLI::App& command, bool (*isTaken)(const Setting&)) : given_(GetSettings().size()) {
     command.formatter(std::make_shared<Help>());
     const RunSettings defaults;
     for (std::size_t i = 0; i < given_.size(); ++i) {
         const Setting& setting = GetSettings()[i];
-        if (!setting.HasOption()) continue;
+        if (!setting.HasOption() || (isTaken != nullptr && !isTaken(setting))) continue;
         Given& given = given_[i];
         const std::string help = setting.help;
         const std::string value = setting.print(defaults);

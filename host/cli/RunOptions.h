@@ -1,4 +1,4 @@
-// The options of gnss run: one for each setting of a run, and its configuration file.
+// The options of gnss run and gnss replay: one for each setting of a run, and its configuration file.
 #pragma once
 
 #include <string>
@@ -15,8 +15,9 @@ namespace Host {
 
 class RunOptions {
 public:
-    // Adds them to the command, which must live as long as this.
-    explicit RunOptions(CLI::App& command);
+    // Adds them to the command, which must live as long as this. Settings that are not taken have no option; a
+    // configuration file may hold them all the same.
+    explicit RunOptions(CLI::App& command, bool (*isTaken)(const Setting&) = nullptr);
 
     // The settings in force, once the command line is parsed: those of the command line before those of the file
     // before the defaults. Empty, or what is wrong, each fault on a line of its own.

@@ -21,9 +21,11 @@ bool ReadFrom(const std::map<std::string, std::string>& parameters, std::int64_t
     return true;
 }
 
-bool ReadToken(const std::string& file, const Secret& configured, const std::string& configFile, Secret& token,
-               std::string& reason) {
-    return FindPassword({file, configured.Reveal(), configFile, nullptr}, token, reason);
+bool ReadToken(const PasswordPlaces& places, Secret& token, std::string& reason) {
+    if (!FindPassword(places, token, reason)) return false;
+    if (ConsoleServerSettings::CheckToken(token, reason)) return true;
+    reason = std::string(places.GetPlace()) + ": " + reason;
+    return false;
 }
 
 }  // namespace
@@ -44,10 +46,15 @@ bool Console::Configure(const RunSettings& settings, std::string& reason) {
     const std::string& config = settings.live.configFile;
     serving_.hosts = choices.hosts;
     serving_.tokenAlways = choices.tokenAlways;
-    return ConsoleServerSettings::ParseAddress(choices.address, serving_.address, serving_.port, reason) &&
-           ReadToken(choices.viewTokenFile, choices.viewToken, config, serving_.viewToken, reason) &&
-           ReadToken(choices.steerTokenFile, choices.steerToken, config, serving_.steerToken, reason) &&
-           serving_.Check(reason);
+    const PasswordPlaces view{choices.viewTokenFile,       choices.viewToken.Reveal(), config, nullptr, "token",
+                              "--console-view-token-file", "console.view_token"};
+    const PasswordPlaces steer{choices.steerTokenFile,       choices.steerToken.Reveal(), config, nullptr, "token",
+                               "--console-steer-token-file", "console.steer_token"};
+    if (!ReadToken(view, serving_.viewToken, reason) || !ReadToken(steer, serving_.steerToken, reason)) return false;
+    if (ConsoleServerSettings::ParseAddress(choices.address, serving_.address, serving_.port, reason))
+        return serving_.Check(reason);
+    reason = "--console: " + reason;
+    return false;
 }
 
 bool Console::Start(std::function<void()> wake, std::string& reason) {

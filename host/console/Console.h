@@ -27,7 +27,7 @@ public:
     Console(const RunSettings& settings, const char* kind);
     ~Console() override;
 
-    // Reads tokens and address. False with a reason for a person.
+    // Reads tokens and address. False with a reason for a person, which begins with the option or setting meant.
     [[nodiscard]] bool Configure(const RunSettings& settings, std::string& reason);
     // The views listen to the run's stores: before it opens its inputs. Of a replay, to those of each of its runs.
     void Join(RunCore& core) { stores_.Join(core.GetTree()); }
@@ -47,7 +47,8 @@ public:
     // Ends the server.
     void Stop();
 
-    [[nodiscard]] std::string GetUrl() const { return server_ ? server_->GetUrl() : std::string(); }
+    // For a person; empty while it does not serve.
+    [[nodiscard]] std::string GetPlace() const { return server_ ? server_->GetPlace() : std::string(); }
 
     [[nodiscard]] ConsoleAnswer Get(std::string_view path,
                                     const std::map<std::string, std::string>& parameters) override;

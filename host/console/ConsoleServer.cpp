@@ -14,25 +14,6 @@
 
 namespace Host {
 
-namespace {
-
-bool CheckToken(const Secret& token, const char* which, std::string& reason) {
-    if (token.IsEmpty()) return true;
-    const std::string& text = token.Reveal();
-    if (text.size() < ConsoleServerSettings::MinToken || text.size() > ConsoleServerSettings::MaxToken) {
-        reason = std::string("the console's ") + which + " token must have " +
-                 std::to_string(ConsoleServerSettings::MinToken) + " to " +
-                 std::to_string(ConsoleServerSettings::MaxToken) +
-                 " characters; `openssl rand -hex 32` makes a good one";
-        return false;
-    }
-    if (std::all_of(text.begin(), text.end(), [](char c) { return c > 0x20 && c < 0x7f; })) return true;
-    reason = std::string("the console's ") + which + " token may only have printing ASCII characters without blanks";
-    return false;
-}
-
-}  // namespace
-
 bool ConsoleServerSettings::ParseAddress(const std::string& text, std::string& address, int& port,
                                          std::string& reason) {
     address = "127.0.0.1";
@@ -66,24 +47,37 @@ bool ConsoleServerSettings::IsLoopback() const {
     return IsLoopbackAddress(CanonicalAddress(address));
 }
 
-bool ConsoleServerSettings::Check(std::string& reason) const {
-    if (!address.empty() && CanonicalAddress(address).empty()) {
-        reason = '\'' + address + "' is no numeric address";
+bool ConsoleServerSettings::CheckToken(const Secret& token, std::string& reason) {
+    if (token.IsEmpty()) return true;
+    const std::string& text = token.Reveal();
+    if (text.size() < MinToken || text.size() > MaxToken) {
+        reason = "a token has " + std::to_string(MinToken) + " to " + std::to_string(MaxToken) +
+                 " characters; `openssl rand -hex 32` makes a good one";
         return false;
     }
-    if (!CheckToken(viewToken, "view", reason) || !CheckToken(steerToken, "steer", reason)) return false;
+    if (std::all_of(text.begin(), text.end(), [](char c) { return c > 0x20 && c < 0x7f; })) return true;
+    reason = "a token has printing ASCII characters alone, without blanks";
+    return false;
+}
+
+bool ConsoleServerSettings::Check(std::string& reason) const {
+    if (!address.empty() && CanonicalAddress(address).empty()) {
+        reason = "--console: '" + address + "' is no numeric address";
+        return false;
+    }
+    if (!CheckToken(viewToken, reason) || !CheckToken(steerToken, reason)) return false;
     if (!viewToken.IsEmpty() && viewToken.Reveal() == steerToken.Reveal()) {
-        reason = "the console's view token and its steer token are the same; each right needs one of its own";
+        reason = "--console: the view token and the steer token are the same; each right needs one of its own";
         return false;
     }
     for (const std::string& text : hosts) {
         if (HttpAuthority host; HttpAuthority::Parse(text, host)) continue;
-        reason = "'" + text + "' among the console's hosts is no name or address, with or without a port";
+        reason = "--console-hosts: '" + text + "' is no name or address, with or without a port";
         return false;
     }
     if (!viewToken.IsEmpty() || !steerToken.IsEmpty() || (IsLoopback() && !tokenAlways)) return true;
-    reason = tokenAlways ? "the console is to ask for a token always, but has none"
-                         : "a console that other machines reach needs a token";
+    reason = tokenAlways ? "--console-token-always: the console has no token to ask for"
+                         : "--console: a console that other machines reach needs a token";
     reason += ": give console.view_token_file or console.steer_token_file";
     return false;
 }
@@ -150,9 +144,18 @@ int ConsoleServer::GetPort() const {
 std::string ConsoleServer::GetUrl() const {
     if (parts_ == nullptr) return {};
     // Of every interface the one that always works from here.
+    return "http://" + (IsAtEveryAddress() ? "127.0.0.1" : BracketHost(CanonicalAddress(settings_.address))) + ':' +
+           std::to_string(GetPort()) + '/';
+}
+
+std::string ConsoleServer::GetPlace() const {
+    if (parts_ == nullptr || !IsAtEveryAddress()) return GetUrl();
+    return GetUrl() + " and at port " + std::to_string(GetPort()) + " of every address of this machine";
+}
+
+bool ConsoleServer::IsAtEveryAddress() const {
     const std::string address = CanonicalAddress(settings_.address);
-    const bool isEvery = address.empty() || address == "0.0.0.0" || address == "::";
-    return "http://" + (isEvery ? "127.0.0.1" : BracketHost(address)) + ':' + std::to_string(GetPort()) + '/';
+    return address.empty() || address == "0.0.0.0" || address == "::";
 }
 
 ConsoleServer::Figures ConsoleServer::GetFigures() const {

@@ -56,8 +56,10 @@ struct ConsoleServerSettings {
     [[nodiscard]] static bool ParseAddress(const std::string& text, std::string& address, int& port,
                                            std::string& reason);
     [[nodiscard]] bool IsLoopback() const;
-    // False with a reason for a person: for an address beyond this machine without any token, for a token that is too
-    // short, too long or not of printing characters, and for a host that is none.
+    // False with a reason for a person; no token is good.
+    [[nodiscard]] static bool CheckToken(const Secret& token, std::string& reason);
+    // False with a reason for a person, which begins with the option: for an address beyond this machine without any
+    // token, for a token that is too short, too long or not of printing characters, and for a host that is none.
     [[nodiscard]] bool Check(std::string& reason) const;
 };
 
@@ -87,10 +89,14 @@ public:
     // Where it listens; 0 and empty before.
     [[nodiscard]] int GetPort() const;
     [[nodiscard]] std::string GetUrl() const;  // "http://127.0.0.1:8080/"
+    // For a person: the URL, and that it is at every address of the machine where it is.
+    [[nodiscard]] std::string GetPlace() const;
     [[nodiscard]] Figures GetFigures() const;
 
 private:
     class Parts;
+    [[nodiscard]] bool IsAtEveryAddress() const;
+
     ConsoleServerSettings settings_;
     ConsoleHub& hub_;
     ConsoleBackend& backend_;

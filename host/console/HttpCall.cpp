@@ -10,29 +10,42 @@ namespace Host {
 
 namespace {
 
-constexpr std::array Texts = {
-    std::pair<int, std::string_view>{400, "this is not a request that can be understood"},
-    std::pair<int, std::string_view>{401, "log in first"},
-    std::pair<int, std::string_view>{403, "that is not allowed"},
-    std::pair<int, std::string_view>{404, "there is nothing of this name"},
-    std::pair<int, std::string_view>{405, "GET, HEAD and POST are all there is"},
-    std::pair<int, std::string_view>{408, "the request took too long"},
-    std::pair<int, std::string_view>{411, "a request with a body must give its length"},
-    std::pair<int, std::string_view>{413, "the body is too large"},
-    std::pair<int, std::string_view>{414, "the address is too long"},
-    std::pair<int, std::string_view>{415, "the body must be plain application/json"},
-    std::pair<int, std::string_view>{417, "nothing but 100-continue can be expected"},
-    std::pair<int, std::string_view>{421,
-                                     "this console does not answer for that host; console.hosts lists those it does"},
-    std::pair<int, std::string_view>{429, "too many wrong tokens; wait a second"},
-    std::pair<int, std::string_view>{431, "the head of the request is too large"},
-    std::pair<int, std::string_view>{500, "the console has failed to answer"},
-    std::pair<int, std::string_view>{503, "as many browsers are connected as the console serves"},
-    std::pair<int, std::string_view>{505, "the console speaks HTTP/1.1"},
+struct Status {
+    int number;
+    std::string_view phrase;  // of the protocol
+    std::string_view text;    // for a person
 };
 
-std::string MakeHead(int status, std::string_view type) {
-    std::string head = "HTTP/1.1 " + std::to_string(status) + (status == 200 ? " OK\r\n" : " Refused\r\n");
+constexpr std::array Statuses = {
+    Status{400, "Bad Request", "this is not a request that can be understood"},
+    Status{401, "Unauthorized", "log in first"},
+    Status{403, "Forbidden", "that is not allowed"},
+    Status{404, "Not Found", "there is nothing of this name"},
+    Status{405, "Method Not Allowed", "GET, HEAD and POST are all there is"},
+    Status{408, "Request Timeout", "the request took too long"},
+    Status{411, "Length Required", "a request with a body must give its length"},
+    Status{413, "Content Too Large", "the body is too large"},
+    Status{414, "URI Too Long", "the address is too long"},
+    Status{415, "Unsupported Media Type", "the body must be plain application/json"},
+    Status{417, "Expectation Failed", "nothing but 100-continue can be expected"},
+    Status{421, "Misdirected Request", "this console does not answer for that host; console.hosts lists those it does"},
+    Status{429, "Too Many Requests", "too many wrong tokens; wait a second"},
+    Status{431, "Request Header Fields Too Large", "the head of the request is too large"},
+    Status{500, "Internal Server Error", "the console has failed to answer"},
+    Status{503, "Service Unavailable", "as many browsers are connected as the console serves"},
+    Status{505, "HTTP Version Not Supported", "the console speaks HTTP/1.1"},
+};
+
+const Status* Find(int number) {
+    const auto* status =
+        std::find_if(Statuses.begin(), Statuses.end(), [&](const auto& at) { return at.number == number; });
+    return status == Statuses.end() ? nullptr : status;
+}
+
+std::string MakeHead(int number, std::string_view type) {
+    const Status* status = Find(number);
+    std::string head = "HTTP/1.1 " + std::to_string(number) + ' ';
+    head.append(number == 200 ? "OK" : status != nullptr ? status->phrase : "Refused").append("\r\n");
     for (const auto& header : SafetyHeaders) head.append(header[0]).append(": ").append(header[1]).append("\r\n");
     head.append("Cache-Control: no-store\r\nConnection: close\r\nContent-Type: ").append(type).append("\r\n");
     return head;
@@ -44,9 +57,9 @@ std::string MakeErrorBody(std::string_view text) {
     return "{\"error\":" + JsonText(CleanText(text)) + "}";
 }
 
-std::string_view GetStatusText(int status) {
-    const auto* text = std::find_if(Texts.begin(), Texts.end(), [&](const auto& at) { return at.first == status; });
-    return text == Texts.end() ? "the request is refused" : text->second;
+std::string_view GetStatusText(int number) {
+    const Status* status = Find(number);
+    return status == nullptr ? "the request is refused" : status->text;
 }
 
 HttpReply MakeErrorReply(int status) {

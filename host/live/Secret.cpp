@@ -18,14 +18,15 @@ namespace {
 constexpr std::size_t MaxPassword = 1024;
 
 // False with the reason when others than the owner may read what is open.
-bool IsPrivate(int file, const std::string& path, std::string& reason) {
+bool IsPrivate(int file, const std::string& path, const std::string& what, std::string& reason) {
     struct stat status {};
     if (::fstat(file, &status) != 0) {
         reason = path + ": " + SystemWords(errno);
         return false;
     }
     if ((status.st_mode & static_cast<unsigned>(S_IRWXG | S_IRWXO)) == 0) return true;
-    reason = path + ": holds a password, and others than its owner may use the file; chmod 600 makes it yours alone";
+    reason =
+        path + ": holds a " + what + ", and others than its owner may use the file; chmod 600 makes it yours alone";
     return false;
 }
 
@@ -35,9 +36,9 @@ Descriptor OpenFile(const std::string& path, std::string& reason) {
     return file;
 }
 
-bool ReadFirstLine(const std::string& path, Secret& password, std::string& reason) {
+bool ReadFirstLine(const std::string& path, const std::string& what, Secret& password, std::string& reason) {
     const Descriptor file = OpenFile(path, reason);
-    if (!file.IsOpen() || !IsPrivate(file.Get(), path, reason)) return false;
+    if (!file.IsOpen() || !IsPrivate(file.Get(), path, what, reason)) return false;
     std::array<char, MaxPassword + 2> room{};
     std::size_t size = 0;
     while (size < room.size()) {
@@ -59,8 +60,8 @@ bool ReadFirstLine(const std::string& path, Secret& password, std::string& reaso
     }
     password = Secret(std::move(line));
     if (!password.IsEmpty() && password.Reveal().size() <= MaxPassword) return true;
-    reason = path + (password.IsEmpty() ? ": the first line, which is the password, is empty"
-                                        : ": the first line is too long for a password");
+    reason = path + (password.IsEmpty() ? ": the first line, which is the " + what + ", is empty"
+                                        : ": the first line is too long for a " + what);
     password = Secret();
     return false;
 }
@@ -93,17 +94,19 @@ void Secret::Wipe() {
 
 bool FindPassword(const PasswordPlaces& places, Secret& password, std::string& reason) {
     password = Secret();
-    if (!places.file.empty()) return ReadFirstLine(places.file, password, reason);
-    const char* variable = places.variable != nullptr ? std::getenv(places.variable) : nullptr;
-    if (variable != nullptr && *variable != 0) {
+    bool isGood = true;
+    if (!places.file.empty()) {
+        isGood = ReadFirstLine(places.file, places.what, password, reason);
+    } else if (const char* variable = places.variable != nullptr ? std::getenv(places.variable) : nullptr;
+               variable != nullptr && *variable != 0) {
         password = Secret(variable);
-        return true;
+    } else if (!places.configured.empty()) {
+        const Descriptor file = OpenFile(places.configFile, reason);
+        isGood = file.IsOpen() && IsPrivate(file.Get(), places.configFile, places.what, reason);
+        if (isGood) password = Secret(places.configured);
     }
-    if (places.configured.empty()) return true;
-    const Descriptor file = OpenFile(places.configFile, reason);
-    if (!file.IsOpen() || !IsPrivate(file.Get(), places.configFile, reason)) return false;
-    password = Secret(places.configured);
-    return true;
+    if (!isGood) reason = std::string(places.GetPlace()) + ": " + reason;
+    return isGood;
 }
 
 }  // namespace Host

@@ -31,14 +31,20 @@ inline constexpr const char* PasswordVariable = "GNSS_NTRIP_PASSWORD";
 
 // Where a password may stand, at first the caster's; what is empty is not there. The first that is there holds.
 struct PasswordPlaces {
-    std::string file;                         // --ntrip-password-file: a file whose first line it is
-    std::string configured;                   // in the configuration file
-    std::string configFile;                   // which that is
-    const char* variable = PasswordVariable;  // between the two; null for none
+    std::string file;                                  // whose first line it is
+    std::string configured;                            // in the configuration file
+    std::string configFile;                            // which that is
+    const char* variable = PasswordVariable;           // between the two; null for none
+    const char* what = "password";                     // or "token"
+    const char* fileOption = "--ntrip-password-file";  // as the user knows them
+    const char* setting = "live.ntrip-password";
+
+    // Which of the two says what it is, where it is not the variable.
+    [[nodiscard]] const char* GetPlace() const { return file.empty() ? setting : fileOption; }
 };
 
-// An empty password when it stands nowhere. False, with a line for a person, when a file cannot be read, or may be read
-// by others than its owner.
+// An empty password when it stands nowhere. False, with a line for a person that begins with the place, when a file
+// cannot be read, or may be read by others than its owner.
 [[nodiscard]] bool FindPassword(const PasswordPlaces& places, Secret& password, std::string& reason);
 
 }  // namespace Host

@@ -135,11 +135,9 @@ bool LooksLikeAddress(std::string_view text) {
 // Where the operator's page is.
 Setting ConsoleAddress() {
     Setting setting = Make({"console", "address", "--console",
-                            "a page for browsers at this address, on which a run is watched and steered; beyond this "
-                            "machine a token is needed"},
-                           Kind::Text,
-                           "ADDRESS:PORT, ADDRESS or PORT, 127.0.0.1:8080 where only --console stands; \"\" for none. "
-                           "A source does not stand right behind --console");
+                            "a page for browsers at this address, 127.0.0.1:8080 where only --console stands, on which "
+                            "a run is watched and steered; beyond this machine a token is needed"},
+                           Kind::Text, "ADDRESS:PORT, ADDRESS or PORT, and no source; \"\" for none");
     setting.implied = ConsoleChoices::Usual;
     setting.print = [](const RunSettings& s) { return QuoteText(s.console.address); };
     setting.set = [](RunSettings& s, const SettingValue& value) {
@@ -375,6 +373,13 @@ const char* DescribeTable(std::string_view table) {
 bool HasSayInPositions(const Setting& setting) {
     const std::string_view table = setting.table;
     return table != "output" && table != "live" && table != "console" && std::string_view(setting.key) != "files";
+}
+
+bool IsOfReplay(const Setting& setting) {
+    const std::string_view table = setting.table;
+    const std::string_view key = setting.key;
+    if (table == "output") return key == "reference" || key == "form" || key == "warnings" || key == "quiet";
+    return table != "live";
 }
 
 }  // namespace Host

@@ -98,6 +98,8 @@ struct Setting {
 [[nodiscard]] const char* DescribeTable(std::string_view table);
 // Where a setting stands in the table that decides on the positions, and not only on what is done with them.
 [[nodiscard]] bool HasSayInPositions(const Setting& setting);
+// Whether it means anything to a replay, which is of files and writes none.
+[[nodiscard]] bool IsOfReplay(const Setting& setting);
 
 // A text between quotes, as TOML and JSON both write it. Its bytes beyond ASCII stay.
 [[nodiscard]] std::string QuoteText(std::string_view text);

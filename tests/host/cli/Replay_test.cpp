@@ -61,4 +61,40 @@ TEST_F(Replay, HangsOnNothingButTheInput) {
     }
 }
 
+TEST_F(Replay, IsNotAskedForWhatItCannotDoAndEndsAsARunDoes) {
+    GNSS_REQUIRE_TEST_DATA(obs, "data/ESBC00DNK_R_20201770000_01D_30S_MO_GR.rnx.gz");
+    GNSS_REQUIRE_TEST_DATA(nav, "data/ESBC00DNK_R_20201770000_01D_MN.rnx.gz");
+    ASSERT_EQ(0, Run("gzip -dc " + obs + " | awk '/^>/ && ++n > 5 { exit } { print }' >obs.rnx && cp " + nav +
+                     " nav.gz && (umask 077; echo short >token) && printf '[live]\nduration = 1\n[output]\nfolder = "
+                     "\"made\"\npositions = \"rows\"\nform = \"csv\"\n' >run.toml"));
+    struct Row {
+        const char* options;
+        int code;
+        const char* said;  // on standard error
+        const char* rows;  // on standard output
+    };
+    for (const Row& row : {
+             Row{"obs.rnx nav.gz --speed max", 0, "mean of 5 positions", "passed"},
+             Row{"obs.rnx nav.gz --speed max --config run.toml --quiet", 0, "", "utc,"},
+             Row{"obs.rnx --speed max", 1, "no epoch has a position; the notes and events say why\n", "no fix"},
+             Row{"nav.gz --speed max", 1, "a receiver's log or a RINEX observation file is needed", ""},
+             Row{"none --mask 7 --print-config", 0, "", "mask = 7\n"},
+             Row{"obs.rnx --record there", 2, "--record", ""},
+             Row{"obs.rnx --output there", 2, "--output", ""},
+             Row{"- --speed max", 2, "gnss: standard input cannot be read twice", ""},
+             Row{"obs.rnx --speed 0", 2, "gnss: --speed: '0' is not a factor from 0.001", ""},
+             Row{"--console obs.rnx", 2, "gnss: --console is ADDRESS:PORT, ADDRESS or PORT, and no source", ""},
+             Row{"obs.rnx --console 127.0.0.1:0 --console-steer-token-file token", 2,
+                 "gnss: --console-steer-token-file: a token has 16 to 256", ""},
+             Row{"obs.rnx --console 127.0.0.1:0 --console-view-token-file obs.rnx", 2,
+                 "gnss: --console-view-token-file: obs.rnx: holds a token, and others", ""},
+         }) {
+        SCOPED_TRACE(row.options);
+        EXPECT_EQ(Run("$GNSS replay " + std::string(row.options)), row.code) << err_;
+        EXPECT_NE(err_.find(row.said), std::string::npos) << err_;
+        EXPECT_NE(out_.find(row.rows), std::string::npos) << out_;
+    }
+    EXPECT_EQ(Run("ls -d made rows there"), 2) << out_;
+}
+
 }  // namespace

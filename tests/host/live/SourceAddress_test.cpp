@@ -123,7 +123,9 @@ TEST(Secret, ComesFromWhereOthersCannotRead) {
     for (const perms others : {perms::group_read, perms::others_read, perms::group_write}) {
         std::filesystem::permissions(path, perms::owner_read | others);
         EXPECT_EQ(find({path, "", ""}, reason), "");
-        EXPECT_EQ(find({"", "configured", path}, reason), "");
+        EXPECT_EQ(reason.find("--ntrip-password-file: " + path + ": holds a password"), 0U) << reason;
+        EXPECT_EQ(find({"", "configured", path, nullptr, "token", "--file", "console.token"}, reason), "");
+        EXPECT_EQ(reason.find("console.token: " + path + ": holds a token"), 0U) << reason;
         EXPECT_NE(reason.find("chmod 600"), std::string::npos);
         EXPECT_EQ(find({"", "", path}, reason), "=") << "a configuration without a password may be read";
     }
