@@ -57,6 +57,37 @@ export const picture = (page) =>
         return data.reduce((sum, byte, at) => (sum + byte * (at % 9973)) % 1e9, 0);
     });
 
+// Each choice of the sky's style asks for another drawing and shows it; the sky itself is to stand still.
+export async function expectRestyled(page) {
+    const seen = new Set();
+    for (const [control, value, parameter] of [
+        ["#sky-mode", "gps", "mode=gps"],
+        ["#sky-mode", "glonass", "mode=glonass"],
+        ["[name=circles]", false, "circles=0"],
+        ["[name=circles]", true, "circles=1"],
+        ["[name=squares]", false, "squares=0"],
+        ["[name=elevations]", false, "elevations=0"],
+        ["[name=diagonals]", true, "diagonals=1"],
+        ["[name=norvi]", true, "norvi=1"],
+        ["[name=border]", true, "border=1"],
+        ["[name=azimuths]", "none", "azimuths=none"],
+    ]) {
+        if (value === true || value === false) await page.setChecked(control, value);
+        else await page.selectOption(control, value);
+        await page.waitForSelector(`#sky-plot img[src*="${parameter}"]`);
+        const drawing = await page.evaluate(async () => (await fetch(document.querySelector("#sky-plot img").src)).text());
+        // Behind the numbers again: as it was.
+        assert.equal(seen.has(drawing), parameter === "circles=1", parameter);
+        seen.add(drawing);
+        if (parameter === "mode=glonass") await page.click("#sky-style summary");
+    }
+    await page.selectOption("#sky-mode", "turns");
+    for (const system of ["gps", "glonass", "gps"]) {
+        await page.waitForSelector(`#sky-plot img[src*="mode=${system}"]`);
+        await page.locator("#sky-plot .sky-system").getByText(system.toUpperCase(), { exact: true }).waitFor();
+    }
+}
+
 // No text of theirs has become an element.
 export async function expectHarmless(page) {
     const found = await page.evaluate(() => [window.isHit, document.querySelectorAll("main img[src=x], main b b, main script").length]);

@@ -42,6 +42,7 @@ export class World {
     hostile = null; // a text to put wherever text comes from outside
     isBad = false; // the tests fail
     isStalled = false; // no epochs come
+    published = Panels;
 
     constructor({ isReplay = false, hasTrouble = false } = {}) {
         this.isReplay = isReplay;
@@ -173,7 +174,7 @@ export class World {
             run: () => ({
                 ...made, kind: this.isReplay ? "replay" : "live", state: this.state, now: utc, interval_s: this.interval, epochs: 1460 + this.made,
                 fixes: 1452 + this.made, speed: this.speed, from: this.isReplay ? utcOf(this.from) : null, to: this.isReplay ? utcOf(this.from + 86370) : null,
-                seeking: false, reference: "55.493570 N, 8.456830 E, 60.00 m", version: "0.9.0",
+                seeking: false, ages: Object.fromEntries(this.published.map((panel) => [panel, 0])), reference: "55.493570 N, 8.456830 E, 60.00 m", version: "0.9.0",
                 settings: [["fix.mode", "both"], ["fix.mask", "10"], ["fix.ranges", "l1"], ["test.significance", "0.1 %"], ["source.password", "***"]],
             }),
             fix: () => ({ ...made, ...this.fix(this.t) }),
@@ -207,7 +208,8 @@ export class World {
     }
 
     sky(query) {
-        const dark = query.get("palette") === "dark";
+        const is = (name, value) => query.get(name) === value;
+        const dark = is("palette", "dark");
         const [ink, rule] = dark ? ["#eceef0", "#767a7e"] : ["#1a1a1a", "#8c8c8c"];
         const fills = { used: ["#08876a", "#71c8ff"], rejected: "#ae5ea8", disabled: "#e8cd60", unhealthy: "#d94009", "below the mask": "#a5afaf" };
         const marks = this.satellites(this.t)
@@ -217,35 +219,39 @@ export class World {
                 const [x, y] = [300 + r * Math.sin((row.azimuth_deg * Math.PI) / 180), 300 - r * Math.cos((row.azimuth_deg * Math.PI) / 180)];
                 const isGlonass = row.satellite[0] === "R";
                 const fill = row.use === "used" ? fills.used[isGlonass ? 1 : 0] : fills[row.use];
-                const isSquare = isGlonass && query.get("squares") !== "0";
+                const isSquare = isGlonass && !is("squares", "0");
                 const shape = isSquare ? `<rect x="${x - 14}" y="${y - 14}" width="28" height="28"` : `<circle cx="${x}" cy="${y}" r="15"`;
-                return `${query.get("circles") === "0" ? "" : `${shape} fill="${fill}" stroke="${ink}"/>`}<text x="${x}" y="${y + 5}">${row.satellite.slice(1)}</text>`;
+                return `${is("circles", "0") ? "" : `${shape} fill="${fill}" stroke="${ink}"/>`}<text x="${x}" y="${y + 5}">${row.satellite.slice(1)}</text>`;
             });
         const label = (x, y, text) => `<text x="${x}" y="${y}" fill="${ink}">${text}</text>`;
         return `<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 600 600" font-family="DejaVu Sans" font-size="15" text-anchor="middle">
 <g fill="none" stroke="${rule}"><circle cx="300" cy="300" r="270"/><circle cx="300" cy="300" r="180" stroke-dasharray="6 4"/><circle cx="300" cy="300" r="90" stroke-dasharray="6 4"/>
-<path d="M30 300H570M300 30V570${query.get("diagonals") === "1" ? "M109 109L491 491M491 109L109 491" : ""}"/></g>
-${label(300, 22, "N") + label(588, 305, "E") + label(300, 592, "S") + label(12, 305, "W")}${marks.join("")}</svg>`;
+<path d="M30 300H570M300 30V570${is("diagonals", "1") ? "M109 109L491 491M491 109L109 491" : ""}${is("border", "1") ? "M1 1H599V599H1Z" : ""}"/>
+<circle cx="300" cy="300" r="${is("norvi", "1") ? 21 : 0}"/></g>
+${is("azimuths", "none") ? "" : label(300, 22, "N") + label(588, 305, "E") + label(300, 592, "S") + label(12, 305, "W")}${is("elevations", "1") ? label(300, 210, "60") : ""}${marks.join("")}</svg>`;
     }
 
-    store(kind) {
+    store(kind, withGlonass) {
         const letter = kind === "glonass" ? "R" : "G";
         const names = Array.from({ length: 16 }, (_, at) => (this.hostile && at === 1 ? this.hostile : letter + String(at + 1).padStart(2, "0")));
         const rows = ["Health", "Age since reference time, t - toa, d", "Reference week, WNa, week", "Root of semi-major axis, sqrt(A), m^1/2", "Eccentricity, e", "Inclination, i, deg", "Argument of perigee, omega, deg", "Clock offset, af0, s"].map(
-            (what, row) => [what, ...names.map((_, at) => (row === 0 ? "healthy" : (Math.abs(wander(row, at * 60)) * 10 ** (row - 3)).toFixed(5)))],
+            (what, row) => [what, ...names.map((_, at) => (row === 0 ? "healthy" : row === 1 ? ((this.t - this.from) / 86400).toFixed(5) : (Math.abs(wander(row, at * 60)) * 10 ** (row - 3)).toFixed(5)))],
         );
         const columns = ["", ...names];
         const title = { almanac: "GPS almanac: 31 satellites", ephemeris: "GPS ephemerides: 11 satellites", glonass: "GLONASS ephemerides: 8 satellites" }[kind];
-        return title ? { title, tables: [{ title, columns, rows }], text: [columns, ...rows].map((row) => row.join("\t")).join("\n") } : null;
+        const more = kind === "almanac" && withGlonass ? [{ title: "GLONASS almanac: 24 satellites", columns, rows }] : [];
+        return title ? { title, tables: [{ title, columns, rows }, ...more], text: [columns, ...rows].map((row) => row.join("\t")).join("\n") } : null;
     }
 }
 
 const Panels = ["run", "fix", "satellites", "health", "sources", "notes", "events", "series", "stores", "sky"];
 const Rare = new Set(["health", "stores"]);
 
-// Serves a world. {url, world, posts, close}; posts are those that came, as [command, body, status].
-export async function serve({ port = 0, kind = "live", right = "steer", token = "", hasTrouble = false, everyMS = 1000 } = {}) {
+// Serves a world, or one that waits for its first epoch. {url, world, posts, close}; posts are those that came, as
+// [command, body, status].
+export async function serve({ port = 0, kind = "live", right = "steer", token = "", hasTrouble = false, isWaiting = false, everyMS = 1000 } = {}) {
     const world = new World({ isReplay: kind === "replay", hasTrouble });
+    if (isWaiting) Object.assign(world, { isStalled: true, published: ["run", "sources"], events: [], series: [] });
     const streams = new Set();
     const posts = [];
     let session = Math.random().toString(36).slice(2);
@@ -294,13 +300,14 @@ export async function serve({ port = 0, kind = "live", right = "steer", token = 
         const [, api, name] = pathname.match(/^\/api\/(panel\/|store\/)?([a-z.]+)$/) ?? [];
         const from = Number(searchParams.get("from") ?? 0);
         if (api === "panel/" && Panels.includes(name)) return json(response, 200, world.panel(name));
-        if (api === "store/" && world.store(name)) return json(response, 200, world.store(name));
+        const store = api === "store/" && world.store(name, searchParams.get("glonass") === "1");
+        if (store) return json(response, 200, store);
         if (name === "series") return json(response, 200, { from, next: world.series.length, columns: SeriesColumns, rows: world.series.slice(from) });
         if (name === "events") return json(response, 200, { from, next: world.events.length, rows: world.events.slice(from) });
         if (name === "sky.svg") return answer(response, 200, "image/svg+xml", world.sky(searchParams));
         if (name === "stream") {
             response.writeHead(200, { "Content-Type": "text/event-stream", "Cache-Control": "no-store" });
-            response.write(Panels.map((panel) => block(panel)).join(""));
+            response.write(world.published.map((panel) => block(panel)).join(""));
             streams.add(response);
             return void response.on("close", () => streams.delete(response));
         }

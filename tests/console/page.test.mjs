@@ -3,7 +3,7 @@
 import assert from "node:assert/strict";
 import { after, afterEach, before, beforeEach, test } from "node:test";
 import * as browser from "./browser.mjs";
-import { expectFit, expectHarmless, Hostile, isLive, picture, text, until, Views } from "./browser.mjs";
+import { expectFit, expectHarmless, expectRestyled, Hostile, isLive, picture, text, until, Views } from "./browser.mjs";
 import { serve } from "./mock.mjs";
 import { program } from "./program.mjs";
 import { proxy } from "./proxy.mjs";
@@ -48,6 +48,24 @@ async function start(options) {
 
 const open = (view, options) => browser.open(line.url, view, options);
 
+// Pressed at the first of some shares of an element's width, let go at the last.
+async function drag(page, selector, shares) {
+    const { x, y, width, height } = await page.locator(selector).first().boundingBox();
+    for (const share of shares) {
+        await page.mouse.move(x + width * share, y + height / 2, { steps: 5 });
+        if (share === shares[0]) await page.mouse.down();
+    }
+    await page.mouse.up();
+}
+
+testOfMock("the sky is drawn as chosen", async () => {
+    await start({ kind: "replay" });
+    mock.world.state = "paused";
+    const page = await open();
+    await page.waitForSelector("#sky-plot img");
+    await expectRestyled(page);
+});
+
 test("the plot moves, and so do the figures and the sky", async () => {
     const page = await open();
     await isLive(page);
@@ -64,11 +82,7 @@ test("a zoomed plot stays where it is, by keyboard too", async () => {
     const page = await open("quality");
     await isLive(page);
     await page.waitForTimeout(500);
-    const box = await page.locator("#plots .u-over").first().boundingBox();
-    await page.mouse.move(box.x + box.width * 0.7, box.y + 30);
-    await page.mouse.down();
-    await page.mouse.move(box.x + box.width * 0.9, box.y + 30, { steps: 5 });
-    await page.mouse.up();
+    await drag(page, "#plots .u-over", [0.7, 0.9]);
     assert.match(await text(page, "#window"), /Zoomed/);
     await page.locator("#quality .spans button").first().focus();
     await page.keyboard.press("Enter");
@@ -157,6 +171,21 @@ test("a cut line is unmistakable and mends by itself; so is silence", async () =
     await isLive(page);
 });
 
+testOfMock("of a server that has begun anew nothing old is left", async () => {
+    const page = await open();
+    await isLive(page);
+    line.cut();
+    await until(page, () => document.title.includes("lost"));
+    mock.close();
+    mock = await serve({ port: Number(new URL(mock.url).port), isWaiting: true });
+    line.mend();
+    await page.locator(".position .age").getByText("no data yet").waitFor();
+    await until(page, () => document.getElementById("lost").hidden && !document.title.includes("lost"));
+    const selectors = ["#tile-test .figure", "#place dd", "#events tbody", "#series-plot .legend b"];
+    const left = await page.evaluate((all) => all.map((one) => document.querySelector(one).textContent), selectors);
+    assert.deepEqual(left, ["", "", "", "– m"]);
+});
+
 test("old data is grey, and fresh data is not", async () => {
     const page = await open();
     await isLive(page);
@@ -209,7 +238,7 @@ test("text from outside shows as text", async () => {
         mock.world.say(Hostile[1], Hostile[0]);
         await page.locator("#events td").getByText(Hostile[0], { exact: true }).waitFor();
         await page.click("#tab-stores");
-        await page.locator("#store th", { hasText: Hostile[0] }).waitFor();
+        await page.locator("#store th", { hasText: Hostile[0] }).first().waitFor();
     }
     await expectHarmless(page);
 });
@@ -229,6 +258,17 @@ test("store views are copied", async () => {
     // As from another machine without TLS, where pages have no clipboard of their own.
     await page.evaluate(() => Object.defineProperty(window, "isSecureContext", { value: false }));
     assert.equal(await copied(), first);
+    const both = (await text(page, "#store")).length;
+    await page.uncheck("#store-glonass");
+    await until(page, (length) => document.querySelector("#store").innerText.length < length, both);
+});
+
+testOfMock("ages in a store move with the data", async () => {
+    await start({ kind: "replay" });
+    const page = await open("stores");
+    const age = page.locator("#store tr", { hasText: "Age since reference time" }).locator("td").first();
+    const before = await age.innerText();
+    await until(page, (old) => ![...document.querySelectorAll("#store td")].some((cell) => cell.innerText === old), before);
 });
 
 testOfMock("a replay is paused, sped up and put elsewhere", async () => {
@@ -237,12 +277,22 @@ testOfMock("a replay is paused, sped up and put elsewhere", async () => {
     await isLive(page);
     await page.click("#replay-play");
     await page.getByText("▶ Play").waitFor();
+    mock.world.t = mock.world.from + 43200; // the middle of the slider, where it is dragged from
     await page.waitForTimeout(6500);
     assert.equal(await page.locator(".panel.stale").count(), 0, "paused is not stale");
     await page.selectOption("#replay-speed", "10");
+    await page.focus("#replay-speed");
+    mock.world.speed = 0; // by another browser
+    await until(page, () => document.querySelector("#replay-speed").selectedOptions[0].text === "max");
+    await drag(page, "#replay-seek", [0.5, 0.6, 0.5]);
+    await drag(page, "#series-plot .u-over", [0.7, 0.9]);
+    await page.mouse.move(0, 0); // off the plot, which told the time under it
+    await page.locator("#series-plot .legend").getByText("Zoomed").waitFor();
     await page.fill("#replay-time", "06:30");
     await page.keyboard.press("Enter");
     await page.getByText("of 06:30:00 UTC").waitFor();
+    assert.match(await text(page, "#replay-at"), /06:30:00/, "the slider was let go");
+    assert.doesNotMatch(await text(page, "#series-plot .legend"), /Zoomed/, "what was zoomed to is to come");
     await page.locator("#replay-seek").focus();
     await page.keyboard.press("End");
     await page.getByText("of 23:59:30 UTC").waitFor();

@@ -9,7 +9,7 @@ import { tmpdir } from "node:os";
 import path from "node:path";
 import { after, afterEach, before, beforeEach, test } from "node:test";
 import * as browser from "./browser.mjs";
-import { expectFit, expectHarmless, Hostile, isLive, open, picture, text, until, Views } from "./browser.mjs";
+import { expectFit, expectHarmless, expectRestyled, Hostile, isLive, open, picture, text, until, Views } from "./browser.mjs";
 import { Gnss, Log, program } from "./program.mjs";
 
 const Data = process.env.GNSS_TEST_DATA ?? "";
@@ -91,9 +91,10 @@ test("a replay of a real day obeys, and a way back shows what a way there does",
     assert.deepEqual(await shown(page), first, "there, on, and back");
     assert.deepEqual(await shown(fresh), first, "another browser");
     await expectFit(page, { width: 1280, height: 800 });
+    await page.evaluate(() => (location.hash = "overview"));
+    await expectRestyled(page);
 
     // On and to the end, and from there again; by keyboard.
-    await page.evaluate(() => (location.hash = "overview"));
     await page.selectOption("#replay-speed", "300");
     await page.locator("#replay-play").press("Enter");
     await until(page, () => document.querySelector("#replay-at").textContent > "2020-06-25 06:05:00");
@@ -111,7 +112,7 @@ test("a replay of a real day obeys, and a way back shows what a way there does",
 
 test("a phone steers a replay of a real day", ofData, async () => {
     const viewport = { width: 390, height: 844 };
-    const page = await open(await replay("--speed", "max"), "overview", { viewport, hasTouch: true, isMobile: true, colorScheme: "light" });
+    const page = await open(await replay("--speed", "300"), "overview", { viewport, hasTouch: true, isMobile: true, colorScheme: "light" });
     await isLive(page);
     await page.locator("#replay-play").tap();
     await goTo(page, "2020-06-25 12:03:42");

@@ -3,17 +3,26 @@
 import { find, make, setAttribute, setText } from "./dom.js";
 import { postJson } from "./stream.js";
 
+const PatienceMS = 5000; // for what was asked for to be told back
 const Signs = { healthy: "✓", unhealthy: "✕", unknown: "?" };
 
 export class Health {
     #switches = new Map(); // "G05" -> {button, sign, word}
-    #pending = new Map(); // what was asked for and is not told back yet
+    #pending = new Map(); // what was asked for and is not told back yet: "G05" -> {enabled, until}
 
     constructor(stream, maySteer) {
         this.maySteer = maySteer;
         this.hint = find("health-hint");
         this.#say();
         stream.on("health", (health) => this.#show(health));
+        // Another browser may have asked for the contrary: it is not waited for without end.
+        stream.on("run", (run) => {
+            const now = performance.now();
+            for (const [satellite, wish] of this.#pending) {
+                if (run.seeking && wish.until !== Infinity) wish.until = now + PatienceMS;
+                if (now > wish.until) this.#settle(satellite);
+            }
+        });
     }
 
     #say(text = "") {
@@ -32,7 +41,7 @@ export class Health {
             for (const { number, health: state, enabled } of health[key] ?? []) {
                 const satellite = letter + String(number).padStart(2, "0");
                 const one = this.#switches.get(satellite) ?? this.#add(satellite, key, name);
-                if (this.#pending.get(satellite) === enabled) this.#pending.delete(satellite);
+                if (this.#pending.get(satellite)?.enabled === enabled) this.#pending.delete(satellite);
                 setAttribute(one.button, "aria-checked", String(enabled));
                 setAttribute(one.button, "data-health", state);
                 one.button.classList.toggle("pending", this.#pending.has(satellite));
@@ -63,16 +72,22 @@ export class Health {
         return one;
     }
 
+    #settle(satellite) {
+        this.#pending.delete(satellite);
+        this.#switches.get(satellite).button.classList.remove("pending");
+    }
+
     async #toggle(satellite, button) {
         const enabled = button.getAttribute("aria-checked") !== "true";
-        this.#pending.set(satellite, enabled);
+        const wish = { enabled, until: Infinity };
+        this.#pending.set(satellite, wish);
         button.classList.add("pending");
         try {
             await postJson("/api/health", { satellite, enabled });
+            wish.until = performance.now() + PatienceMS;
             this.#say();
         } catch (error) {
-            this.#pending.delete(satellite);
-            button.classList.remove("pending");
+            if (this.#pending.get(satellite) === wish) this.#settle(satellite);
             this.#say(`${satellite} is as it was: ${error.message}`);
         }
     }

@@ -135,10 +135,12 @@ async function main() {
     const link = find("link");
     setText(link, "… Connecting");
     const me = await enter((text) => {
+        setText(link, text === null ? "Not logged in" : "… Connecting");
         find("lost").hidden = text === null;
         setText(find("lost-text"), text ?? "");
     });
     find("lost").hidden = true;
+    setText(link, "… Connecting");
     find("console").hidden = false;
     const maySteer = me.right === "steer";
     const right = find("right");

@@ -14,8 +14,9 @@ export class Notes {
     }
 
     #show(notes) {
-        const total = Math.max(1, (Date.parse(notes.to) - Date.parse(notes.from)) / 1000);
-        const isNow = (row) => (row.intervals.at(-1)?.[1] ?? 0) >= total - 0.5;
+        const length = (Date.parse(notes.to) - Date.parse(notes.from)) / 1000; // 0 at the first epoch
+        const total = Math.max(1, length);
+        const isNow = (row) => (row.intervals.at(-1)?.[1] ?? 0) >= length - 0.5;
         // What holds now first, and of that the alarms.
         const rows = notes.rows
             .map((row) => ({ ...row, isNow: isNow(row) }))

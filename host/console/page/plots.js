@@ -2,6 +2,7 @@
 
 import uPlot from "/page/uPlot.esm.js";
 import { fixed, make, makeSvg, memory, setAttribute, setText, whole } from "./dom.js";
+import { MostRows } from "./series.js";
 
 // Lines of a plot: [column, name, style], where the dashes tell lines apart that colours may not.
 export const Kinds = {
@@ -87,6 +88,14 @@ class Window extends EventTarget {
     constructor(series) {
         super();
         this.series = series;
+        // Nothing is left to be seen of the part zoomed to: a replay was put back, or the history begins later now.
+        series.addEventListener("change", () => {
+            const [first, latest] = [series.get("t")[0], series.latest("t")];
+            if (this.zoom && latest !== null && (latest < this.zoom[0] || first > this.zoom[1])) this.follow();
+        });
+        series.addEventListener("reset", () => {
+            if (this.zoom) this.follow();
+        });
     }
 
     // Until somebody chooses: a few hundred epochs.
@@ -160,7 +169,7 @@ export class Plots {
         const button = (text, label, act) =>
             make("button", { type: "button", class: "quiet", "aria-label": label, title: label, onclick: act }, text);
         const spans = Spans.map(([span, text]) => {
-            const one = button(text, span ? `Show the last ${text}` : "Show all", () => this.window.follow(span));
+            const one = button(text, span ? `Show the last ${text}` : `Show all that is kept, at most ${MostRows} epochs`, () => this.window.follow(span));
             const mark = () =>
                 setAttribute(one, "aria-pressed", String(!this.window.zoom && this.window.span === span));
             this.window.addEventListener("change", mark);
@@ -289,7 +298,7 @@ class Plot {
             setText(this.values[line].value, text);
             return `${name} ${text}`;
         });
-        setText(this.time, isPointed ? clockOf(this.data[0][at], 1) : "");
+        setText(this.time, isPointed ? clockOf(this.data[0][at], 1) : this.window.zoom ? "Zoomed" : "");
         this.box.setAttribute("aria-label", `${this.kind.title}: ${spoken.join(", ")}`);
     }
 

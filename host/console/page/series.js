@@ -2,7 +2,7 @@
 
 import { getJson } from "./stream.js";
 
-const MostRows = 14400;
+export const MostRows = 14400;
 // Points drawn of one line; a bucket of the time axis gives two, its least and its largest value.
 const Buckets = 800;
 
@@ -11,8 +11,9 @@ export class Series extends EventTarget {
     interval = 1; // s, between the rows of an unbroken series
     #data = new Map(); // name -> values, oldest first
     #next = null; // number of the row that comes next
-    #fetching = null;
+    #isFetching = false;
     #waiting = [];
+    #losses = 0; // of the connection: what was asked for before the last one is not waited for
 
     constructor(stream) {
         super();
@@ -22,7 +23,11 @@ export class Series extends EventTarget {
         stream.on("series", (part) => this.#take(part));
         // After a break the server may be another one: all is read again.
         stream.addEventListener("state", () => {
-            if (stream.state === "lost") this.#next = null;
+            if (stream.state !== "lost") return;
+            ++this.#losses;
+            this.#next = null;
+            this.#isFetching = false;
+            this.#waiting = [];
         });
     }
 
@@ -35,7 +40,7 @@ export class Series extends EventTarget {
     }
 
     async #take(part) {
-        if (this.#fetching) return void this.#waiting.push(part);
+        if (this.#isFetching) return void this.#waiting.push(part);
         // Begun anew and not heard in time: nothing of what is here is left.
         if (part.reset && part.first > this.#next) this.#next = null;
         if (this.#next === null || part.first > this.#next) {
@@ -45,29 +50,35 @@ export class Series extends EventTarget {
     }
 
     async #fetch(from) {
-        this.#fetching = getJson(`/api/series?from=${from}`);
-        let isThere = false;
+        const losses = this.#losses;
+        this.#isFetching = true;
+        let all = null;
         try {
-            const all = await this.#fetching;
-            if (from === 0) {
-                this.#data.clear();
-                this.#next = null;
-            }
-            this.#append({ first: all.from, columns: all.columns, rows: all.rows });
-            isThere = true;
+            all = await getJson(`/api/series?from=${from}`);
         } catch {
             // What has been told meanwhile has no beginning.
         }
-        this.#fetching = null;
-        for (const part of this.#waiting.splice(0)) if (isThere) this.#append(part);
-        return isThere;
+        if (losses !== this.#losses) return false;
+        this.#isFetching = false;
+        const waiting = this.#waiting.splice(0);
+        if (!all) return false;
+        if (from === 0) {
+            this.#data.clear();
+            this.#next = null;
+        }
+        this.#append({ first: all.from, columns: all.columns, rows: all.rows });
+        for (const part of waiting) this.#append(part);
+        return true;
     }
 
     #append(part) {
         if (part.columns) this.columns = part.columns;
         // What has been fetched since it began anew stays: the newest text of a paused replay may well be a reset.
         const isReset = part.reset && part.first >= (this.#next ?? 0);
-        if (isReset) for (const values of this.#data.values()) values.length = 0;
+        if (isReset) {
+            for (const values of this.#data.values()) values.length = 0;
+            this.dispatchEvent(new Event("reset"));
+        }
         for (const name of this.columns) if (!this.#data.has(name)) this.#data.set(name, []);
         const times = this.#data.get("t");
         if (!times) return;

@@ -3,6 +3,7 @@
 // It is shown as an image: nothing in it can run or load anything.
 
 import { find, make, memory, setText } from "./dom.js";
+import { AnswerMS } from "./stream.js";
 
 const AlternateMS = 4000;
 // Drawn larger than shown: symbols cover each other less, and their numbers are still read at arm's length.
@@ -47,6 +48,9 @@ export class Sky {
         stream.on("sky", (sky) => {
             this.#changed = sky.changed;
             this.#show();
+        });
+        stream.addEventListener("state", () => {
+            if (stream.state === "lost") this.#shown = ""; // the next server may count its changes alike
         });
         document.addEventListener("themechange", () => this.#show());
         new ResizeObserver(() => this.#show()).observe(this.place);
@@ -122,12 +126,13 @@ export class Sky {
         image.alt = "Sky plot: the satellites by azimuth and elevation; the constellation table has the same in figures";
         image.src = address;
         try {
-            await image.decode();
+            await Promise.race([image.decode(), new Promise((_, fail) => setTimeout(fail, AnswerMS))]);
             if (this.#image) this.#image.replaceWith(image);
             else this.place.prepend(image);
             this.#image = image;
             setText(this.said, this.#style.mode === "turns" ? mode.toUpperCase() : "");
         } catch {
+            image.removeAttribute("src");
             this.#shown = ""; // with the next change again
             setTimeout(() => this.#show(), 2000);
         }

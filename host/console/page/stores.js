@@ -13,6 +13,7 @@ export class Stores {
     #kind = "almanac";
     #text = "";
     #shown = "";
+    #asked = null; // the newest request, until it is answered
 
     constructor(stream) {
         this.stream = stream;
@@ -38,6 +39,11 @@ export class Stores {
         find("store-copy").addEventListener("click", () => this.#copy());
         this.#mark();
         stream.on("stores", () => this.#fetch());
+        // Ages in the views move with the time of the data.
+        stream.on("run", () => this.#fetch());
+        stream.addEventListener("state", () => {
+            if (stream.state === "lost") this.#shown = ""; // the next server may count its changes alike
+        });
     }
 
     #choose(kind) {
@@ -65,16 +71,23 @@ export class Stores {
         if (find("stores").hidden || !stores) return;
         const choice = this.#kind === "almanac" ? `glonass=${this.glonass.checked ? 1 : 0}` : `record=${this.record.value}`;
         const address = `/api/store/${this.#kind}?${choice}`;
-        const wanted = `${address}#${stores[this.#kind]?.changed}`;
-        if (wanted === this.#shown) return;
+        const minute = String(this.stream.latest("run")?.now).slice(0, 16);
+        const wanted = `${address}#${stores[this.#kind]?.changed} ${minute}`;
+        // What has moved since it was asked for is fetched with the next text of the run.
+        if (wanted === this.#shown || address === this.#asked?.address) return;
+        const asked = { address };
+        this.#asked = asked;
         this.#shown = wanted;
         try {
             const view = await getJson(address);
-            if (wanted === this.#shown) this.#draw(view);
+            if (asked === this.#asked) this.#draw(view);
         } catch (error) {
-            this.#shown = "";
-            setText(this.said, `Not fetched: ${error.message}`);
+            if (asked === this.#asked) {
+                this.#shown = "";
+                setText(this.said, `Not fetched: ${error.message}`);
+            }
         }
+        if (asked === this.#asked) this.#asked = null;
     }
 
     #draw(view) {

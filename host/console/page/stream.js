@@ -6,6 +6,7 @@
 const SilenceMS = 12000; // two heartbeats and some
 const FirstWaitMS = 500;
 const LongestWaitMS = 15000;
+export const AnswerMS = 15000; // a dead line never refuses
 // Sent only when they change: they hold as long as the run itself is heard of.
 const OnChange = new Set(["health", "stores", "events"]);
 
@@ -64,7 +65,8 @@ export class Stream extends EventTarget {
         const age = this.age(panel);
         const run = this.latest("run");
         const speed = run?.kind === "replay" && run.speed > 0 ? run.speed : 1;
-        return age !== null && age > Math.max(5, (3 * (run?.interval_s ?? 1)) / speed);
+        // Nobody knows the interval before the second epoch: a minute.
+        return age !== null && age > Math.max(5, (3 * (run?.interval_s ?? 20)) / speed);
     }
 
     // Nothing is to come, and rightly so.
@@ -139,7 +141,11 @@ export class Stream extends EventTarget {
             return;
         }
         this.#panels.set(panel, { data, at: performance.now() });
-        if (panel === "run") this.#correctAges(data.ages ?? {});
+        if (panel === "run" && data.ages) {
+            // A panel this run has not told yet was another's: the server has begun anew while the line was down.
+            if ([...this.#panels.keys()].some((one) => one !== "run" && !(one in data.ages))) return location.reload();
+            this.#correctAges(data.ages);
+        }
         for (const listener of this.#listeners.get(panel) ?? []) {
             try {
                 listener(data);
@@ -182,17 +188,22 @@ export function secondsToTry(stream) {
 
 // GET as JSON; an Error with the server's own words when it refuses.
 export async function getJson(path) {
-    return read(await fetch(path));
+    return ask(path, {});
 }
 
 export async function postJson(path, body) {
-    return read(
-        await fetch(path, { method: "POST", headers: { "Content-Type": "application/json" }, body: JSON.stringify(body) }),
-    );
+    return ask(path, { method: "POST", headers: { "Content-Type": "application/json" }, body: JSON.stringify(body) });
 }
 
-async function read(answer) {
-    const text = await answer.text();
+async function ask(path, options) {
+    let answer = null;
+    let text = "";
+    try {
+        answer = await fetch(path, { ...options, signal: AbortSignal.timeout(AnswerMS) });
+        text = await answer.text();
+    } catch {
+        throw new Error("The server does not answer"); // in time, or not at all
+    }
     let value = null;
     try {
         value = text === "" ? null : JSON.parse(text);

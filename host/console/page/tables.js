@@ -97,7 +97,8 @@ export function showEvents(stream) {
     let rows = [];
     let next = null;
     let isFetching = false;
-    const waiting = [];
+    let losses = 0; // of the connection: what was asked for before the last one is not waited for
+    let waiting = [];
 
     const append = (part) => {
         // What has been fetched since it began anew stays.
@@ -112,23 +113,32 @@ export function showEvents(stream) {
     stream.on("events", async (part) => {
         if (isFetching) return void waiting.push(part);
         if (next === null || part.first > next) {
+            const before = losses;
             isFetching = true;
+            let all = null;
             try {
-                const all = await getJson("/api/events?from=0");
-                rows = [];
-                next = null;
-                append({ first: all.from, rows: all.rows });
+                all = await getJson("/api/events?from=0");
             } catch {
                 // What has come is better than nothing.
             }
+            if (before !== losses) return;
             isFetching = false;
+            if (all) {
+                rows = [];
+                next = null;
+                append({ first: all.from, rows: all.rows });
+            }
         }
         append(part);
         for (const one of waiting.splice(0)) append(one);
     });
     // After a break the server may be another one.
     stream.addEventListener("state", () => {
-        if (stream.state === "lost") next = null;
+        if (stream.state !== "lost") return;
+        ++losses;
+        next = null;
+        isFetching = false;
+        waiting = [];
     });
 }
 

@@ -20,6 +20,7 @@ function show(id, figure, sub, grade = "") {
 
 export class Verdict {
     #lastSpoken = "";
+    #title = document.title;
 
     constructor(stream) {
         this.stream = stream;
@@ -61,7 +62,7 @@ export class Verdict {
             alarms > 0 ? `${alarms} ${alarms === 1 ? "alarm" : "alarms"}` : notes.length > 0 ? "no alarm" : "nothing to say",
             alarms > 0 ? "warn" : "",
         );
-        document.title = `${sign} ${word} · ${whole(fix.used)} sat · gnss`;
+        this.#title = `${sign} ${word} · ${whole(fix.used)} sat · gnss`;
         this.#speak(fix.fix ? `Test ${word.toLowerCase()}` : "No position");
     }
 
@@ -86,6 +87,6 @@ export class Verdict {
             isStale ? "bad" : "",
         );
         document.querySelector(".verdict").classList.toggle("stale", isStale && this.stream.state === "open");
-        if (isStale && age !== null) document.title = `… no new data · gnss`;
+        document.title = isStale && age !== null ? "… no new data · gnss" : this.#title;
     }
 }
