@@ -35,7 +35,7 @@ int RunLive(RunSettings settings) {
     live.seed = static_cast<std::uint64_t>(settings.live.seed);
     if (settings.live.duration > 0.0) live.duration = settings.live.duration;
     std::string reason;
-    const PasswordPlaces places{settings.live.passwordFile, settings.live.password.Reveal(), settings.live.configFile};
+    const PasswordPlaces places{settings.live.passwordFile, settings.live.password, settings.live.configFile};
     if (!FindPassword(places, live.password, reason)) return Complain(reason), 2;
 
     std::optional<Console> console;

@@ -46,9 +46,9 @@ bool Console::Configure(const RunSettings& settings, std::string& reason) {
     const std::string& config = settings.live.configFile;
     serving_.hosts = choices.hosts;
     serving_.tokenAlways = choices.tokenAlways;
-    const PasswordPlaces view{choices.viewTokenFile,       choices.viewToken.Reveal(), config, nullptr, "token",
+    const PasswordPlaces view{choices.viewTokenFile,       choices.viewToken,   config, nullptr, "token",
                               "--console-view-token-file", "console.view_token"};
-    const PasswordPlaces steer{choices.steerTokenFile,       choices.steerToken.Reveal(), config, nullptr, "token",
+    const PasswordPlaces steer{choices.steerTokenFile,       choices.steerToken,   config, nullptr, "token",
                                "--console-steer-token-file", "console.steer_token"};
     if (!ReadToken(view, serving_.viewToken, reason) || !ReadToken(steer, serving_.steerToken, reason)) return false;
     if (ConsoleServerSettings::ParseAddress(choices.address, serving_.address, serving_.port, reason))

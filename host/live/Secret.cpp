@@ -100,10 +100,10 @@ bool FindPassword(const PasswordPlaces& places, Secret& password, std::string& r
     } else if (const char* variable = places.variable != nullptr ? std::getenv(places.variable) : nullptr;
                variable != nullptr && *variable != 0) {
         password = Secret(variable);
-    } else if (!places.configured.empty()) {
+    } else if (!places.configured.IsEmpty()) {
         const Descriptor file = OpenFile(places.configFile, reason);
         isGood = file.IsOpen() && IsPrivate(file.Get(), places.configFile, places.what, reason);
-        if (isGood) password = Secret(places.configured);
+        if (isGood) password = places.configured;
     }
     if (!isGood) reason = std::string(places.GetPlace()) + ": " + reason;
     return isGood;

@@ -32,7 +32,7 @@ inline constexpr const char* PasswordVariable = "GNSS_NTRIP_PASSWORD";
 // Where a password may stand, at first the caster's; what is empty is not there. The first that is there holds.
 struct PasswordPlaces {
     std::string file;                                  // whose first line it is
-    std::string configured;                            // in the configuration file
+    Secret configured;                                 // in the configuration file
     std::string configFile;                            // which that is
     const char* variable = PasswordVariable;           // between the two; null for none
     const char* what = "password";                     // or "token"

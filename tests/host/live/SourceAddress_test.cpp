@@ -117,29 +117,30 @@ TEST(Secret, ComesFromWhereOthersCannotRead) {
         Host::Secret password;
         return Host::FindPassword(places, password, reason) ? "=" + password.Reveal() : std::string();
     };
+    const Host::Secret configured("configured");
     std::string reason;
     ASSERT_EQ(::unsetenv(Host::PasswordVariable), 0);
     EXPECT_EQ(find({}, reason), "=");
     for (const perms others : {perms::group_read, perms::others_read, perms::group_write}) {
         std::filesystem::permissions(path, perms::owner_read | others);
-        EXPECT_EQ(find({path, "", ""}, reason), "");
+        EXPECT_EQ(find({path, {}, ""}, reason), "");
         EXPECT_EQ(reason.find("--ntrip-password-file: " + path + ": holds a password"), 0U) << reason;
-        EXPECT_EQ(find({"", "configured", path, nullptr, "token", "--file", "console.token"}, reason), "");
+        EXPECT_EQ(find({"", configured, path, nullptr, "token", "--file", "console.token"}, reason), "");
         EXPECT_EQ(reason.find("console.token: " + path + ": holds a token"), 0U) << reason;
         EXPECT_NE(reason.find("chmod 600"), std::string::npos);
-        EXPECT_EQ(find({"", "", path}, reason), "=") << "a configuration without a password may be read";
+        EXPECT_EQ(find({"", {}, path}, reason), "=") << "a configuration without a password may be read";
     }
     std::filesystem::permissions(path, perms::owner_read);
-    EXPECT_EQ(find({path, "configured", path}, reason), "=open sesame");
-    EXPECT_EQ(find({"", "configured", path}, reason), "=configured");
+    EXPECT_EQ(find({path, configured, path}, reason), "=open sesame");
+    EXPECT_EQ(find({"", configured, path}, reason), "=configured");
     ASSERT_EQ(::setenv(Host::PasswordVariable, "of the environment", 1), 0);
-    EXPECT_EQ(find({"", "configured", path}, reason), "=of the environment");
-    EXPECT_EQ(find({path, "", ""}, reason), "=open sesame");
+    EXPECT_EQ(find({"", configured, path}, reason), "=of the environment");
+    EXPECT_EQ(find({path, {}, ""}, reason), "=open sesame");
     ASSERT_EQ(::unsetenv(Host::PasswordVariable), 0);
     std::filesystem::permissions(path, perms::owner_read | perms::owner_write);
     std::ofstream(path) << "\nsecond line\n";
-    EXPECT_EQ(find({path, "", ""}, reason), "");
-    EXPECT_EQ(find({path + ".absent", "", ""}, reason), "");
+    EXPECT_EQ(find({path, {}, ""}, reason), "");
+    EXPECT_EQ(find({path + ".absent", {}, ""}, reason), "");
     std::filesystem::remove(path);
 }
 
