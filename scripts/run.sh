@@ -11,4 +11,6 @@ echo
 echo "Look at build/demo/2025-06-04/report.html. With a receiver of your own:"
 echo "  build/release/host/gnss run LOG --output DIR"
 echo "  build/release/host/gnss run serial:///dev/ttyUSB0?baud=115200 --output DIR"
+echo "In a browser, at http://127.0.0.1:8080:"
+echo "  build/release/host/gnss run --console"
 echo "build/release/host/gnss --help tells more."
